@@ -19,7 +19,7 @@ void MemoryCopy(benchmark::State& state)
 		benchmark::DoNotOptimize(destination.data());
 		benchmark::ClobberMemory();
 	}
-	state.SetBytesProcessed(state.iterations() * state.range(0) * 2);   // read plus written
+	state.SetBytesProcessed(state.iterations() * state.range(0) * 2); // read plus written
 }
 
 } // namespace

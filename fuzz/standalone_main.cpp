@@ -39,7 +39,7 @@ bool RunFile(const fs::path& file)
 	}
 	const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
 	std::printf("%s\n", file.c_str());
-	std::fflush(stdout);   // names the culprit if the next line does not come back
+	std::fflush(stdout); // names the culprit if the next line does not come back
 	LLVMFuzzerTestOneInput(reinterpret_cast<const torvi::Byte*>(bytes.data()), bytes.size());
 	return true;
 }
