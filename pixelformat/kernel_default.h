@@ -3,33 +3,13 @@
 #pragma once
 
 #include "pixelformat/kernel_copy.h"
+#include "pixelformat/kernel_layout.h"
 #include "pixelformat/kernel_rows.h"
-#include "pixelformat/kernel_values.h"
 
 #include <utility>
 
 namespace torvi
 {
-
-/// A format as seen by the compiler.
-template <FixedFormat FORMAT>
-struct Layout
-{
-	static constexpr const FixedFormatInfo& INFO = InfoOf(FORMAT);
-	using Value = ValueOf<INFO._type>;
-	static constexpr Int VALUE_SIZE = sizeof(Value);
-	static constexpr Int COUNT = INFO._channelCount;
-	static constexpr Int PIXEL_SIZE = COUNT * VALUE_SIZE;
-	static constexpr bool Has(Channel channel) { return INFO.Has(channel); }
-
-	template <Channel CHANNEL>
-	TORVI_KERNEL_INLINE static Value Load(const Byte* pixel)
-	{
-		constexpr Int INDEX = INFO.Find(CHANNEL);
-		static_assert(INDEX >= 0);
-		return LoadValue<Value>(pixel + INDEX * VALUE_SIZE);
-	}
-};
 
 /// The value of one destination channel.
 template <Channel CHANNEL, class D, class S>
@@ -67,31 +47,20 @@ TORVI_KERNEL_INLINE void ConvertPixel(Byte* destination, const Byte* source)
 template <class D, class S>
 constexpr bool SAME_CHANNELS = D::COUNT == S::COUNT && D::INFO._channels == S::INFO._channels && !D::Has(Channel::Unused);
 
-template <class D, class S>
-TORVI_KERNEL_INLINE void ConvertContiguous(Byte* __restrict destination, const Byte* __restrict source, Int count)
-{
-	if constexpr (SAME_CHANNELS<D, S>)
-		for (Int i = 0; i < count * D::COUNT; ++i)
-			StoreValue(destination + i * D::VALUE_SIZE,
-				ConvertValue<typename D::Value>(LoadValue<typename S::Value>(source + i * S::VALUE_SIZE)));
-	else
-		for (Int i = 0; i < count; ++i)
-			ConvertPixel<D, S>(destination + i * D::PIXEL_SIZE, source + i * S::PIXEL_SIZE);
-}
-
 template <FixedFormat DESTINATION, FixedFormat SOURCE>
 void ConvertDefault(const KernelRun& run)
 {
 	using D = Layout<DESTINATION>;
 	using S = Layout<SOURCE>;
-	const KernelRun local = run; // the stores below might alias `run`
 	if constexpr (DESTINATION == SOURCE)
-		CopyPixels(local, D::PIXEL_SIZE);
-	else if (local._destinationStride == D::PIXEL_SIZE && local._sourceStride == S::PIXEL_SIZE)
-		ConvertContiguous<D, S>(local._destination, local._source, local._count);
+		CopyPixels(run, D::PIXEL_SIZE);
+	else if (SAME_CHANNELS<D, S> && run._destinationStride == D::PIXEL_SIZE && run._sourceStride == S::PIXEL_SIZE)
+		ForEachContiguous<D::VALUE_SIZE, S::VALUE_SIZE>(run._destination, run._source, run._count * D::COUNT,
+			[](Byte* destination, const Byte* source) {
+				StoreValue(destination, ConvertValue<typename D::Value>(LoadValue<typename S::Value>(source)));
+			});
 	else
-		for (Int i = 0; i < local._count; ++i)
-			ConvertPixel<D, S>(local._destination + i * local._destinationStride, local._source + i * local._sourceStride);
+		ForEachPixel<D::PIXEL_SIZE, S::PIXEL_SIZE>(run, &ConvertPixel<D, S>);
 }
 
 template <FixedFormat DESTINATION>

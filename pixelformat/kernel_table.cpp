@@ -47,16 +47,6 @@ constexpr std::size_t RoleOf(Channel channel)
 	}
 }
 
-std::array<Int, MAXIMUM_CHANNELS> OffsetsByRole(const FixedFormatInfo& info, Block<const BITS> offsets)
-{
-	std::array<Int, MAXIMUM_CHANNELS> byRole = {};
-	for (std::size_t i = 0; i < static_cast<std::size_t>(info._channelCount); ++i)
-		byRole[RoleOf(info._channels[i])] = BytesOf(offsets[i]);
-	if (info._family == FixedFamily::ALPHA)
-		byRole[0] = byRole[3];
-	return byRole;
-}
-
 } // namespace
 
 Block<const RunKernel> KernelsTo(FixedFormat destination)
@@ -85,12 +75,27 @@ bool IsDefaultLayout(FixedFormat format, Block<const BITS> offsets)
 	return true;
 }
 
+std::optional<std::array<Int, MAXIMUM_CHANNELS>> OffsetsByRole(FixedFormat format, Block<const BITS> offsets)
+{
+	if (!FitsFormat(format, offsets))
+		return std::nullopt;
+	const FixedFormatInfo& info = InfoOf(format);
+	std::array<Int, MAXIMUM_CHANNELS> byRole = {};
+	for (std::size_t i = 0; i < static_cast<std::size_t>(info._channelCount); ++i)
+		byRole[RoleOf(info._channels[i])] = BytesOf(offsets[i]);
+	if (info._family == FixedFamily::ALPHA)
+		byRole[0] = byRole[3];
+	return byRole;
+}
+
 std::optional<KernelOffsets> MakeKernelOffsets(FixedFormat destination, Block<const BITS> destinationOffsets, FixedFormat source,
 	Block<const BITS> sourceOffsets)
 {
-	if (!FitsFormat(destination, destinationOffsets) || !FitsFormat(source, sourceOffsets))
+	const auto to = OffsetsByRole(destination, destinationOffsets);
+	const auto from = OffsetsByRole(source, sourceOffsets);
+	if (!to || !from)
 		return std::nullopt;
-	return KernelOffsets{OffsetsByRole(InfoOf(destination), destinationOffsets), OffsetsByRole(InfoOf(source), sourceOffsets)};
+	return KernelOffsets{*to, *from};
 }
 
 } // namespace torvi

@@ -19,6 +19,9 @@ OffsetKernel OffsetKernelFor(FixedFormat destination, FixedFormat source);
 /// are those of a format: a bit offset per channel, then the bits per pixel, which is not looked at.
 bool IsDefaultLayout(FixedFormat format, Block<const BITS> offsets);
 
+/// Byte offsets by role, as `KernelOffsets` has them; empty when `offsets` has not one entry per channel and one more.
+std::optional<std::array<Int, MAXIMUM_CHANNELS>> OffsetsByRole(FixedFormat format, Block<const BITS> offsets);
+
 /// The captured offsets for `OffsetKernelFor`; empty when a block has not one entry per channel and one more.
 std::optional<KernelOffsets> MakeKernelOffsets(FixedFormat destination, Block<const BITS> destinationOffsets, FixedFormat source,
 	Block<const BITS> sourceOffsets);
