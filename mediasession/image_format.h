@@ -2,6 +2,7 @@
 // fuzz targets read the same rows.
 #pragma once
 
+#include "host/ids.h"
 #include "host/module.h"
 #include "mediasession/image_import.h"
 #include "torvi/mediasession_fileformats.h"
@@ -82,6 +83,9 @@ public:
 	}
 	Int GetDependends() const override { return HANDLER_DEPENDENDS; }
 };
+
+/// The class ids::CLASS_FILEFORMATIMAGEBASE; before any format.
+Result<void> RegisterFileFormatImageBase(Module& module);
 
 /// Registers importer class, file format and handler, in this order, then the exporter if there is one.
 template <const ImageFormatEntry& ENTRY>

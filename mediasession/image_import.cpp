@@ -48,12 +48,12 @@ Result<MediaStreamFormat> MakeFormat(const ImportStreamInfo& info)
 Result<StreamHandle> StreamTreeBuilder::Add(const ImportStreamInfo& info, Int work)
 {
 	MediaStreamFormat format = TORVI_TRY(MakeFormat(info));
-	auto stream = TORVI_TRY(CreateObject<MediaStreamImageDataImportInterface>(ids::CLASS_MEDIASTREAMIMAGEDATAIMPORT));
+	auto stream = TORVI_TRY(CreateObject<MediaStreamImageDataImportInterface>(info._streamClass));
 	TORVI_TRY(stream->AddFormat(TORVI_TRY(Data::Make<Int>(0)), format));
 	if (work < 0)
 	{
-		work = CountOf(_workWeights);
-		_workWeights.push_back(static_cast<Float64>(info._width) * static_cast<Float64>(info._height));
+		work = CountOf(_works);
+		_works.push_back({static_cast<Float64>(info._width) * static_cast<Float64>(info._height), info._workName});
 	}
 	_streams.push_back({std::move(stream), std::move(format), work});
 	return CountOf(_streams) - 1;
@@ -168,20 +168,31 @@ Result<void> ImageImportBase::Analyze(Block<const MediaConverterRef> inputs, con
 		[&]() -> Result<void>
 		{
 			TORVI_CHECK(inputs.empty(), IllegalStateError("An importer takes no input."));
-			_isDone = false;
-			_published.clear();
-			_workWeights.clear();
-			_jobs.clear();
-			ClearOutputStreams();
-			ResetState();
+			Reset();
 			TORVI_TRY(_reader.Close());
 			TORVI_TRY(_reader.Open(_url, _traits._byteOrder));
 			StreamTreeBuilder streams(*this);
-			TORVI_TRY(DescribeStreams(_reader, streams));
+			Result<void> described = NoThrow([&]() { return DescribeStreams(_reader, streams); });
+			if (!described.IsOk())
+			{
+				ClearOutputStreams();
+				return described;
+			}
 			_published = std::move(streams._streams);
-			_workWeights = std::move(streams._workWeights);
+			_works = std::move(streams._works);
 			return OK;
 		});
+}
+
+/// Forgets an earlier Analyze.
+void ImageImportBase::Reset()
+{
+	_isDone = false;
+	_published.clear();
+	_works.clear();
+	_progress = nullptr;
+	ClearOutputStreams();
+	ResetState();
 }
 
 /// Whether a stage has anything to do.
@@ -206,16 +217,17 @@ Result<void> ImageImportBase::PrepareExecute(Block<const MediaConverterRef> inpu
 		[&]() -> Result<void>
 		{
 			_progress = nullptr;
+			for (StreamTreeBuilder::Work& work : _works)
+				work._job = -1;
 			if (!TORVI_TRY(CheckStage(inputs)))
 				return OK;
 			if (const MediaSessionRef session = GetSession())
 				_progress = session->GetProgress();
-			_jobs.assign(_workWeights.size(), -1);
 			for (const StreamTreeBuilder::Stream& stream : _published)
 			{
-				Int& job = _jobs[static_cast<std::size_t>(stream._work)];
-				if (_progress && job < 0 && stream._stream->IsSubscribed())
-					job = TORVI_TRY(_progress->AddProgressJob(_workWeights[static_cast<std::size_t>(stream._work)], _traits._workName));
+				StreamTreeBuilder::Work& work = _works[static_cast<std::size_t>(stream._work)];
+				if (_progress && work._job < 0 && stream._stream->IsSubscribed())
+					work._job = TORVI_TRY(_progress->AddProgressJob(work._weight, work._name != nullptr ? work._name : _traits._workName));
 			}
 			return OK;
 		});
@@ -234,7 +246,7 @@ Result<void> ImageImportBase::Execute(Block<const MediaConverterRef> inputs, con
 			for (std::size_t i = 0; i < streams.size(); ++i)
 			{
 				streams[i]._stream = _published[i]._stream;
-				streams[i]._job = _jobs.empty() ? -1 : _jobs[static_cast<std::size_t>(_published[i]._work)];
+				streams[i]._job = _works[static_cast<std::size_t>(_published[i]._work)]._job;
 			}
 			ImportRun run(std::move(streams), _progress);
 			return run.EndAll(NoThrow([&]() { return ReadStreams(_reader, run); }));
@@ -261,6 +273,8 @@ Bool CanHoldPicture(Int pixelBytes, Int fileBytes, CompressionBound bound)
 	const Int bytes = std::max<Int>(fileBytes, 0);
 	switch (bound)
 	{
+	case CompressionBound::NONE:
+		return pixelBytes <= bytes;
 	case CompressionBound::DEFLATE:
 		return pixelBytes / DEFLATE_RATIO <= bytes;
 	case CompressionBound::PACKBITS:

@@ -23,6 +23,8 @@ struct ImportStreamInfo
 	Int _height = 0;
 	std::optional<Int> _subImageIndex = {};
 	std::optional<ColorProfile> _colorProfile = {};
+	Id _streamClass = ids::CLASS_MEDIASTREAMIMAGEDATAIMPORT;
+	CString _workName = nullptr; ///< of the progress job; null: the importer's
 };
 
 /// Whether a child stream is a piece of work of its own, or comes along with its parent's lines.
@@ -47,6 +49,12 @@ public:
 
 private:
 	friend class ImageImportBase;
+	struct Work
+	{
+		Float64 _weight;
+		CString _name;
+		Int _job = -1; ///< of the progress; -1 while nobody wants the work
+	};
 	struct Stream
 	{
 		MediaStreamImageDataImportRef _stream;
@@ -57,7 +65,7 @@ private:
 
 	MediaConverterInterface& _importer;
 	Array<Stream> _streams;
-	Array<Float64> _workWeights;
+	Array<Work> _works;
 };
 
 /// Takes the lines of one stream. For a stream that nobody wants it takes them and does nothing.
@@ -156,6 +164,7 @@ protected:
 	virtual Result<void> ReadStreams(BinaryReader& reader, ImportRun& run) = 0;
 
 private:
+	void Reset();
 	Result<Bool> CheckStage(Block<const MediaConverterRef> inputs) const;
 
 	const ImporterTraits& _traits;
@@ -163,16 +172,16 @@ private:
 	BinaryReader _reader;
 	Bool _isDone = false;
 	Array<StreamTreeBuilder::Stream> _published;
-	Array<Float64> _workWeights;
-	Array<Int> _jobs; ///< progress job of each piece of work; -1 for work that nobody wants
+	Array<StreamTreeBuilder::Work> _works;
 	ProgressRef _progress;
 };
 
-/// The least amount of file data that a picture of a compression scheme can come from.
+/// How many bytes of a picture one byte of a file can stand for.
 enum class CompressionBound
 {
-	UNBOUNDED,         ///< no useful ratio: runs of any length in a few bytes
-	DEFLATE,           ///< also LZW
+	NONE,      ///< not compressed
+	UNBOUNDED, ///< no useful ratio: runs of any length in a few bytes
+	DEFLATE,   ///< also LZW
 	PACKBITS,
 	HUFFMANJPEG,
 };
