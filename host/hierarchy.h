@@ -36,11 +36,12 @@ public:
 };
 
 /// The implementation that other implementations derive from. Copies of an object start outside any tree and without children.
+/// The end of a tree of any depth takes a constant amount of stack.
 class TORVI_EXPORT HierarchyObjectImpl : public virtual HierarchyObjectInterface
 {
 public:
 	HierarchyObjectImpl() = default;
-	HierarchyObjectImpl(const HierarchyObjectImpl& other) noexcept : ObjectInterface(other) { }
+	HierarchyObjectImpl(const HierarchyObjectImpl& other) noexcept : ObjectInterface(other), HierarchyObjectInterface(other) { }
 	~HierarchyObjectImpl() override;
 
 	Result<void> InsertBefore(const HierarchyObjectRef& next) override;
@@ -54,9 +55,20 @@ public:
 	Int32 GetBranch() const override { return _branch; }
 
 private:
-	WeakRef<HierarchyObjectInterface> _parent;
+	using ImplRef = Ref<HierarchyObjectImpl>;
+
+	Result<void> CheckParent(const ImplRef& parent) const;
+	static void MakeRoomForOne(Array<ImplRef>& children);
+	void Hang(HierarchyObjectImpl& parent, Int index, Int32 branch) noexcept;
+	void NumberChildren(Int first) noexcept;
+	HierarchyObjectRef FindChild(Int first, Int32 branch) const noexcept;
+	void MoveChildrenTo(ImplRef& orphans) noexcept;
+
+	WeakRef<HierarchyObjectImpl> _parent;
 	Int32 _branch = 0;
-	Array<HierarchyObjectRef> _children; ///< of all branches, in order of insertion
+	Int _index = 0;            ///< of this object in the parent's children
+	Array<ImplRef> _children;  ///< of all branches, in order
+	ImplRef _nextOrphan;       ///< links the objects whose parents are gone, while a tree ends
 };
 
 } // namespace torvi

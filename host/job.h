@@ -14,13 +14,14 @@ using JobFunction = Delegate<Result<void>()>;
 /// never the same for two threads at one time.
 TORVI_EXPORT UInt64 GetCurrentJobKey() noexcept;
 
-/// True when the running job's group was cancelled; false outside jobs.
+/// True when the running job's group was cancelled, or the group that the job waits for it in; false outside groups.
 TORVI_EXPORT Bool IsCurrentJobCancelled() noexcept;
 
 class TORVI_EXPORT JobQueueInterface : public virtual ObjectInterface
 {
 public:
-	/// Runs a function on a thread of the queue.
+	/// Runs a function on a thread of the queue. Nobody hears of its error: what matters goes into a group. Illegal-argument error for an unset
+	/// function, illegal-state error after the end of the queue, system error if no thread can be started.
 	virtual Result<void> Enqueue(JobFunction function) = 0;
 };
 
@@ -34,10 +35,14 @@ TORVI_EXPORT Result<JobQueueRef> GetServiceIOQueue();
 TORVI_EXPORT Result<JobQueueRef> GetComputeQueue();
 /// Jobs that the host's main thread runs when it calls RunMainThreadJobs.
 TORVI_EXPORT Result<JobQueueRef> GetMainThreadQueue();
+/// Runs the jobs that wait there now, not those that they add.
 TORVI_EXPORT void RunMainThreadJobs();
+/// Runs what was enqueued, joins all threads and takes no more jobs; called on the main thread at the end of the module, never from a
+/// job. The next call of a Get function starts anew.
+TORVI_EXPORT void End() noexcept;
 } // namespace JobQueue
 
-/// Jobs that are waited for together. The first error of a job cancels the rest.
+/// Jobs that are waited for together. The first error of a job cancels the rest. A cancelled group stays so.
 class TORVI_EXPORT JobGroup
 {
 public:
@@ -46,17 +51,17 @@ public:
 	JobGroup(const JobGroup&) = delete;
 	JobGroup& operator=(const JobGroup&) = delete;
 
-	/// Adds a job that has not started.
+	/// Adds a job that has not started; a job of the group may add further ones.
 	Result<void> Add(JobFunction function);
-	/// Runs all jobs on the queue and on this thread, and waits for them; gives the first error. May be called from inside a job.
+	/// Runs all jobs on the queue and on this thread, and waits for them; gives the first error, else the operation-cancelled error if a cancel kept
+	/// a job from starting. May be called from inside a job; one call at a time. Null-pointer error without a queue.
 	Result<void> EnqueueGroupAndWait(const JobQueueRef& queue);
-	/// Asks the jobs to end; those that have not started do not start.
+	/// Asks the jobs to end; those that have not started do not start. Any thread.
 	void Cancel() noexcept;
 
 private:
 	struct State;
-	Ref<ObjectInterface> _state;
-	State& GetState() const noexcept;
+	Ref<State> _state;
 };
 
 } // namespace torvi

@@ -6,6 +6,8 @@
 #include "host/lock.h"
 #include "host/object.h"
 
+#include <algorithm>
+
 namespace torvi
 {
 
@@ -15,12 +17,13 @@ class Observable final : public ObjectInterface
 public:
 	using Observer = Delegate<Result<void>(Arguments...)>;
 
-	/// Gives the id under which the observer is removed again.
+	/// Gives the id under which the observer is removed again. Illegal-argument error for an unset delegate.
 	Result<Int> AddObserver(Observer observer)
 	{
 		return NoThrow(
 			[&]() -> Result<Int>
 			{
+				TORVI_CHECK(observer, IllegalArgumentError("An observer needs a function."));
 				const std::lock_guard guard(_lock);
 				_observers.push_back({_nextId, std::move(observer)});
 				return _nextId++;
@@ -30,8 +33,13 @@ public:
 	/// Nothing happens for an id that is not there.
 	void RemoveObserver(Int id) noexcept
 	{
+		Observer removed; // its closure may end objects that come back here, so it goes after the lock
 		const std::lock_guard guard(_lock);
-		std::erase_if(_observers, [&](const Entry& entry) { return entry._id == id; });
+		const auto found = std::find_if(_observers.begin(), _observers.end(), [&](const Entry& entry) { return entry._id == id; });
+		if (found == _observers.end())
+			return;
+		removed = std::move(found->_observer);
+		_observers.erase(found);
 	}
 
 	Result<void> Notify(Arguments... arguments) const
@@ -47,13 +55,11 @@ public:
 				Error first;
 				for (const Entry& entry : observers)
 				{
-					Result<void> result = entry._observer(arguments...);
+					Result<void> result = NoThrow([&]() -> Result<void> { return entry._observer(arguments...); });
 					if (!result.IsOk() && !first)
 						first = result.TakeError();
 				}
-				if (first)
-					return first.Share();
-				return OK;
+				return first ? Result<void>(std::move(first)) : OK;
 			});
 	}
 

@@ -3,6 +3,8 @@
 
 #include "host/observable.h"
 
+#include <chrono>
+
 namespace torvi
 {
 
@@ -12,14 +14,16 @@ using ProgressRef = Ref<ProgressInterface>;
 class TORVI_EXPORT ProgressInterface : public virtual ObjectInterface
 {
 public:
-	/// Seconds before the first notification and between two of them.
+	/// Seconds before the first notification, counted from now, and between two of them; both are 0 without this call. Illegal-argument error
+	/// for a time that is negative or no number. Jobs stay.
 	virtual Result<void> InitProgress(Float64 delay, Float64 interval) = 0;
-	/// A new job with nothing done; gives its id. Illegal-argument error for a weight that is negative or no number.
+	/// A new job with nothing done; gives its id. Illegal-argument error for a weight that is negative, infinite or no number.
 	virtual Result<Int> AddProgressJob(Float64 weight, std::string_view name) = 0;
-	/// Sets how much of a job is done, 0 to 1, and notifies when it is time. Gives the operation-cancelled error after Cancel, and when the
-	/// current job of the host is cancelled; else the error of an observer. Illegal-argument error for an id that is not there.
+	/// Sets how much of a job is done, 0 to 1, and notifies when it is time; other values are clamped, no number is 0. Gives the
+	/// operation-cancelled error after Cancel, and when the current job of the host is cancelled; else the error of an observer, which cancels
+	/// the work for all other threads too. Illegal-argument error for an id that is not there.
 	virtual Result<void> SetProgressAndCheckBreak(Int job, Float64 fraction) = 0;
-	/// The weighted fraction done of all jobs, 0 to 1; 0 without jobs.
+	/// The weighted fraction done of all jobs, 0 to 1; 0 without jobs. Jobs count alike when none has a weight.
 	virtual Float64 GetProgress() const = 0;
 	virtual void Cancel() noexcept = 0;
 	/// Called with this progress; an error from an observer stops the work. Made on first use.
@@ -36,6 +40,8 @@ public:
 	Float64 GetProgress() const override;
 	void Cancel() noexcept override { _isCancelled.store(true, std::memory_order_release); }
 	Result<ObservableRef<ProgressRef>> ObservableProgressNotification() override;
+	/// The name of the job that reported last; empty before the first report.
+	String ToString(std::string_view format = {}) const override;
 
 private:
 	struct Job
@@ -44,15 +50,19 @@ private:
 		Float64 _fraction;
 		String _name;
 	};
-	Bool IsNotificationDue();
+	Result<ObservableRef<ProgressRef>> SetFraction(Int job, Float64 fraction);
+	Bool IsNotificationDue() noexcept;
+	Result<void> CheckBreak() const;
 
 	mutable std::mutex _lock;
 	Array<Job> _jobs;
+	Int _lastJob = -1;
 	ObservableRef<ProgressRef> _observable;
+	using Clock = std::chrono::steady_clock;
 	Float64 _delay = 0.0;
 	Float64 _interval = 0.0;
-	Int64 _startTime = 0; ///< nanoseconds of the steady clock
-	Int64 _lastTime = 0;
+	Clock::time_point _startTime;
+	std::optional<Clock::time_point> _lastTime; ///< of the last notification
 	std::atomic<Bool> _isCancelled{false};
 };
 

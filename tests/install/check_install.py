@@ -43,7 +43,11 @@ def installed_tree(options):
 
 
 def check_package(options):
-	build_with_cmake(options, f"-DCMAKE_PREFIX_PATH={installed_tree(options)}")
+	prefix = installed_tree(options)
+	build_with_cmake(options, f"-DCMAKE_PREFIX_PATH={prefix}")
+	tool = prefix / "bin" / "torvi-image"
+	if tool.exists():
+		run(tool, "--help", stdout=subprocess.DEVNULL)   # finds the library of its own tree
 
 
 def check_pkg_config(options):

@@ -1,0 +1,29 @@
+// The file formats of the media session: handlers that make importers, and the ids of all formats, handlers, importers and exporters.
+#pragma once
+
+#include "host/fileformat.h"
+#include "torvi/mediasession_session.h"
+
+namespace torvi
+{
+
+/// A handler whose CreateHandler gives a MediaInputRef.
+class TORVI_EXPORT MediaSessionFileFormatHandlerInterface : public virtual FileFormatHandlerInterface
+{
+};
+
+namespace ids
+{
+inline constexpr Id CLASS_FILEFORMATIMAGEBASE = "net.torvi.image.class.fileformatimagebase";
+/// Exporter classes.
+inline constexpr Id REGISTRY_IMAGESAVERCLASSES = "net.torvi.image.registry.imagesaverclasses";
+
+inline constexpr Id FILEFORMAT_BMP = "net.torvi.fileformat.imagebmp";
+inline constexpr Id FILEFORMATHANDLER_BMP = "net.torvi.fileformathandler.imageloaderbmp";
+inline constexpr Id CLASS_BMPIMPORT = "net.torvi.mediasession.bmp.import";
+inline constexpr Id CLASS_BMPEXPORT = "net.torvi.mediasession.bmp.export";
+} // namespace ids
+
+} // namespace torvi
+
+TORVI_DATATYPE(torvi::FileFormatRef, "net.torvi.interface.fileformat")
