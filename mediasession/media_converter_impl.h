@@ -8,8 +8,6 @@
 namespace torvi
 {
 
-class Module;
-
 class TORVI_EXPORT MediaBaseImpl : public DataDictionaryObjectImpl, public virtual MediaBaseInterface
 {
 public:
@@ -70,7 +68,5 @@ TORVI_EXPORT Result<void> PrepareExecuteInput(const MediaConverterRef& input, co
 TORVI_EXPORT Result<void> ExecuteInput(const MediaConverterRef& input, const TimeValue& targetTime, MEDIASESSIONFLAGS flags);
 /// Closes the first input; nothing without one.
 TORVI_EXPORT Result<void> CloseInput(Block<const MediaConverterRef> inputs);
-
-Result<void> RegisterMediaConverters(Module& module);
 
 } // namespace torvi

@@ -41,6 +41,4 @@ T GetExportSetting(const DataDictionary& settings, const Id& description, const 
 	return value.IsOk() ? value.GetValue().ConvertTo<T>().ValueOr(std::move(fallback)) : fallback;
 }
 
-Result<void> RegisterMediaOutputUrl(Module& module);
-
 } // namespace torvi
