@@ -1,0 +1,171 @@
+// Little CMS behind host types.
+#include "color/lcms_adapter.h"
+
+#include "torvi/mediasession_errors.h"
+
+#include <algorithm>
+#include <lcms2_plugin.h>
+
+namespace torvi
+{
+
+namespace
+{
+
+// What lcms2's own allocator allows as well: sizes in damaged profiles are not checked everywhere before they are asked for.
+constexpr UInt64 MAXIMUM_ALLOCATION = 512 * 1024 * 1024;
+
+void* Allocate(cmsContext, cmsUInt32Number size) noexcept
+{
+	return size <= MAXIMUM_ALLOCATION ? Alloc(size) : nullptr;
+}
+
+void Release(cmsContext, void* memory) noexcept
+{
+	Free(memory);
+}
+
+void* Reallocate(cmsContext, void* memory, cmsUInt32Number size) noexcept
+{
+	return size <= MAXIMUM_ALLOCATION ? Realloc(memory, size) : nullptr;
+}
+
+void* AllocateClear(cmsContext, cmsUInt32Number size) noexcept
+{
+	return size <= MAXIMUM_ALLOCATION ? AllocClear(size) : nullptr;
+}
+
+void* AllocateClearArray(cmsContext, cmsUInt32Number count, cmsUInt32Number size) noexcept
+{
+	const UInt64 total = UInt64(count) * size;
+	return total <= MAXIMUM_ALLOCATION ? AllocClear(static_cast<Int>(total)) : nullptr;
+}
+
+/// The caller sees the failing result of the call that logged; the text is of use under a debugger only.
+void DropLogMessage(cmsContext, cmsUInt32Number code, const char* text) noexcept
+{
+	static_cast<void>(UnknownError("LCMS Error: @, @", code, text));
+}
+
+Bool InstallPlugin() noexcept
+{
+	static cmsPluginMemHandler plugin = {{cmsPluginMagicNumber, 2000, cmsPluginMemHandlerSig, nullptr},
+										 &Allocate,
+										 &Release,
+										 &Reallocate,
+										 &AllocateClear,
+										 &AllocateClearArray,
+										 nullptr};
+	cmsSetLogErrorHandler(&DropLogMessage);
+	return cmsPlugin(&plugin) != FALSE;
+}
+
+/// Lets lcms2 read a host stream. It does not outlive the function that makes it.
+class StreamHandler final : public cmsIOHANDLER
+{
+public:
+	StreamHandler(InputStreamRef input, Int length) : cmsIOHANDLER(), _input(std::move(input))
+	{
+		stream = this;
+		ReportedSize = static_cast<cmsUInt32Number>(std::min<Int>(length, UINT32_MAX));
+		Read = &OnRead;
+		Seek = &OnSeek;
+		Close = [](cmsIOHANDLER*) -> cmsBool { return TRUE; };
+		Tell = [](cmsIOHANDLER* handler) { return static_cast<cmsUInt32Number>(Of(handler)._input->GetPosition()); };
+		Write = [](cmsIOHANDLER*, cmsUInt32Number, const void*) -> cmsBool { return FALSE; };
+	}
+
+	/// The first failure of the stream; no error without one.
+	Error TakeError() noexcept { return std::move(_error); }
+
+private:
+	static StreamHandler& Of(cmsIOHANDLER* handler) noexcept { return *static_cast<StreamHandler*>(handler->stream); }
+
+	static cmsUInt32Number OnRead(cmsIOHANDLER* handler, void* buffer, cmsUInt32Number size, cmsUInt32Number count) noexcept
+	{
+		const std::size_t byteCount = std::size_t(size) * count;
+		if (Of(handler).Keep(Of(handler)._input->ReadBlock({static_cast<Byte*>(buffer), byteCount})))
+			return count;
+		cmsSignalError(handler->ContextID, cmsERROR_READ, "Read error. couldn't read %d bytes", static_cast<int>(byteCount));
+		return 0;
+	}
+	static cmsBool OnSeek(cmsIOHANDLER* handler, cmsUInt32Number offset) noexcept
+	{
+		return Of(handler).Keep(Of(handler)._input->Seek(offset)) ? TRUE : FALSE;
+	}
+
+	Bool Keep(Result<void> result) noexcept
+	{
+		if (!result.IsOk() && !_error)
+			_error = result.TakeError();
+		return result.IsOk();
+	}
+
+	InputStreamRef _input;
+	Error _error;
+};
+
+/// Adds one unit of lcms2's wide text as UTF-16. Its units are characters, or the UTF-16 units of a profile as they stand there.
+void AppendUtf16(Array<Byte>& bytes, UInt32 unit)
+{
+	if (unit > 0xFFFF)
+	{
+		AppendUtf16(bytes, 0xD7C0 + (unit >> 10));
+		unit = 0xDC00 + (unit & 0x3FF);
+	}
+	bytes.push_back(static_cast<Byte>(unit & 0xFF));
+	bytes.push_back(static_cast<Byte>(unit >> 8));
+}
+
+} // namespace
+
+Result<void> StartLcms()
+{
+	static const Bool IS_STARTED = InstallPlugin();
+	TORVI_CHECK(IS_STARTED, UnknownError("Could not initialize LCMS."));
+	return OK;
+}
+
+IccProfile OpenIccProfile(Block<const Byte> bytes) noexcept
+{
+	if (bytes.empty() || bytes.size() > UINT32_MAX)
+		return {};
+	return IccProfile(cmsOpenProfileFromMem(bytes.data(), static_cast<cmsUInt32Number>(bytes.size())));
+}
+
+Result<Array<Byte>> WriteIccProfile(const IccProfile& profile, Int maximumSize)
+{
+	cmsUInt32Number size = 0;
+	TORVI_CHECK(cmsSaveProfileToMem(profile.get(), nullptr, &size) && size <= maximumSize,
+				UnknownError("Calculating color profile size failed."));
+	Array<Byte> bytes(size);
+	TORVI_CHECK(cmsSaveProfileToMem(profile.get(), bytes.data(), &size), UnknownError("Writing color profile failed."));
+	return bytes;
+}
+
+Result<Array<Byte>> ReadIccStream(const InputStreamRef& stream)
+{
+	const Int length = TORVI_TRY(stream->GetStreamLength());
+	StreamHandler handler(stream, length);
+	const IccProfile profile(cmsOpenProfileFromIOhandlerTHR(nullptr, &handler));
+	Result<Array<Byte>> bytes = MediaSessionWrongTypeError("The stream holds no color profile.");
+	if (profile)
+		bytes = WriteIccProfile(profile, 2 * length + 65536);
+	if (Error error = handler.TakeError())
+		return error;
+	return bytes;
+}
+
+String ReadIccText(const IccProfile& profile, cmsInfoType type)
+{
+	constexpr std::size_t CHARACTERS = 1024;
+	wchar_t text[CHARACTERS] = {};
+	if (!profile || cmsGetProfileInfo(profile.get(), type, cmsNoLanguage, cmsNoCountry, text, sizeof(text)) == 0)
+		return String();
+	Array<Byte> utf16;
+	for (std::size_t i = 0; i < CHARACTERS && text[i] != 0; ++i)
+		AppendUtf16(utf16, static_cast<UInt32>(text[i]));
+	return FromUtf16Bytes(utf16);
+}
+
+} // namespace torvi
