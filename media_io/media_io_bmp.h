@@ -23,9 +23,6 @@ inline constexpr UInt32 BMP_COLORSPACE_SRGB = 0x73524742;
 inline constexpr UInt32 BMP_COLORSPACE_EMBEDDED = 0x4D424544;
 inline constexpr UInt32 BMP_INTENT_IMAGES = 4;
 
-/// Pixels per metre of one dot per inch, in this format's own measure.
-inline constexpr Float64 BMP_PIXELSPERMETRE = 11808.0 / 300.0;
-
 /// The values of ids::BMPEXPORT_BITMAPINFOHEADER.
 inline constexpr Id BMP_GENERATION_V3 = "V3";
 inline constexpr Id BMP_GENERATION_V4 = "V4";

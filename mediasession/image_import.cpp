@@ -287,6 +287,14 @@ Bool CanHoldPicture(Int pixelBytes, Int fileBytes, CompressionBound bound)
 	return pixelBytes <= UNBOUNDED_PICTURE || bytes >= UNBOUNDED_FILE;
 }
 
+Result<Array<Byte>> ReadFirstRow(BinaryReader& reader, Int bytesPerRow, Int rows)
+{
+	const Int remaining = reader.GetRemaining();
+	const Int needed = ImageBytes(bytesPerRow, rows, 8).value_or(INT64_MAX);
+	TORVI_CHECK(CanHoldPicture(needed, remaining, CompressionBound::NONE), EndOfDataError(needed - remaining));
+	return reader.ReadArray(bytesPerRow);
+}
+
 std::optional<Int> ImageBytes(Int width, Int height, BITS bitsPerPixel)
 {
 	Int bits = 0;

@@ -190,6 +190,10 @@ enum class CompressionBound
 /// allocate. Pictures up to 64 MiB always pass.
 Bool CanHoldPicture(Int pixelBytes, Int fileBytes, CompressionBound bound);
 
+/// The bytes of the first of `rows` rows that are not compressed. The read error if the file does not hold it, or if it is a large picture of which the
+/// file does not hold all rows; so nothing is allocated that the file could not fill.
+Result<Array<Byte>> ReadFirstRow(BinaryReader& reader, Int bytesPerRow, Int rows);
+
 /// Bytes of `height` lines of `width` pixels; nothing on overflow or for negative sides.
 std::optional<Int> ImageBytes(Int width, Int height, BITS bitsPerPixel);
 
