@@ -102,7 +102,7 @@ constexpr std::array FORMATS = [] {
 } // namespace fixed_formats_detail
 
 /// All fixed formats; the index is the value of `FixedFormat`.
-constexpr const auto& FIXED_FORMATS = fixed_formats_detail::FORMATS;
+inline constexpr const auto& FIXED_FORMATS = fixed_formats_detail::FORMATS;
 
 constexpr Int FIXED_FORMAT_COUNT = 50;
 constexpr Int FIXED_SOURCE_COUNT = 48;
