@@ -7,6 +7,7 @@
 #include "host/job.h"
 #include "host/observable.h"
 #include "host/timevalue.h"
+#include "host/url.h"
 
 namespace torvi
 {
@@ -38,7 +39,7 @@ Result<void> RegisterNumbers(Module& module)
 
 Result<void> RegisterValues(Module& module)
 {
-	return AddDataTypes<String, Id, DataType, ObjectRef, Data, DataDictionary, TimeValue>(module);
+	return AddDataTypes<String, Id, DataType, ObjectRef, Data, DataDictionary, TimeValue, Url>(module);
 }
 
 Result<void> RegisterArrays(Module& module)

@@ -26,7 +26,7 @@ struct Everything
 	UInt64 _uint64 = 0xFEDCBA9876543210;
 	Float32 _float32 = -0.0f;
 	Float64 _float64 = 0.1;
-	String _string = MakeString("text\0with zero");
+	String _string = MakeString(std::string_view("text\0with zero", 14));
 	Id _id = "net.torvi.id";
 	Array<Byte> _bytes = {0, 255};
 	Array<Char> _chars = {-1, 1};
@@ -71,7 +71,8 @@ Everything MakeOther()
 	Everything other;
 	other._bool = false;
 	other._char = 0;
-	other._uchar = other._uint16 = 0;
+	other._uchar = 0;
+	other._uint16 = 0;
 	other._int16 = 0;
 	other._int32 = 0;
 	other._uint32 = 0;
@@ -168,7 +169,7 @@ TEST(Serialize, AwkwardBytesNeverAllocateMuch)
 	SetAllocationHook([](Int size) noexcept { s_largest = std::max(s_largest.load(), size); return true; });
 	for (std::size_t i = 0; i < bytes.size(); ++i)
 	{
-		for (const Byte awkward : {0, 1, 127, 128, 255})
+		for (const Byte awkward : std::initializer_list<Byte>{0, 1, 127, 128, 255})
 		{
 			Array<Byte> changed = bytes;
 			changed[i] = awkward;
