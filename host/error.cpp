@@ -15,7 +15,7 @@ struct Error::Record
 	Id _id;
 	String _message;
 	Error _cause;
-	std::source_location _location;
+	SourceLocation _location;
 };
 
 namespace
@@ -36,7 +36,7 @@ Error& Error::operator=(Error&& other) noexcept
 	return *this;
 }
 
-Error Error::Make(const Id& id, std::string_view message, std::source_location location) noexcept
+Error Error::Make(const Id& id, std::string_view message, SourceLocation location) noexcept
 {
 	void* memory = Alloc(sizeof(Record));
 	if (memory == nullptr)
@@ -94,9 +94,9 @@ std::string_view Error::GetMessage() const noexcept
 	return _record != nullptr ? std::string_view(_record->_message) : std::string_view();
 }
 
-std::source_location Error::GetLocation() const noexcept
+SourceLocation Error::GetLocation() const noexcept
 {
-	return _record != nullptr ? _record->_location : std::source_location();
+	return _record != nullptr ? _record->_location : SourceLocation();
 }
 
 const Error& Error::GetCause() const noexcept
@@ -127,7 +127,7 @@ Error& Error::SetMessage(std::string_view message) noexcept
 	return *this;
 }
 
-Error& Error::SetLocation(std::source_location location) noexcept
+Error& Error::SetLocation(SourceLocation location) noexcept
 {
 	if (_record != nullptr && !_record->_isImmortal)
 		_record->_location = location;

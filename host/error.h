@@ -3,10 +3,10 @@
 #pragma once
 
 #include "host/id.h"
+#include "host/sourcelocation.h"
 #include "host/string.h"
 
 #include <atomic>
-#include <source_location>
 
 namespace torvi
 {
@@ -34,13 +34,13 @@ inline constexpr Id WRONGDATATYPE = "net.torvi.error.wrongdatatype";
 /// A message text together with the place in the source that it was written at.
 struct ErrorMessage
 {
-	ErrorMessage(const char* text = "", std::source_location location = std::source_location::current())
+	ErrorMessage(const char* text = "", SourceLocation location = SourceLocation::current())
 		: _text(text), _location(location)
 	{
 	}
 
 	const char* _text;
-	std::source_location _location;
+	SourceLocation _location;
 };
 
 class [[nodiscard]] Error
@@ -55,7 +55,7 @@ public:
 	~Error() { Release(); }
 
 	/// Makes an error. If there is no memory for it, it is the out-of-memory error instead.
-	TORVI_EXPORT static Error Make(const Id& id, std::string_view message, std::source_location location) noexcept;
+	TORVI_EXPORT static Error Make(const Id& id, std::string_view message, SourceLocation location) noexcept;
 
 	/// The out-of-memory error. Never allocates.
 	TORVI_EXPORT static Error MakeOutOfMemory() noexcept;
@@ -68,7 +68,7 @@ public:
 	/// The empty id, text and location when there is no error.
 	TORVI_EXPORT Id GetId() const noexcept;
 	TORVI_EXPORT std::string_view GetMessage() const noexcept;
-	TORVI_EXPORT std::source_location GetLocation() const noexcept;
+	TORVI_EXPORT SourceLocation GetLocation() const noexcept;
 
 	/// The error that led to this one; one that is no error where there is none. Valid as long as this error.
 	TORVI_EXPORT const Error& GetCause() const noexcept;
@@ -78,7 +78,7 @@ public:
 
 	/// These change the record that shared handles see too; they are meant for the maker. The out-of-memory error stays as it is.
 	TORVI_EXPORT Error& SetMessage(std::string_view message) noexcept;
-	TORVI_EXPORT Error& SetLocation(std::source_location location) noexcept;
+	TORVI_EXPORT Error& SetLocation(SourceLocation location) noexcept;
 	TORVI_EXPORT Error& SetCause(Error cause) noexcept;
 
 	/// "id: message (file:line)", and the causes behind " <- ".
@@ -120,7 +120,7 @@ Error MakeError(const Id& id, const ErrorMessage& message, const Arguments&... a
 
 // One maker per id: Name("A text with @ and @{x}.", values...). A default argument of its own keeps the caller's location.
 #define TORVI_ERROR_MAKER(Name, id)                                                                                                      \
-	inline Error Name(ErrorMessage message = ErrorMessage("", std::source_location::current())) noexcept                                 \
+	inline Error Name(ErrorMessage message = ErrorMessage("", SourceLocation::current())) noexcept                                 \
 	{                                                                                                                                    \
 		return ::torvi::detail::MakeError(id, message);                                                                                  \
 	}                                                                                                                                    \

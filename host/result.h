@@ -47,8 +47,8 @@ public:
 		else
 			_error = other.TakeError();
 	}
-	Result(Result&&) = default;
-	Result& operator=(Result&&) = default;
+	Result(Result&&) noexcept(std::is_nothrow_move_constructible_v<T>) = default;
+	Result& operator=(Result&&) noexcept(std::is_nothrow_move_assignable_v<T>) = default;
 
 	Bool IsOk() const noexcept { return _value.has_value(); }
 	explicit operator bool() const noexcept { return IsOk(); }
@@ -82,8 +82,8 @@ public:
 
 	Result(SuccessType) noexcept { }
 	Result(Error error) noexcept : _error(std::move(error)) { }
-	Result(Result&&) = default;
-	Result& operator=(Result&&) = default;
+	Result(Result&&) noexcept = default;
+	Result& operator=(Result&&) noexcept = default;
 
 	Bool IsOk() const noexcept { return !_error; }
 	explicit operator bool() const noexcept { return IsOk(); }

@@ -47,7 +47,7 @@ using InputStreamRef = Ref<InputStreamInterface>;
 using OutputStreamRef = Ref<OutputStreamInterface>;
 
 /// The one read error for data that ends too early, in every reader.
-TORVI_EXPORT Error EndOfDataError(Int missingBytes, std::source_location location = std::source_location::current());
+TORVI_EXPORT Error EndOfDataError(Int missingBytes, SourceLocation location = SourceLocation::current());
 
 /// What every call on a closed stream but Close gives.
 TORVI_EXPORT Error ClosedStreamError(std::source_location location = std::source_location::current());

@@ -117,13 +117,13 @@ public:
 	Result<void> SetLine(const ImagePos& pos, const PixelBuffer& source, UInt32 flags)
 	{
 		if (pos._count > 0)
-			_updateRegion.Widen(pos._x, pos._y, pos._count);
+			_updateRegion.Widen(UpdateRegion{pos._x, pos._y, pos._x + pos._count - 1, pos._y});
 		return _setLine ? _setLine(pos, source, flags) : Result<void>(OK);
 	}
 
 	/// Writes pos._count pixels from `source`, converted. IllegalArgumentError for a run outside the image.
 	Delegate<Result<void>(const ImagePos& pos, const PixelBuffer& source, UInt32 flags)> _setLine;
-	UpdateRegion _updateRegion = UpdateRegion::Empty(); ///< union of all that was written
+	UpdateRegion _updateRegion = UpdateRegion::MakeEmpty(); ///< union of all that was written
 };
 
 /// Called with the region when a set handler is freed.
