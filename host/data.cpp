@@ -89,16 +89,17 @@ std::optional<To> ConvertToNumber(const Data& data)
 template <class... T>
 Result<Data> ConvertToListed(const Data& data, DataType wanted, TypeList<T...>)
 {
-	Result<Data> result = WrongDataTypeError("A value of type @ does not convert to @.", data.GetType().GetId(), wanted.GetId());
+	std::optional<Result<Data>> result;
 	const auto convert = [&]<class To>(To)
 	{
 		if (wanted != GetDataType<To>())
 			return;
 		if (const std::optional<To> value = ConvertToNumber<To>(data))
-			result = Data::Make<To>(*value);
+			result.emplace(Data::Make<To>(*value));
 	};
 	(convert(T()), ...);
-	return result;
+	TORVI_CHECK(result, WrongDataTypeError("A value of type @ does not convert to @.", data.GetType().GetId(), wanted.GetId()));
+	return std::move(*result);
 }
 
 } // namespace

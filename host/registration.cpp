@@ -1,6 +1,8 @@
 // The table of contents of the host's registration.
 #include "host/registration.h"
 
+#include "host/description.h"
+#include "host/fileformat.h"
 #include "host/gfx_basictypes_3d.h"
 #include "host/halffloat_datatype.h"
 #include "host/ids.h"
@@ -8,6 +10,7 @@
 #include "host/observable.h"
 #include "host/timevalue.h"
 #include "host/url.h"
+#include "host/zipstream.h"
 
 namespace torvi
 {
@@ -58,6 +61,11 @@ Result<void> RegisterJobs(Module& module)
 	return module.OnEnd([]() { JobQueue::End(); });
 }
 
+Result<void> RegisterDescriptions(Module& module)
+{
+	return module.OnEnd([]() { DataDescriptionDatabase::Clear(); });
+}
+
 constexpr RegistrationStep STEPS[] = {
 	{"numbers", &RegisterNumbers},
 	{"values", &RegisterValues},
@@ -66,7 +74,10 @@ constexpr RegistrationStep STEPS[] = {
 	{"draw types", &RegisterDrawTypes},
 	{"draw types in three dimensions", &RegisterDraw3dTypes},
 	{"observable class", &RegisterObservable},
-	{"jobs", &RegisterJobs},
+	{"file format class", &RegisterFileFormatBase},
+	{"zip conversions", &RegisterZipConversions},
+	{"descriptions", &RegisterDescriptions},
+	{"jobs", &RegisterJobs}, // last: at the end they stop before anything else goes
 };
 
 } // namespace

@@ -1,5 +1,5 @@
 // Data, conversion between types, and dictionaries.
-#include "allocation_failure.h"
+#include "expect_out_of_memory.h"
 
 #include "host/data.h"
 #include "host/halffloat_datatype.h"

@@ -1,5 +1,5 @@
 // Errors, results, texts, delegates and memory.
-#include "allocation_failure.h"
+#include "expect_out_of_memory.h"
 
 #include "host/delegate.h"
 #include "host/object.h"
@@ -34,7 +34,7 @@ TEST(Error, CarriesIdTextCauseAndPlace)
 
 TEST(Error, WithoutMemoryIsOutOfMemoryAndIsNeverChanged)
 {
-	const AllocationLimit limit(0);
+	const AllocationFailure failure(1, AllocationFailure::Mode::KEEPFAILING);
 	EXPECT_EQ(IoError("A text that is too long to be kept without an allocation.").GetId(), errorids::OUTOFMEMORY);
 	EXPECT_EQ(IoError("@", "A text that is too long to be kept without an allocation.").GetId(), errorids::OUTOFMEMORY);
 	Error error = OutOfMemoryError();
@@ -78,7 +78,7 @@ TEST(Memory, RefusesBadSizesAndKeepsABlockThatDoesNotGrow)
 	EXPECT_EQ(block[3], 0);
 	block[3] = 9;
 	{
-		const AllocationLimit limit(0);
+		const AllocationFailure failure(1, AllocationFailure::Mode::KEEPFAILING);
 		EXPECT_EQ(Realloc(block, 1000), nullptr);
 	}
 	EXPECT_EQ(block[3], 9);

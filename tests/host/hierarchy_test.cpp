@@ -1,5 +1,5 @@
 // Trees of objects.
-#include "allocation_failure.h"
+#include "expect_out_of_memory.h"
 
 #include "host/class.h"
 #include "host/hierarchy.h"

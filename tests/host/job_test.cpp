@@ -1,5 +1,5 @@
 // Queues and groups of jobs.
-#include "allocation_failure.h"
+#include "expect_out_of_memory.h"
 
 #include "host/job.h"
 
@@ -196,7 +196,7 @@ TEST_F(Job, FailedAllocationsOfAGroup)
 	for (int i = 0; i < 10; ++i)
 		TORVI_MUST(group.Add([&]() -> Result<void> { ++runs; return OK; }));
 	{
-		const AllocationLimit limit(0); // no room for tickets
+		const AllocationFailure failure(1, AllocationFailure::Mode::KEEPFAILING); // no room for tickets
 		TORVI_MUST(group.EnqueueGroupAndWait(_queue));
 	}
 	EXPECT_EQ(runs, 10);

@@ -1,5 +1,5 @@
 // Observables and progress.
-#include "allocation_failure.h"
+#include "expect_out_of_memory.h"
 
 #include "host/job.h"
 #include "host/progress.h"

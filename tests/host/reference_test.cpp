@@ -1,5 +1,5 @@
 // Strong, weak and copy-on-write references, and classes.
-#include "allocation_failure.h"
+#include "expect_out_of_memory.h"
 
 #include "host/class.h"
 #include "host/registry.h"

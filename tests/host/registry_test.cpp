@@ -1,5 +1,5 @@
 // Registries, services and registration.
-#include "allocation_failure.h"
+#include "expect_out_of_memory.h"
 
 #include "host/ids.h"
 #include "host/registration.h"

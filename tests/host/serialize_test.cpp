@@ -1,5 +1,5 @@
 // The stored form of values.
-#include "allocation_failure.h"
+#include "expect_out_of_memory.h"
 
 #include "host/dataserialize.h"
 #include "host/gfx_basictypes_3d.h"
