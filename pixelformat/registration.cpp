@@ -5,7 +5,12 @@
 #include "pixelformat/gfx_image_channels.h"
 #include "pixelformat/gfx_image_colorspace.h"
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
+#include "pixelformat/gfx_image_pixelformat_dynamic_impl.h"
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
+#include "pixelformat/gfx_image_pixelformat_indexed_impl.h"
+#include "pixelformat/gfx_image_pixelformat_packed_impl.h"
+#include "pixelformat/gfx_image_pixelformat_rgbe_impl.h"
+#include "pixelformat/gfx_image_pixelformat_yuv_impl.h"
 
 namespace torvi
 {
@@ -26,6 +31,12 @@ constexpr RegistrationStep STEPS[] = {
 	{"pixel format groups", &RegisterPixelFormatGroups},
 	{"base of pixel formats", &RegisterPixelFormatBase},
 	{"fixed pixel formats", &RegisterFixedFormats},
+	{"packed pixel formats", &RegisterPackedFormats},
+	{"RGBE", &RegisterRgbeFormat},
+	{"YUV pixel formats", &RegisterYuvFormats},
+	{"indexed pixel formats", &RegisterIndexedFormats}, // their tables have fixed formats
+	{"dynamic pixel formats", &RegisterDynamicFormats},
+	{"map of channel lists", &RegisterPixelFormatMap}, // enters all formats above
 };
 
 } // namespace
