@@ -79,7 +79,11 @@ public:
 private:
 	template <class T>
 	Result<T> ReadNumber();
+	Int TakeFromWindow(Block<Byte> block) noexcept;
+	void DropWindow(Int position) noexcept;
+	Result<void> MoveStreamTo(Int position);
 	Result<void> FillWindow();
+	Result<Int> ReadStraight(Block<Byte> block);
 
 	InputStreamRef _stream;
 	ByteOrder _order = ByteOrder::LITTLEENDIAN;
@@ -90,7 +94,8 @@ private:
 	Int _windowSize = 0;
 };
 
-/// Writes to a stream through a buffer. What is buffered is written by Flush and Close only, which report failures.
+/// Writes to a stream through a buffer. What is still buffered when the writer goes is lost; only Flush and Close make sure of it, and
+/// report failures. After a failed write all further writes, Flush and Close give its error again.
 class TORVI_EXPORT BinaryWriter
 {
 public:
@@ -105,7 +110,7 @@ public:
 
 	void SetByteOrder(ByteOrder order) noexcept { _order = order; }
 	Int GetPosition() const noexcept;
-	/// Flushes first.
+	/// Writes what is buffered first.
 	Result<void> Seek(Int position);
 
 	Result<void> WriteUChar(UChar value);
@@ -120,10 +125,13 @@ public:
 private:
 	template <class T>
 	Result<void> WriteNumber(T value);
+	Result<void> WriteThrough(Block<const Byte> block);
+	Result<void> WriteBuffer();
 
 	OutputStreamRef _stream;
 	ByteOrder _order = ByteOrder::LITTLEENDIAN;
 	Array<Byte> _buffer;
+	Error _failure; ///< of the first write that went wrong
 };
 
 } // namespace torvi

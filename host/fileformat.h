@@ -54,9 +54,13 @@ namespace FileFormatDetection
 using TryHandler = Delegate<Result<Bool>(const FileFormatHandlerRef& handler)>;
 
 /// The handlers of the wanted types whose format fits `url`, in order. With a `tryHandler` the walk ends at the first that it accepts, which is
-/// then the only entry; without one all that fit are given. A file that cannot be opened is the error of opening; a format that fails to
-/// read is passed over. `flags` is 0.
+/// then the only entry; without one all that fit are given. Each format gets a stream of its own. A file that cannot be opened is the error
+/// of opening; a format that fails to read is passed over, unless memory ran out. `flags` is 0.
 TORVI_EXPORT Result<Array<FileFormatHandlerRef>> DetectAll(const Url& url, Block<const DataType> types, UInt32 flags, const TryHandler& tryHandler);
 } // namespace FileFormatDetection
+
+class Module;
+/// The class net.torvi.class.fileformatbase.
+Result<void> RegisterFileFormatBase(Module& module);
 
 } // namespace torvi

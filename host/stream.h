@@ -1,5 +1,5 @@
 // Byte streams. All calls on one stream come from one thread at a time. A stream is closed when its last reference goes; only Close
-// reports what went wrong with that.
+// reports what went wrong with that. A stream is sequential, of unknown length, unless it says otherwise.
 #pragma once
 
 #include "host/object.h"
@@ -11,15 +11,15 @@ class TORVI_EXPORT BaseStreamInterface : public virtual ObjectInterface
 {
 public:
 	/// Bytes in all. Unsupported-operation error where the length is not known, as on a pipe.
-	virtual Result<Int> GetStreamLength() const = 0;
+	virtual Result<Int> GetStreamLength() const;
 	/// The position of the next byte, from 0.
 	virtual Int GetPosition() const = 0;
 	/// Closes the stream; further calls but Close are illegal-state errors. A second Close succeeds.
 	virtual Result<void> Close() = 0;
-	virtual Bool SeekSupported() const = 0;
+	virtual Bool SeekSupported() const { return false; }
 	/// Moves to an absolute position. Unsupported-operation error without SeekSupported, illegal-argument error below 0. A position behind the
 	/// end is allowed; reading there finds the end.
-	virtual Result<void> Seek(Int position) = 0;
+	virtual Result<void> Seek(Int position);
 };
 
 class TORVI_EXPORT InputStreamInterface : public virtual BaseStreamInterface
@@ -27,8 +27,9 @@ class TORVI_EXPORT InputStreamInterface : public virtual BaseStreamInterface
 public:
 	/// Reads up to the size of `block` and gives the count read; a short count means the end of the stream and is no failure.
 	virtual Result<Int> ReadEOS(Block<Byte> block) = 0;
-	/// Moves forward by `count` bytes, by reading where seeking is not supported. Skipping over the end is the read error of ReadBlock.
-	virtual Result<void> Skip(Int count) = 0;
+	/// Moves forward by `count` bytes, by reading where seeking is not supported. Skipping over the end is the read error of ReadBlock;
+	/// illegal-argument error for a negative count.
+	virtual Result<void> Skip(Int count);
 
 	/// Reads the whole block; the host's read error "The data ends @ bytes too early." if the stream ends before.
 	Result<void> ReadBlock(Block<Byte> block);
@@ -47,5 +48,8 @@ using OutputStreamRef = Ref<OutputStreamInterface>;
 
 /// The one read error for data that ends too early, in every reader.
 TORVI_EXPORT Error EndOfDataError(Int missingBytes, SourceLocation location = SourceLocation::current());
+
+/// What every call on a closed stream but Close gives.
+TORVI_EXPORT Error ClosedStreamError(std::source_location location = std::source_location::current());
 
 } // namespace torvi
