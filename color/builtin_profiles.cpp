@@ -102,10 +102,11 @@ void SetFixedDate(Array<Byte>& bytes) noexcept
 
 Result<ColorProfile> MakeBuiltInProfile(const BuiltInProfile& row)
 {
+	const LcmsMemoryWatch watch;
 	IccProfile handle = row._make();
-	TORVI_CHECK(handle && WriteText(handle, cmsSigProfileDescriptionTag, row._description) &&
-					WriteText(handle, cmsSigCopyrightTag, L"No copyright, use freely"),
-				OutOfMemoryError());
+	const Bool isComplete = handle && WriteText(handle, cmsSigProfileDescriptionTag, row._description) &&
+							WriteText(handle, cmsSigCopyrightTag, L"No copyright, use freely");
+	TORVI_CHECK(isComplete && !watch.HasFailed(), OutOfMemoryError());
 	Array<Byte> bytes = TORVI_TRY(WriteIccProfile(handle, UINT32_MAX));
 	SetFixedDate(bytes);
 	const UInt32 crc = Crc32c(bytes);

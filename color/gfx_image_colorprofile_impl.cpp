@@ -165,8 +165,10 @@ ColorSpace ColorProfileRecordImpl::GetColorSpace() const
 
 Result<ColorProfileRecordImplRef> MakeIccRecord(IccProfile handle, Array<Byte> data, UInt32 crc)
 {
+	const LcmsMemoryWatch watch;
 	ColorProfileContent content;
 	content._description = ReadIccText(handle, cmsInfoDescription);
+	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	content._handle = std::move(handle);
 	content._data = std::move(data);
 	content._crc = crc;
@@ -179,7 +181,9 @@ Result<ColorProfileRecordImplRef> ReadProfile(Block<const Byte> bytes, UInt32 cr
 	if (!HasIccMagic(bytes) && HasOcioMagic(bytes))
 		return ReadOcioProfile(bytes);
 	Array<Byte> data(bytes.begin(), bytes.end());
+	const LcmsMemoryWatch watch;
 	IccProfile handle = OpenIccProfile(data);
+	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	TORVI_CHECK(handle, MediaSessionWrongTypeError("cmsOpenProfileFromMem failed."));
 	return MakeIccRecord(std::move(handle), std::move(data), crc);
 }

@@ -4,7 +4,9 @@
 #include "torvi/mediasession_errors.h"
 
 #include <algorithm>
+#include <atomic>
 #include <lcms2_plugin.h>
+#include <mutex>
 
 namespace torvi
 {
@@ -15,9 +17,18 @@ namespace
 // What lcms2's own allocator allows as well: sizes in damaged profiles are not checked everywhere before they are asked for.
 constexpr UInt64 MAXIMUM_ALLOCATION = 512 * 1024 * 1024;
 
+thread_local UInt32 t_failedAllocations = 0;
+
+void* Checked(void* memory) noexcept
+{
+	if (memory == nullptr)
+		++t_failedAllocations;
+	return memory;
+}
+
 void* Allocate(cmsContext, cmsUInt32Number size) noexcept
 {
-	return size <= MAXIMUM_ALLOCATION ? Alloc(size) : nullptr;
+	return size <= MAXIMUM_ALLOCATION ? Checked(Alloc(size)) : nullptr;
 }
 
 void Release(cmsContext, void* memory) noexcept
@@ -27,18 +38,18 @@ void Release(cmsContext, void* memory) noexcept
 
 void* Reallocate(cmsContext, void* memory, cmsUInt32Number size) noexcept
 {
-	return size <= MAXIMUM_ALLOCATION ? Realloc(memory, size) : nullptr;
+	return size <= MAXIMUM_ALLOCATION ? Checked(Realloc(memory, size)) : nullptr;
 }
 
 void* AllocateClear(cmsContext, cmsUInt32Number size) noexcept
 {
-	return size <= MAXIMUM_ALLOCATION ? AllocClear(size) : nullptr;
+	return size <= MAXIMUM_ALLOCATION ? Checked(AllocClear(size)) : nullptr;
 }
 
 void* AllocateClearArray(cmsContext, cmsUInt32Number count, cmsUInt32Number size) noexcept
 {
 	const UInt64 total = UInt64(count) * size;
-	return total <= MAXIMUM_ALLOCATION ? AllocClear(static_cast<Int>(total)) : nullptr;
+	return total <= MAXIMUM_ALLOCATION ? Checked(AllocClear(static_cast<Int>(total))) : nullptr;
 }
 
 /// The caller sees the failing result of the call that logged; the text is of use under a debugger only.
@@ -47,17 +58,42 @@ void DropLogMessage(cmsContext, cmsUInt32Number code, const char* text) noexcept
 	static_cast<void>(UnknownError("LCMS Error: @, @", code, text));
 }
 
-Bool InstallPlugin() noexcept
+// lcms2 locks each profile while it reads a tag. Its own mutex is allocated without a look at the result, so we hand it one of a fixed set;
+// which profile has which does not matter. Recursive, in case a thread should ever hold two profiles that share one.
+std::recursive_mutex s_profileLocks[32];
+std::atomic<UInt32> s_nextProfileLock{0};
+
+void* CreateMutex(cmsContext) noexcept
 {
-	static cmsPluginMemHandler plugin = {{cmsPluginMagicNumber, 2000, cmsPluginMemHandlerSig, nullptr},
-										 &Allocate,
-										 &Release,
-										 &Reallocate,
-										 &AllocateClear,
-										 &AllocateClearArray,
-										 nullptr};
+	return &s_profileLocks[s_nextProfileLock.fetch_add(1, std::memory_order_relaxed) % std::size(s_profileLocks)];
+}
+
+void DestroyMutex(cmsContext, void*) noexcept {}
+
+cmsBool LockMutex(cmsContext, void* mutex) noexcept
+{
+	static_cast<std::recursive_mutex*>(mutex)->lock();
+	return TRUE;
+}
+
+void UnlockMutex(cmsContext, void* mutex) noexcept
+{
+	static_cast<std::recursive_mutex*>(mutex)->unlock();
+}
+
+Bool InstallPlugins() noexcept
+{
+	cmsPluginMutex mutexes = {
+		{cmsPluginMagicNumber, 2000, cmsPluginMutexSig, nullptr}, &CreateMutex, &DestroyMutex, &LockMutex, &UnlockMutex};
+	cmsPluginMemHandler memory = {{cmsPluginMagicNumber, 2000, cmsPluginMemHandlerSig, &mutexes.base},
+								  &Allocate,
+								  &Release,
+								  &Reallocate,
+								  &AllocateClear,
+								  &AllocateClearArray,
+								  nullptr};
 	cmsSetLogErrorHandler(&DropLogMessage);
-	return cmsPlugin(&plugin) != FALSE;
+	return cmsPlugin(&memory) != FALSE;
 }
 
 /// Lets lcms2 read a host stream. It does not outlive the function that makes it.
@@ -121,9 +157,16 @@ void AppendUtf16(Array<Byte>& bytes, UInt32 unit)
 
 Result<void> StartLcms()
 {
-	static const Bool IS_STARTED = InstallPlugin();
+	static const Bool IS_STARTED = InstallPlugins();
 	TORVI_CHECK(IS_STARTED, UnknownError("Could not initialize LCMS."));
 	return OK;
+}
+
+LcmsMemoryWatch::LcmsMemoryWatch() noexcept : _failedBefore(t_failedAllocations) {}
+
+Bool LcmsMemoryWatch::HasFailed() const noexcept
+{
+	return t_failedAllocations != _failedBefore;
 }
 
 IccProfile OpenIccProfile(Block<const Byte> bytes) noexcept

@@ -17,9 +17,22 @@ struct IccProfileCloser
 /// An open ICC profile. Reading its tags is safe on any thread: lcms2 locks each profile.
 using IccProfile = std::unique_ptr<void, IccProfileCloser>;
 
-/// Routes lcms2's memory to the host's allocator and silences its log. Must come before any other call of lcms2; what it sets stays for the
+/// Routes lcms2's memory and locks to ours and silences its log. Must come before any other call of lcms2; what it sets stays for the
 /// life of the process, so later calls do nothing. UnknownError "Could not initialize LCMS.".
 Result<void> StartLcms();
+
+/// Tells whether an allocation of lcms2 failed on this thread since it was made. Not every function of lcms2 reports that: some go on and leave a
+/// part out, which other functions then miss. So what was made under a watch that has failed must be dropped. Refusals of absurd sizes, which
+/// damaged profiles ask for, do not count.
+class LcmsMemoryWatch
+{
+public:
+	LcmsMemoryWatch() noexcept;
+	Bool HasFailed() const noexcept;
+
+private:
+	UInt32 _failedBefore;
+};
 
 /// Empty for bytes that are no profile, and when memory runs out. The bytes are copied.
 IccProfile OpenIccProfile(Block<const Byte> bytes) noexcept;
