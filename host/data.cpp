@@ -1,6 +1,8 @@
 // Conversion between data types, and dictionaries.
 #include "host/data.h"
 
+#include "host/registry.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -37,6 +39,11 @@ std::optional<To> ConvertNumber(From value)
 {
 	if constexpr (std::same_as<To, Bool>)
 		return value != From(0);
+	else if constexpr (std::same_as<To, Float32> && std::same_as<From, Float64>)
+	{
+		const Bool fits = !std::isfinite(value) || std::abs(value) <= std::numeric_limits<Float32>::max();
+		return fits ? std::optional<To>(static_cast<To>(value)) : std::nullopt;
+	}
 	else if constexpr (std::floating_point<To>)
 		return static_cast<To>(value);
 	else if constexpr (std::floating_point<From>)
@@ -82,16 +89,17 @@ std::optional<To> ConvertToNumber(const Data& data)
 template <class... T>
 Result<Data> ConvertToListed(const Data& data, DataType wanted, TypeList<T...>)
 {
-	Result<Data> result = WrongDataTypeError("A value of type @ does not convert to @.", data.GetType().GetId(), wanted.GetId());
+	std::optional<Result<Data>> result;
 	const auto convert = [&]<class To>(To)
 	{
 		if (wanted != GetDataType<To>())
 			return;
 		if (const std::optional<To> value = ConvertToNumber<To>(data))
-			result = Data::Make<To>(*value);
+			result.emplace(Data::Make<To>(*value));
 	};
 	(convert(T()), ...);
-	return result;
+	TORVI_CHECK(result, WrongDataTypeError("A value of type @ does not convert to @.", data.GetType().GetId(), wanted.GetId()));
+	return std::move(*result);
 }
 
 } // namespace
@@ -105,13 +113,16 @@ Result<Data> Data::Convert(DataType wanted) const
 		{
 			if (!IsEmpty() && wanted == GetDataType<String>())
 				return Make<String>(ToString());
+			if (const String* text = GetPtr<String>(); text != nullptr && wanted == GetDataType<Id>())
+				return Make<Id>(TORVI_TRY(InternId(*text)));
 			return ConvertToListed(*this, wanted, Numbers());
 		});
 }
 
 Bool operator==(const Data& a, const Data& b)
 {
-	return a._type == b._type && (a._value == b._value || (a._value && b._value && a._type.GetRecord()._isEqual(a._value.get(), b._value.get())));
+	// Also for a shared value: one that holds a NaN does not equal itself.
+	return a._type == b._type && (a.IsEmpty() || a._type.GetRecord()._isEqual(a._value.get(), b._value.get()));
 }
 
 UInt64 Data::GetHashCode() const

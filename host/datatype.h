@@ -98,10 +98,6 @@ String TextOfValue(const T& value, std::string_view format)
 		return MakeString(DataTypeTraits<T>::ID.GetText());
 }
 
-/// Writes or reads one value; defined in dataserialize.h, which a type's header includes only if it has a DescribeIO.
-template <class T>
-Result<void> DescribeValue(void* value, DataSerialize& serializer);
-
 template <class T>
 constexpr DataTypeRecord MakeDataTypeRecord()
 {

@@ -5,7 +5,6 @@
 #include "host/registry.h"
 
 #include <algorithm>
-#include <deque>
 #include <mutex>
 
 #include <nlohmann/json.hpp>
@@ -26,7 +25,8 @@ Error UnreadableError(const Url& url, std::string_view reason, std::source_locat
 template <class T>
 std::optional<Result<Data>> NumberFromJson(const Json& json)
 {
-	if (json.is_number_unsigned() ? !std::in_range<T>(json.get<UInt64>()) : !json.is_number_integer() || !std::in_range<T>(json.get<Int64>()))
+	if (json.is_number_unsigned() ? !std::in_range<T>(json.get<UInt64>())
+								  : !json.is_number_integer() || !std::in_range<T>(json.get<Int64>()))
 		return std::nullopt;
 	return Data::Make<T>(static_cast<T>(json.get<Int64>()));
 }
@@ -103,7 +103,7 @@ public:
 		DataDescription _description;
 	};
 
-	explicit DataDescriptionReader(const Url& url) : _url(url) { }
+	explicit DataDescriptionReader(const Url& url) : _url(url) {}
 
 	Result<Array<Named>> Read()
 	{
@@ -173,15 +173,15 @@ struct Database
 	using Named = DataDescriptionReader::Named;
 
 	std::mutex _lock;
-	std::deque<Url, HostAllocator<Url>> _unread;
-	std::deque<Array<Named>, HostAllocator<Array<Named>>> _files; ///< pointers into these arrays are out with callers
+	Array<Url> _unread;
+	Array<Array<Named>> _files; ///< callers hold pointers into the inner arrays, whose elements stay in place
 
 	Result<void> ReadAll()
 	{
 		while (!_unread.empty())
 		{
 			_files.push_back(TORVI_TRY(DataDescriptionReader(_unread.front()).Read()));
-			_unread.pop_front();
+			_unread.erase(_unread.begin());
 		}
 		return OK;
 	}
@@ -197,7 +197,6 @@ struct Database
 	}
 };
 
-/// Made by the first call, so that a failed allocation of it is that call's error.
 Database& GetDatabase()
 {
 	static Database database;

@@ -56,7 +56,7 @@ Result<Bool> FileFormatBaseImpl::Detect(const Url&, const InputStreamRef&) const
 }
 
 Result<Array<FileFormatHandlerRef>> FileFormatDetection::DetectAll(const Url& url, Block<const DataType> types, UInt32,
-                                                                   const TryHandler& tryHandler)
+																   const TryHandler& tryHandler)
 {
 	return NoThrow(
 		[&]() -> Result<Array<FileFormatHandlerRef>>

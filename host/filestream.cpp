@@ -153,13 +153,15 @@ private:
 		TORVI_CHECK(!S_ISDIR(status.st_mode), SystemFailure("\"@\" can not be opened: @.", EISDIR));
 		_isSeekable = S_ISREG(status.st_mode) || S_ISBLK(status.st_mode);
 		const int flags = fcntl(_descriptor, F_GETFL);
-		TORVI_CHECK(flags >= 0 && fcntl(_descriptor, F_SETFL, flags & ~O_NONBLOCK) == 0, SystemFailure("\"@\" can not be opened: @.", errno));
+		TORVI_CHECK(flags >= 0 && fcntl(_descriptor, F_SETFL, flags & ~O_NONBLOCK) == 0,
+					SystemFailure("\"@\" can not be opened: @.", errno));
 		return OK;
 	}
 
 	ssize_t ReadSome(Byte* target, std::size_t count)
 	{
-		return RetryInterrupted([&]() { return _isSeekable ? pread(_descriptor, target, count, _position) : read(_descriptor, target, count); });
+		return RetryInterrupted([&]()
+								{ return _isSeekable ? pread(_descriptor, target, count, _position) : read(_descriptor, target, count); });
 	}
 
 	ssize_t WriteSome(Block<const Byte> block)
@@ -186,7 +188,7 @@ template <class Interface>
 class FileStream : public Interface
 {
 public:
-	explicit FileStream(FileHandle file) noexcept : _file(std::move(file)) { }
+	explicit FileStream(FileHandle file) noexcept : _file(std::move(file)) {}
 
 	Result<Int> GetStreamLength() const override
 	{
@@ -251,7 +253,7 @@ Result<InputStreamRef> OpenFileForReading(std::string_view path)
 Result<OutputStreamRef> OpenFileForWriting(std::string_view path)
 {
 	return NoThrow([&]() -> Result<OutputStreamRef>
-	               { return NewObject<FileOutputStream>(TORVI_TRY(FileHandle::Open(path, O_WRONLY | O_CREAT | O_TRUNC))); });
+				   { return NewObject<FileOutputStream>(TORVI_TRY(FileHandle::Open(path, O_WRONLY | O_CREAT | O_TRUNC))); });
 }
 
 } // namespace torvi

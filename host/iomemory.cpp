@@ -10,7 +10,7 @@ namespace torvi
 class MemoryStream
 {
 public:
-	explicit MemoryStream(Ref<IoMemory> memory) noexcept : _memory(std::move(memory)) { }
+	explicit MemoryStream(Ref<IoMemory> memory) noexcept : _memory(std::move(memory)) {}
 
 	Result<Int> GetLength() const
 	{
@@ -71,7 +71,7 @@ template <class Interface>
 class MemoryStreamBase : public Interface
 {
 public:
-	explicit MemoryStreamBase(Ref<IoMemory> memory) noexcept : _stream(std::move(memory)) { }
+	explicit MemoryStreamBase(Ref<IoMemory> memory) noexcept : _stream(std::move(memory)) {}
 
 	Result<Int> GetStreamLength() const override { return _stream.GetLength(); }
 	Int GetPosition() const override { return _stream.GetPosition(); }

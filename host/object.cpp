@@ -39,6 +39,8 @@ void ObjectInterface::RemoveReference() const noexcept
 	ObjectControl* control = _control;
 	if (control->_strong.fetch_sub(1, std::memory_order_acq_rel) != 1)
 		return;
+	// Far below 0, so that a passing reference that a destructor makes to its own object does not end it again.
+	control->_strong.store(INT32_MIN / 2, std::memory_order_relaxed);
 	const Ref<Class> record = Ref<Class>::Adopt(std::exchange(control->_class, nullptr)); // outlives the object's destructor
 	control->_object->~ObjectInterface();
 	detail::RemoveWeakReference(control);

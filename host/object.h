@@ -264,7 +264,7 @@ public:
 		TORVI_CHECK(_object, NullptrError());
 		if (IsShared())
 		{
-			Ref<T> copy = Cast<T>(TORVI_TRY(_object->CloneObject()));
+			Ref<T> copy = Cast<T>(TORVI_TRY(NoThrow([&]() { return _object->CloneObject(); })));
 			TORVI_CHECK(copy, NullptrError());
 			*this = CowRef(std::move(copy));
 		}

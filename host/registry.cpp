@@ -11,6 +11,12 @@ torvi::HostServices* g_torvi = nullptr;
 namespace torvi
 {
 
+Registry::~Registry()
+{
+	while (!_entries.empty())
+		_entries.pop_back();
+}
+
 Result<void> Registry::InsertEntry(const Id& id, ObjectRef object)
 {
 	return NoThrow(
@@ -133,7 +139,15 @@ public:
 					return *found;
 				_texts.push_back(MakeString(text));
 				const Id id(_texts.back().c_str(), _texts.back().size());
-				_ids.insert(id);
+				try
+				{
+					_ids.insert(id);
+				}
+				catch (...)
+				{
+					_texts.pop_back();
+					throw;
+				}
 				return id;
 			});
 	}
@@ -146,8 +160,12 @@ private:
 
 Result<Id> InternId(std::string_view text)
 {
-	static IdTable* const TABLE = std::make_unique<IdTable>().release(); // never destroyed: ids are used until the very end
-	return TABLE->Intern(text);
+	return NoThrow(
+		[&]() -> Result<Id>
+		{
+			static IdTable* const TABLE = std::make_unique<IdTable>().release(); // never destroyed: ids are used until the very end
+			return TABLE->Intern(text);
+		});
 }
 
 } // namespace torvi

@@ -14,6 +14,8 @@ class TORVI_EXPORT Registry final : public ObjectInterface
 {
 public:
 	explicit Registry(const Id& id) : _id(id) { }
+	/// Drops the latest entry first.
+	~Registry() override;
 
 	Id GetId() const noexcept { return _id; }
 

@@ -116,6 +116,10 @@ auto NoThrow(Function&& function) noexcept -> std::invoke_result_t<Function>
 	{
 		return UnknownError("A library failed: @", exception.what());
 	}
+	catch (...)
+	{
+		return UnknownError("A library failed without saying why.");
+	}
 }
 
 } // namespace torvi

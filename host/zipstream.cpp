@@ -52,7 +52,7 @@ z_stream MakeZipStream()
 class ZipInputStream final : public InputStreamInterface
 {
 public:
-	explicit ZipInputStream(InputStreamRef source) noexcept : _source(std::move(source)) { }
+	explicit ZipInputStream(InputStreamRef source) noexcept : _source(std::move(source)) {}
 	~ZipInputStream() override
 	{
 		if (_isReady)
@@ -116,7 +116,7 @@ private:
 class ZipOutputStream final : public OutputStreamInterface
 {
 public:
-	explicit ZipOutputStream(OutputStreamRef target) noexcept : _target(std::move(target)) { }
+	explicit ZipOutputStream(OutputStreamRef target) noexcept : _target(std::move(target)) {}
 	~ZipOutputStream() override
 	{
 		if (_isReady)

@@ -89,20 +89,18 @@ constexpr FixedFormatInfo MakeInfo(FixedFormat format, FixedFamily family, Value
 	return info;
 }
 
-constexpr std::array FORMATS = [] {
+} // namespace fixed_formats_detail
+
+/// All fixed formats; the index is the value of `FixedFormat`.
+inline constexpr std::array FIXED_FORMATS = [] {
 	using enum Channel;
 	return std::array{
 #define FIXED_FORMAT(family, type, ...) \
-	MakeInfo(FixedFormat::family##_##type, FixedFamily::family, ValueType::type, #family "::" #type, {__VA_ARGS__}),
+	fixed_formats_detail::MakeInfo(FixedFormat::family##_##type, FixedFamily::family, ValueType::type, #family "::" #type, {__VA_ARGS__}),
 #include "pixelformat/fixed_formats.inc"
 #undef FIXED_FORMAT
 	};
 }();
-
-} // namespace fixed_formats_detail
-
-/// All fixed formats; the index is the value of `FixedFormat`.
-constexpr const auto& FIXED_FORMATS = fixed_formats_detail::FORMATS;
 
 constexpr Int FIXED_FORMAT_COUNT = 50;
 constexpr Int FIXED_SOURCE_COUNT = 48;

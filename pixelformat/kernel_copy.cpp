@@ -13,6 +13,8 @@ namespace
 // Whether the pixels must be copied from the last to the first: the destination runs ahead of the source, in the direction of the run.
 bool RunsBackwards(const KernelRun& run)
 {
+	if (run._destinationStride == 0)
+		return false; // the last pixel stays
 	const auto destination = reinterpret_cast<std::uintptr_t>(run._destination);
 	const auto source = reinterpret_cast<std::uintptr_t>(run._source);
 	const auto aheadAtStart = static_cast<Int>(destination - source);

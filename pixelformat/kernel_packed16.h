@@ -31,7 +31,7 @@ struct Packed16Info
 	constexpr bool HasAlpha() const { return _alpha._bits > 0; }
 };
 
-constexpr std::array<Packed16Info, PACKED16_FORMAT_COUNT> PACKED16_FORMATS = {{
+inline constexpr std::array<Packed16Info, PACKED16_FORMAT_COUNT> PACKED16_FORMATS = {{
 	{"rgb.u565", "RGB::U565", {11, 5}, {5, 6}, {0, 5}, {}},
 	{"rgb.u555", "RGB::U555", {10, 5}, {5, 5}, {0, 5}, {}},
 	{"rgb.u444", "RGB::U444", {8, 4}, {4, 4}, {0, 4}, {}},

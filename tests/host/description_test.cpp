@@ -18,8 +18,12 @@ protected:
 
 	static Result<void> Register(std::string_view text)
 	{
-		const Ref<IoMemory> file = TORVI_TRY(NewObject<IoMemory>(Array<Byte>(text.begin(), text.end())));
-		return DataDescriptionDatabase::RegisterDatabaseWithUrl("net.torvi.test", TORVI_TRY(file->GetUrl("test.json")));
+		return NoThrow(
+			[&]() -> Result<void>
+			{
+				const Ref<IoMemory> file = TORVI_TRY(NewObject<IoMemory>(Array<Byte>(text.begin(), text.end())));
+				return DataDescriptionDatabase::RegisterDatabaseWithUrl("net.torvi.test", TORVI_TRY(file->GetUrl("test.json")));
+			});
 	}
 };
 

@@ -16,10 +16,11 @@ TEST(Descriptions, CanBeReadAndKeysBelong)
 	ASSERT_TRUE(services.Init().IsOk());
 	Module module(services);
 	ASSERT_TRUE(RegisterDescriptions(module).IsOk());
-	for (const Id id : {Id("net.torvi.mediasession.export"), Id("net.torvi.mediasession.bmp.export"), Id("net.torvi.mediasession.dds.export"),
-	                    Id("net.torvi.mediasession.dpx.export"), Id("net.torvi.mediasession.jpg.export"), Id("net.torvi.mediasession.png.export"),
-	                    Id("net.torvi.mediasession.rla.export"), Id("net.torvi.mediasession.tiff.export"), Id("net.torvi.mediasession.avi.export"),
-	                    Id("net.torvi.mediasession.mf.export")})
+	for (const Id id :
+		 {Id("net.torvi.mediasession.export"), Id("net.torvi.mediasession.bmp.export"), Id("net.torvi.mediasession.dds.export"),
+		  Id("net.torvi.mediasession.dpx.export"), Id("net.torvi.mediasession.jpg.export"), Id("net.torvi.mediasession.png.export"),
+		  Id("net.torvi.mediasession.rla.export"), Id("net.torvi.mediasession.tiff.export"), Id("net.torvi.mediasession.avi.export"),
+		  Id("net.torvi.mediasession.mf.export")})
 	{
 		const Result<const DataDescription*> description = DataDescriptionDatabase::LoadDescription(id);
 		ASSERT_TRUE(description.IsOk()) << description.GetError().ToString();

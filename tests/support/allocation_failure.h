@@ -11,7 +11,11 @@ namespace torvi::test
 class AllocationFailure
 {
 public:
-	enum class Mode { ONCE, KEEPFAILING };
+	enum class Mode
+	{
+		ONCE,
+		KEEPFAILING
+	};
 
 	explicit AllocationFailure(Int count, Mode mode = Mode::ONCE) noexcept;
 	AllocationFailure(const AllocationFailure&) = delete;

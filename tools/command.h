@@ -1,0 +1,60 @@
+// What all commands of torvi-image share: how they fail, how they read and write, and the names that users give.
+#pragma once
+
+#include "host/iomemory.h"
+#include "host/url.h"
+#include "torvi/gfx_image_pixelformat.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+
+namespace torvi::tool
+{
+
+/// Exit status.
+constexpr int STATUS_OK = 0;
+constexpr int STATUS_FAILED = 1;
+constexpr int STATUS_USAGE = 2;
+
+/// A command that the parser has chosen; gives the exit status.
+using Run = std::function<int()>;
+
+void AddInfo(CLI::App& app, Run& run);
+void AddConvert(CLI::App& app, Run& run);
+void AddPixels(CLI::App& app, Run& run);
+void AddConvertPixels(CLI::App& app, Run& run);
+void AddList(CLI::App& app, Run& run);
+void AddLaterCommands(CLI::App& app, Run& run);
+
+/// Prints the one line of a failed file, with id and message of the innermost cause.
+void PrintError(const std::string& file, const Error& error);
+
+/// 0, or 1 after PrintError.
+int Report(const std::string& file, const Result<void>& result);
+
+/// "-" is standard input, read to its end into memory.
+Result<Url> OpenInput(const std::string& name);
+Result<Array<Byte>> ReadInput(const std::string& name);
+
+/// Calls `write` with a Url to write to, which becomes `name` only if all goes well: a file beside it is renamed. "-" or no name is standard
+/// output.
+Result<void> WriteOutput(const std::string& name, const std::function<Result<void>(const Url&)>& write);
+
+/// A published format by its id or the id's last part, or a dynamic format by its channels: "rgba.u8", "{uchar#Red,uint16#Green}".
+Result<PixelFormat> ParsePixelFormat(const std::string& name);
+
+/// The null profile for "none", a built-in profile for "srgb", "linear" and the ids, else an ICC file. An error if this build converts no
+/// colours and the profile is not null.
+Result<ColorProfile> ParseProfile(const std::string& name);
+
+/// The part of an id behind `prefix`; the whole id if it does not start so.
+std::string ShortId(std::string_view id, std::string_view prefix);
+
+/// A String as the standard library has it.
+inline std::string ToStd(std::string_view text)
+{
+	return std::string(text);
+}
+
+} // namespace torvi::tool

@@ -1,0 +1,36 @@
+// Commands whose part of the library is not in this build. They say so.
+#include "tools/command.h"
+
+namespace torvi::tool
+{
+
+namespace
+{
+
+struct LaterCommand
+{
+	const char* _name;
+	const char* _help;
+	const char* _message;
+};
+
+constexpr LaterCommand COMMANDS[] = {
+	{"blend", "Blends two runs of raw pixels.", "This build has no blend modes."},
+	{"audio", "Writes the sound of a file.", "This build reads no sound."},
+	{"sheet", "Draws all pictures and layers of a file on one sheet.", "This build draws no sheets."},
+};
+
+} // namespace
+
+void AddLaterCommands(CLI::App& app, Run& run)
+{
+	for (const LaterCommand& later : COMMANDS)
+	{
+		CLI::App* command = app.add_subcommand(later._name, later._help);
+		command->allow_extras();
+		command->callback([&later, &run]()
+		                  { run = [&later]() { return Report(later._name, UnsupportedOperationError(later._message)); }; });
+	}
+}
+
+} // namespace torvi::tool
