@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <lcms2_plugin.h>
 #include <mutex>
 
@@ -17,39 +18,43 @@ namespace
 // What lcms2's own allocator allows as well: sizes in damaged profiles are not checked everywhere before they are asked for.
 constexpr UInt64 MAXIMUM_ALLOCATION = 512 * 1024 * 1024;
 
-thread_local UInt32 t_failedAllocations = 0;
+thread_local LcmsMemoryWatch* t_watch = nullptr;
 
-void* Checked(void* memory) noexcept
+/// Enters a new block, or the failure to get one, with the watch of this thread.
+void* Watched(void* memory) noexcept
 {
-	if (memory == nullptr)
-		++t_failedAllocations;
+	if (t_watch != nullptr)
+		t_watch->OnAllocate(memory);
 	return memory;
 }
 
+/// Cleared, since lcms2 leaves the end of a text unset when it joins two units of UTF-16 to one character.
 void* Allocate(cmsContext, cmsUInt32Number size) noexcept
 {
-	return size <= MAXIMUM_ALLOCATION ? Checked(Alloc(size)) : nullptr;
+	return size <= MAXIMUM_ALLOCATION ? Watched(AllocClear(size)) : nullptr;
 }
 
 void Release(cmsContext, void* memory) noexcept
 {
+	if (t_watch != nullptr)
+		t_watch->OnFree(memory);
 	Free(memory);
 }
 
 void* Reallocate(cmsContext, void* memory, cmsUInt32Number size) noexcept
 {
-	return size <= MAXIMUM_ALLOCATION ? Checked(Realloc(memory, size)) : nullptr;
+	if (size > MAXIMUM_ALLOCATION)
+		return nullptr;
+	void* const moved = Realloc(memory, size);
+	if (moved != nullptr && t_watch != nullptr)
+		t_watch->OnFree(memory);
+	return Watched(moved);
 }
 
-void* AllocateClear(cmsContext, cmsUInt32Number size) noexcept
-{
-	return size <= MAXIMUM_ALLOCATION ? Checked(AllocClear(size)) : nullptr;
-}
-
-void* AllocateClearArray(cmsContext, cmsUInt32Number count, cmsUInt32Number size) noexcept
+void* AllocateArray(cmsContext, cmsUInt32Number count, cmsUInt32Number size) noexcept
 {
 	const UInt64 total = UInt64(count) * size;
-	return total <= MAXIMUM_ALLOCATION ? Checked(AllocClear(static_cast<Int>(total))) : nullptr;
+	return total <= MAXIMUM_ALLOCATION ? Watched(AllocClear(static_cast<Int>(total))) : nullptr;
 }
 
 /// The caller sees the failing result of the call that logged; the text is of use under a debugger only.
@@ -89,8 +94,8 @@ Bool InstallPlugins() noexcept
 								  &Allocate,
 								  &Release,
 								  &Reallocate,
-								  &AllocateClear,
-								  &AllocateClearArray,
+								  &Allocate,
+								  &AllocateArray,
 								  nullptr};
 	cmsSetLogErrorHandler(&DropLogMessage);
 	return cmsPlugin(&memory) != FALSE;
@@ -123,7 +128,8 @@ private:
 		if (Of(handler).Keep(Of(handler)._input->ReadBlock({static_cast<Byte*>(buffer), byteCount})))
 			return count;
 		cmsSignalError(handler->ContextID, cmsERROR_READ, "Read error. couldn't read %d bytes", static_cast<int>(byteCount));
-		return 0;
+		std::memset(buffer, 0, byteCount); // a short count would make lcms2 leak while it copies a tag; the kept error is what counts
+		return count;
 	}
 	static cmsBool OnSeek(cmsIOHANDLER* handler, cmsUInt32Number offset) noexcept
 	{
@@ -162,11 +168,32 @@ Result<void> StartLcms()
 	return OK;
 }
 
-LcmsMemoryWatch::LcmsMemoryWatch() noexcept : _failedBefore(t_failedAllocations) {}
+LcmsMemoryWatch::LcmsMemoryWatch() noexcept : _outer(std::exchange(t_watch, this)) {}
 
-Bool LcmsMemoryWatch::HasFailed() const noexcept
+LcmsMemoryWatch::~LcmsMemoryWatch()
 {
-	return t_failedAllocations != _failedBefore;
+	t_watch = _outer;
+	if (!_hasFailed)
+		return;
+	for (void* const block : Block<void*>(_blocks, _blockCount))
+		Release(nullptr, block);
+}
+
+void LcmsMemoryWatch::OnAllocate(void* memory) noexcept
+{
+	for (LcmsMemoryWatch* watch = this; memory == nullptr && watch != nullptr; watch = watch->_outer)
+		watch->_hasFailed = true;
+	if (memory != nullptr && _blockCount < std::size(_blocks))
+		_blocks[_blockCount++] = memory;
+}
+
+void LcmsMemoryWatch::OnFree(void* memory) noexcept
+{
+	for (LcmsMemoryWatch* watch = this; watch != nullptr; watch = watch->_outer)
+	{
+		void** const end = watch->_blocks + watch->_blockCount;
+		watch->_blockCount -= static_cast<std::size_t>(end - std::remove(watch->_blocks, end, memory));
+	}
 }
 
 IccProfile OpenIccProfile(Block<const Byte> bytes) noexcept

@@ -21,17 +21,27 @@ using IccProfile = std::unique_ptr<void, IccProfileCloser>;
 /// life of the process, so later calls do nothing. UnknownError "Could not initialize LCMS.".
 Result<void> StartLcms();
 
-/// Tells whether an allocation of lcms2 failed on this thread since it was made. Not every function of lcms2 reports that: some go on and leave a
-/// part out, which other functions then miss. So what was made under a watch that has failed must be dropped. Refusals of absurd sizes, which
-/// damaged profiles ask for, do not count.
+/// Looks after lcms2 where memory runs out. Not every function of lcms2 reports that: some go on and leave a part out, which others then
+/// miss, and some lose blocks. So what was made under a watch that has failed must be dropped before the watch ends; it then frees what is
+/// left behind. It sees the calls of its own thread. Refusals of absurd sizes, which damaged profiles ask for, do not count.
 class LcmsMemoryWatch
 {
 public:
 	LcmsMemoryWatch() noexcept;
-	Bool HasFailed() const noexcept;
+	LcmsMemoryWatch(const LcmsMemoryWatch&) = delete;
+	LcmsMemoryWatch& operator=(const LcmsMemoryWatch&) = delete;
+	~LcmsMemoryWatch();
+
+	Bool HasFailed() const noexcept { return _hasFailed; }
+
+	void OnAllocate(void* memory) noexcept;
+	void OnFree(void* memory) noexcept;
 
 private:
-	UInt32 _failedBefore;
+	LcmsMemoryWatch* _outer;
+	Bool _hasFailed = false;
+	std::size_t _blockCount = 0;
+	void* _blocks[512]; ///< allocated since then and not yet freed; blocks beyond that are not looked after
 };
 
 /// Empty for bytes that are no profile, and when memory runs out. The bytes are copied.
