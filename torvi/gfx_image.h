@@ -92,6 +92,9 @@ class TORVI_EXPORT ImageInterface : public virtual ImageBaseInterface
 public:
 	/// Gives the image a new storage of a class of ids::REGISTRY_IMAGEPIXELSTORAGECLASSES. On failure it has none. May be called again.
 	virtual Result<void> Init(Int width, Int height, const ClassRef& storageClass, const PixelFormat& pixelFormat, Block<const Byte> defaultColor) = 0;
+	/// Stores or reads the pixel storage, and nothing else of the image. What is read gives the image its size and format too. The errors are those
+	/// of the storage.
+	virtual Result<void> DescribeIO(DataSerialize& serializer) = 0;
 };
 
 /// A layer, mask or alpha channel.

@@ -153,6 +153,13 @@ public:
 	/// The bytes of one channel of pos._count pixels, `pixelStride` bytes apart in memory. IllegalArgumentError for a channel or run outside the image.
 	virtual Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const = 0;
 	virtual Result<void> SetComponent(Int channel, const ImagePos& pos, const Byte* source, Int pixelStride) = 0;
+	/// Stores or reads the members; what is read replaces size, format and pixels, on failure nothing has changed. IllegalStateError "Illegal pixel format:
+	/// @." for a format that is not known, and for members that do not fit each other. Colour tables of formats are not stored. The default
+	/// is the UnsupportedOperationError.
+	virtual Result<void> DescribeIO(DataSerialize&)
+	{
+		return UnsupportedOperationError("Pixel storages of class @ are not stored.", GetClassId());
+	}
 };
 
 using ImagePixelStorageRef = Ref<ImagePixelStorageInterface>;
