@@ -171,9 +171,12 @@ TEST_F(Lookup, ChannelByChannel)
 	          (std::vector<Float32>{0.0f, 1.0f, 0.0f, 1.0f}));
 	const PixelFormat noAlpha = FormatOfChannels({{GREEN, u8}, {RED, u8}}).TakeValue();
 	EXPECT_EQ(Convert<UChar>(mixed, noAlpha, 1, std::vector<UChar>{1, 2}), (std::vector<UChar>{0, 0, 0xFF, 0xFF, 2, 0, 0}));
-	// A mask is no colour, so a coloured source can not leave it out.
-	const PixelFormat masked = FormatOfChannels({{GREEN, u8}, {MASK, u8}}).TakeValue();
-	EXPECT_NE(LookUp(masked, noAlpha).GetError().GetMessage(), "");
+	// A mask is no colour, so a coloured source can not leave it out: such pixels go by way of 8 bits.
+	const PixelFormat green = FormatOfChannels({{GREEN, u16}}).TakeValue();
+	const PixelFormat masked = FormatOfChannels({{GREEN, u16}, {MASK, u16}}).TakeValue();
+	const PixelFormat deep = FormatOfChannels({{GREEN, u16}, {DEPTH, u16}}).TakeValue();
+	EXPECT_EQ(Convert<UInt16>(masked, green, 1, std::vector<UInt16>{0x1234}), (std::vector<UInt16>{0x1212, 0}));
+	EXPECT_EQ(Convert<UInt16>(deep, green, 1, std::vector<UInt16>{0x1234}), (std::vector<UInt16>{0x1234, 0}));
 }
 
 TEST_F(Lookup, IntermediateRouteWorksInChunks)
