@@ -41,6 +41,7 @@ target_compile_features(torvi_flags INTERFACE cxx_std_20)
 target_include_directories(torvi_flags INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(torvi_flags INTERFACE
 	-Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
+	$<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>   # gcc 12 sees overlaps in its own strings
 	-ffp-contract=off   # results do not depend on the instruction set
 	-fvisibility=hidden -fvisibility-inlines-hidden
 	$<$<BOOL:${TORVI_CPU}>:-march=${TORVI_CPU}>)

@@ -7,13 +7,17 @@
 namespace torvi
 {
 
-enum class ByteOrder { BIGENDIAN = 1, LITTLEENDIAN = 2 };
+enum class ByteOrder
+{
+	BIGENDIAN = 1,
+	LITTLEENDIAN = 2
+};
 
 /// Reads one chunk or packet in memory. It owns nothing. Every read behind the end is the read error and moves nothing.
 class TORVI_EXPORT ByteReader
 {
 public:
-	explicit ByteReader(Block<const Byte> bytes, ByteOrder order = ByteOrder::LITTLEENDIAN) noexcept : _bytes(bytes), _order(order) { }
+	explicit ByteReader(Block<const Byte> bytes, ByteOrder order = ByteOrder::LITTLEENDIAN) noexcept : _bytes(bytes), _order(order) {}
 
 	Int GetPosition() const noexcept { return _position; }
 	Int GetRemaining() const noexcept { return CountOf(_bytes) - _position; }

@@ -1,7 +1,7 @@
-// Data descriptions: what the options of a class are and which values they have unless somebody says otherwise. They are data, read from JSON
-// text when they are first asked for: an object of descriptions by id, each an object of options by key, each of the form
-// {"type": "float64", "default": 0.9, "help": "..."}. Types are bool, int32, int64, float64, string, id, bytes (an array of numbers from 0 to
-// 255) and bytesvalue. "default" may be left out, and "type" too where there is no default and the value is of a type of its own.
+// Data descriptions: what the options of a class are and which values they have unless somebody says otherwise. They are data, read from
+// JSON text when they are first asked for: an object of descriptions by id, each an object of options by key, each of the form
+// {"type": "float64", "default": 0.9, "help": "..."}. Types are bool, int32, int64, float64, string, id, bytes (an array of numbers from 0
+// to 255) and bytesvalue. "default" may be left out, and "type" too where there is no default and the value is of a type of its own.
 #pragma once
 
 #include "host/data.h"
@@ -21,7 +21,9 @@ inline constexpr Id DESCRIPTION_HELP = "net.torvi.description.data.base.help";
 } // namespace ids
 
 /// A count of bytes as an option's value, such as a data rate in bytes per second.
-enum class BytesValue : Int64 {};
+enum class BytesValue : Int64
+{
+};
 
 /// One description: a dictionary per option key, in the order of the file.
 class TORVI_EXPORT DataDescription

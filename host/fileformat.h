@@ -18,8 +18,8 @@ inline constexpr Id FILEFORMAT_COMMONSUFFIXES = "net.torvi.fileformat.commonsuff
 class TORVI_EXPORT FileFormatInterface : public virtual DataDictionaryObjectInterface
 {
 public:
-	/// Whether the file is of this format. `stream` stands at the file's start and is this call's alone. False for a short file; an error only
-	/// if reading failed.
+	/// Whether the file is of this format. `stream` stands at the file's start and is this call's alone. False for a short file; an error
+	/// only if reading failed.
 	virtual Result<Bool> Detect(const Url& url, const InputStreamRef& stream) const = 0;
 };
 
@@ -53,10 +53,11 @@ namespace FileFormatDetection
 /// Called for a handler whose format fits: true accepts it, false goes on, an error ends the search.
 using TryHandler = Delegate<Result<Bool>(const FileFormatHandlerRef& handler)>;
 
-/// The handlers of the wanted types whose format fits `url`, in order. With a `tryHandler` the walk ends at the first that it accepts, which is
-/// then the only entry; without one all that fit are given. Each format gets a stream of its own. A file that cannot be opened is the error
-/// of opening; a format that fails to read is passed over, unless memory ran out. `flags` is 0.
-TORVI_EXPORT Result<Array<FileFormatHandlerRef>> DetectAll(const Url& url, Block<const DataType> types, UInt32 flags, const TryHandler& tryHandler);
+/// The handlers of the wanted types whose format fits `url`, in order. With a `tryHandler` the walk ends at the first that it accepts,
+/// which is then the only entry; without one all that fit are given. Each format gets a stream of its own. A file that cannot be opened is
+/// the error of opening; a format that fails to read is passed over, unless memory ran out. `flags` is 0.
+TORVI_EXPORT Result<Array<FileFormatHandlerRef>> DetectAll(const Url& url, Block<const DataType> types, UInt32 flags,
+														   const TryHandler& tryHandler);
 } // namespace FileFormatDetection
 
 class Module;

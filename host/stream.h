@@ -17,8 +17,8 @@ public:
 	/// Closes the stream; further calls but Close are illegal-state errors. A second Close succeeds.
 	virtual Result<void> Close() = 0;
 	virtual Bool SeekSupported() const { return false; }
-	/// Moves to an absolute position. Unsupported-operation error without SeekSupported, illegal-argument error below 0. A position behind the
-	/// end is allowed; reading there finds the end.
+	/// Moves to an absolute position. Unsupported-operation error without SeekSupported, illegal-argument error below 0. A position behind
+	/// the end is allowed; reading there finds the end.
 	virtual Result<void> Seek(Int position);
 };
 

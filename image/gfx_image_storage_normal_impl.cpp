@@ -140,6 +140,8 @@ Result<void> NormalStorageImpl::ReadLine(const ConvertPixelFunc& convert, const 
                                          UInt32 flags) const
 {
 	TORVI_TRY(_shape.CheckRun(pos));
+	if (pos._count <= 0)
+		return OK;
 	const BITS start = pos._x * _shape._bitsPerPixel;
 	if (!IsOnByte(start)) [[unlikely]]
 		return ReadBits(convert, pos, destination, flags);
@@ -149,6 +151,8 @@ Result<void> NormalStorageImpl::ReadLine(const ConvertPixelFunc& convert, const 
 Result<void> NormalStorageImpl::WriteLine(const ConvertPixelFunc& convert, const ImagePos& pos, const PixelBuffer& source)
 {
 	TORVI_TRY(_shape.CheckRun(pos));
+	if (pos._count <= 0)
+		return OK;
 	const BITS start = pos._x * _shape._bitsPerPixel;
 	if (!IsOnByte(start | pos._count * _shape._bitsPerPixel)) [[unlikely]]
 		return WriteBits(convert, pos, source);

@@ -52,7 +52,7 @@ constexpr const Packed16Info& InfoOf(Packed16Format format)
 /// A field moved to the top of a byte; the low bits are 0, so white in five bits is 248.
 constexpr UChar ExpandColour(UInt16 pixel, Packed16Field field)
 {
-	return static_cast<UChar>((pixel >> field._shift & ((1u << field._bits) - 1)) << (8 - field._bits));
+	return static_cast<UChar>((static_cast<UInt32>(pixel) >> field._shift & ((1u << field._bits) - 1)) << (8 - field._bits));
 }
 
 /// Alpha as it is converted: 0 or 255 from one bit, (a << 4) | a from four; 255 without alpha.
@@ -61,7 +61,7 @@ constexpr UChar ExpandAlpha(UInt16 pixel, Packed16Field field)
 	if (field._bits == 0)
 		return 255;
 	const UInt32 largest = (1u << field._bits) - 1;
-	return static_cast<UChar>((pixel >> field._shift & largest) * (255 / largest));
+	return static_cast<UChar>((static_cast<UInt32>(pixel) >> field._shift & largest) * (255 / largest));
 }
 
 /// The kernel from one of the eight fixed formats, rgb or argb in U8, U16, F32, F64; empty for any other.

@@ -57,7 +57,8 @@ public:
 	virtual Result<ColorProfile> CreateColorSpaceProfile(const OcioConfigRef& config, CString name) = 0;
 	virtual Result<ColorProfile> CreateDisplayProfile(const OcioConfigRef& config, const Url& iccProfile) = 0;
 	virtual Result<ColorProfile> CreateDisplayViewProfile(const OcioConfigRef& config, CString secondName, CString name) = 0;
-	virtual Result<ColorProfile> CreateDisplayViewProfile(const ColorProfile& a, const ColorProfile& b) = 0;
+	/// From two profiles of one configuration; neither may be null.
+	virtual Result<ColorProfile> CreateDisplayViewProfile(const ColorProfile* a, const ColorProfile* b) = 0;
 };
 
 namespace ids
@@ -106,7 +107,7 @@ public:
 	/// The same from two profiles of one configuration.
 	static Result<ColorProfile> CreateProfile(const ColorProfile& a, const ColorProfile& b)
 	{
-		return TORVI_TRY(GetStatic())->CreateDisplayViewProfile(a, b);
+		return TORVI_TRY(GetStatic())->CreateDisplayViewProfile(&a, &b);
 	}
 
 	/// IllegalStateError "no profile found" for the null profile.

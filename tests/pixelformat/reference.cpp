@@ -1,5 +1,5 @@
 // The rules of pixel conversion, one plain function each.
-#include "pixelformat/reference.h"
+#include "tests/pixelformat/reference.h"
 
 #include <algorithm>
 #include <bit>
@@ -374,7 +374,7 @@ std::array<Byte, 4> EncodeRgbe(Float32 red, Float32 green, Float32 blue)
 	int exponent = 0;
 	const Float32 mantissa = std::frexp(largest, &exponent);
 	const Float32 scale = 255.99989318847656f * mantissa / largest;
-	const auto cut = [scale](Float32 colour) { return static_cast<Byte>(static_cast<int>(colour * scale)); };
+	const auto cut = [scale](Float32 colour) { return static_cast<Byte>(static_cast<int>(std::max(colour * scale, -2147483648.0f))); };
 	return {cut(red), cut(green), cut(blue), static_cast<Byte>(exponent ^ 128)};
 }
 

@@ -1,0 +1,61 @@
+// The one door to Little CMS for profiles: its start, its open profiles as owned handles, and their bytes and texts as host values.
+#pragma once
+
+#include "host/stream.h"
+
+#include <lcms2.h>
+#include <memory>
+
+namespace torvi
+{
+
+struct IccProfileCloser
+{
+	void operator()(void* handle) const noexcept { cmsCloseProfile(handle); }
+};
+
+/// An open ICC profile. Reading its tags is safe on any thread: lcms2 locks each profile.
+using IccProfile = std::unique_ptr<void, IccProfileCloser>;
+
+/// Routes lcms2's memory and locks to ours and silences its log. Must come before any other call of lcms2; what it sets stays for the
+/// life of the process, so later calls do nothing. UnknownError "Could not initialize LCMS.".
+Result<void> StartLcms();
+
+/// Looks after lcms2 where memory runs out. Not every function of lcms2 reports that: some go on and leave a part out, which others then
+/// miss, and some lose blocks. So what was made under a watch that has failed must be dropped before the watch ends; it then frees what is
+/// left behind. It sees the calls of its own thread. Refusals of absurd sizes, which damaged profiles ask for, do not count.
+class LcmsMemoryWatch
+{
+public:
+	LcmsMemoryWatch() noexcept;
+	LcmsMemoryWatch(const LcmsMemoryWatch&) = delete;
+	LcmsMemoryWatch& operator=(const LcmsMemoryWatch&) = delete;
+	~LcmsMemoryWatch();
+
+	Bool HasFailed() const noexcept { return _hasFailed; }
+
+	void OnAllocate(void* memory) noexcept;
+	void OnFree(void* memory) noexcept;
+
+private:
+	LcmsMemoryWatch* _outer;
+	Bool _hasFailed = false;
+	std::size_t _blockCount = 0;
+	void* _blocks[512]; ///< allocated since then and not yet freed; blocks beyond that are not looked after
+};
+
+/// Empty for bytes that are no profile, and when memory runs out. The bytes are copied.
+IccProfile OpenIccProfile(Block<const Byte> bytes) noexcept;
+
+/// The profile as the bytes of an ICC file. `maximumSize` guards against profiles whose tags overlap, which grow when they are written.
+/// UnknownError "Calculating color profile size failed." and "Writing color profile failed.".
+Result<Array<Byte>> WriteIccProfile(const IccProfile& profile, Int maximumSize);
+
+/// Reads a profile from the start of a stream, which must be able to seek, and writes it anew. The stream's own error,
+/// MediaSessionWrongTypeError for a stream that holds no profile, or an error of WriteIccProfile.
+Result<Array<Byte>> ReadIccStream(const InputStreamRef& stream);
+
+/// At most 1,023 characters; empty where the profile does not have the text.
+String ReadIccText(const IccProfile& profile, cmsInfoType type);
+
+} // namespace torvi

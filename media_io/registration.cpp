@@ -1,0 +1,24 @@
+// The file formats, in the order in which detection asks them.
+#include "media_io/registration.h"
+
+#include "media_io/media_io_bmp.h"
+
+namespace torvi
+{
+
+namespace
+{
+
+constexpr RegistrationStep STEPS[] = {
+	{"base of picture file formats", &RegisterFileFormatImageBase},
+	{"BMP", &RegisterImageFormat<BMP_FORMAT>},
+};
+
+} // namespace
+
+Result<void> RegisterMediaFormats(Module& module)
+{
+	return RunRegistration(module, STEPS);
+}
+
+} // namespace torvi

@@ -1,0 +1,162 @@
+// Every allocation fails once: operations give the out-of-memory error, leave no half-made state and leak nothing (which the address sanitizer
+// checks).
+#include "tests/image/image_test.h"
+
+#include <atomic>
+#include <functional>
+
+namespace torvi
+{
+
+namespace
+{
+
+using enum IMAGEHIERARCHY;
+
+std::atomic<Int> s_allowed = 0;
+
+Bool AllowSome(Int) noexcept
+{
+	return s_allowed.fetch_sub(1) > 0;
+}
+
+class AllocationTest : public ImageTest
+{
+protected:
+	/// Runs the operation with its first, second, ... allocation failing until it succeeds; gives the number of failures. Each run has its own
+	/// preparation.
+	template <class State>
+	static Int FailEach(const std::function<State()>& prepare, const std::function<Result<void>(State&)>& operation,
+	                    const std::function<void(State&)>& checkFailure = {})
+	{
+		for (Int allowed = 0; allowed < 1000; ++allowed)
+		{
+			State state = prepare();
+			s_allowed = allowed;
+			SetAllocationHook(&AllowSome);
+			Result<void> result = operation(state);
+			SetAllocationHook(nullptr);
+			if (result.IsOk())
+				return allowed;
+			EXPECT_EQ(result.GetError().GetId().GetText(), errorids::OUTOFMEMORY.GetText()) << allowed << ": " << result.GetError().ToString();
+			if (checkFailure)
+				checkFailure(state);
+		}
+		ADD_FAILURE() << "The operation never succeeds.";
+		return 0;
+	}
+};
+
+TEST_F(AllocationTest, Init)
+{
+	const ClassRef storageClass = StorageClass();
+	const PixelFormat rgb = GetPixelFormat(ids::PIXELFORMAT_RGB_U8);
+	const Int failures = FailEach<ImageRef>([]() { return MakeImage(4, 4); },
+	                                        [&](ImageRef& image) { return image->Init(9, 9, storageClass, rgb, {}); },
+	                                        [](ImageRef& image) { EXPECT_EQ(image->GetChannelCount(), 0) << "no storage is left"; });
+	EXPECT_GE(failures, 3) << "object, offsets, pixels";
+}
+
+TEST_F(AllocationTest, StorageIsEmptyAfterwards)
+{
+	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
+	FailEach<ImagePixelStorageRef>(
+		[&]()
+		{
+			ImagePixelStorageRef storage = Make<ImagePixelStorageInterface>(ids::IMAGEPIXELSTORAGECLASS_NORMAL);
+			EXPECT_OK(storage->Init(2, 2, grey, {}));
+			return storage;
+		},
+		[&](ImagePixelStorageRef& storage) { return storage->Init(100, 100, grey, {}); },
+		[](ImagePixelStorageRef& storage)
+		{
+			EXPECT_EQ(storage->GetWidth(), 0);
+			EXPECT_FALSE(storage->GetPixelFormat());
+		});
+}
+
+TEST_F(AllocationTest, WritingToAClone)
+{
+	struct Pair
+	{
+		ImageRef _image;
+		ImageRef _clone;
+	};
+	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
+	const Int failures = FailEach<Pair>(
+		[]()
+		{
+			const ImageRef image = MakeImage(1, 1);
+			WriteBytes(*image, {0, 0, 1}, {5});
+			return Pair{image, Cast<ImageInterface>(Must(image->CloneObject()))};
+		},
+		[&](Pair& pair) -> Result<void>
+		{
+			SetPixelHandlerStruct handler =
+				TORVI_TRY(pair._clone->SetPixelHandler(grey, grey->GetChannelOffsets(), {}, SETPIXELHANDLERFLAGS::NONE));
+			const Byte pixel = 6;
+			TORVI_TRY(handler.SetLine({0, 0, 1}, PixelBuffer(&pixel, 8), 0));
+			return handler.Free();
+		},
+		[](Pair& pair)
+		{
+			EXPECT_EQ(ReadBytes(*pair._image, {0, 0, 1})[0], 5);
+			EXPECT_EQ(ReadBytes(*pair._clone, {0, 0, 1})[0], 5);
+		});
+	EXPECT_GE(failures, 3) << "storage, offsets, pixels";
+}
+
+TEST_F(AllocationTest, ReadingASelection)
+{
+	const ImageRef image = MakeImage(1, 1);
+	const ImageLayerRef folder = MakeLayer("a folder with a name that does not fit into a short text", 1);
+	Hang(image, LAYER, folder);
+	Hang(folder, LAYER, MakeLayer("a layer with a name that does not fit into a short text", 2));
+	LayerSet layerSet;
+	EXPECT_OK(layerSet.SetSelectedLayers({MakeString("a folder with a name that does not fit into a short text")}));
+	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
+	FailEach<int>([]() { return 0; },
+	              [&](int&) -> Result<void>
+	              {
+					  GetPixelHandlerStruct handler =
+						  TORVI_TRY(image->GetPixelHandler(grey, grey->GetChannelOffsets(), {}, GETPIXELHANDLERFLAGS::NONE, &layerSet));
+					  Byte pixel = 0;
+					  return handler._getLine({0, 0, 1}, PixelBuffer(&pixel, 8), 0);
+				  });
+}
+
+TEST_F(AllocationTest, AddingChildren)
+{
+	struct Pair
+	{
+		ImageRef _image;
+		ImageLayerRef _layer;
+	};
+	FailEach<Pair>(
+		[]() { return Pair{MakeImage(1, 1), MakeLayer("", 0)}; },
+		[](Pair& pair) { return pair._image->AddChildren(LAYER, pair._layer, {}); },
+		[](Pair& pair)
+		{
+			EXPECT_FALSE(pair._layer->GetParent());
+			EXPECT_FALSE(Must(pair._layer->ObservableRegionChanged(true))->HasObservers());
+		});
+}
+
+TEST_F(AllocationTest, LayerSets)
+{
+	FailEach<LayerSet>([]() { return LayerSet(); },
+	                   [](LayerSet& layerSet) -> Result<void>
+	                   {
+						   TORVI_TRY(layerSet.SetSelectedImage("a picture with a name that does not fit into a short text"));
+						   LayerSet copy = layerSet;
+						   TORVI_TRY(copy.SetMode(LAYERSETMODE::ALPHAS));
+						   DataSerializeWriter writer;
+						   TORVI_TRY(copy.DescribeIO(writer));
+						   DataSerializeReader reader(writer.GetBytes());
+						   return layerSet.DescribeIO(reader);
+					   });
+}
+
+} // namespace
+
+} // namespace torvi
