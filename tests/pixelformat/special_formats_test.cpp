@@ -196,7 +196,7 @@ TEST_F(Formats, IndexedTables)
 	EXPECT_EQ(palette->GetIndex(0, PixelBuffer(color, 32, nullptr, rgb16)).GetError().GetId(), errorids::ILLEGALARGUMENT);
 	EXPECT_EQ(palette->InitColorTable(-1, rgba).GetError().GetId(), errorids::ILLEGALARGUMENT);
 	EXPECT_EQ(palette->InitColorTable(1, greys).GetError().GetId(), errorids::ILLEGALARGUMENT); // a table of itself
-	EXPECT_EQ(palette->InitColorTable(INT64_MAX / 64, rgba).GetError().GetId(), errorids::OUTOFMEMORY);
+	EXPECT_EQ(palette->InitColorTable(INT64_MAX / 8, rgba).GetError().GetId(), errorids::OUTOFMEMORY);
 	EXPECT_EQ(palette->GetColorTableSize(), 4);
 	EXPECT_TRUE(palette->InitColorTable(2, rgb16).IsOk());
 	EXPECT_FALSE(greys->HasAlpha());
