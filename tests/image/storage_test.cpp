@@ -268,7 +268,7 @@ TEST_F(StorageTest, StoredFormRoundTrips)
 	}
 }
 
-/// Stores what a normal storage stores, with members that do not fit.
+/// Stores what a normal storage stores; the members need not fit.
 Array<Byte> StoreMembers(Int width, Int height, Int bytesPerLine, Array<BITS> offsets, Id format, Array<Byte> data)
 {
 	DataSerializeWriter writer;
@@ -283,6 +283,38 @@ Array<Byte> StoreMembers(Int width, Int height, Int bytesPerLine, Array<BITS> of
 	EXPECT_OK(writer.DescribeElement("_pixelFormatId", format));
 	EXPECT_OK(writer.DescribeElement("_data", data));
 	return Array<Byte>(writer.GetBytes().begin(), writer.GetBytes().end());
+}
+
+// Dynamic formats share one class. A format that no module has made yet is made from the channels in its id.
+TEST_F(StorageTest, StoredDynamicFormats)
+{
+	const auto roundTrip = [](const Array<Byte>& bytes)
+	{
+		const ImagePixelStorageRef read = Make<ImagePixelStorageInterface>(ids::IMAGEPIXELSTORAGECLASS_NORMAL);
+		DataSerializeReader reader(bytes);
+		EXPECT_OK(read->DescribeIO(reader));
+		return read->GetPixelFormat();
+	};
+	const ImageChannel channels[] = {GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>()),
+									 GetImageChannel(CHANNELTYPE::DEPTH, GetDataType<Float32>())};
+	const PixelFormat format = Must(FindOrCreatePixelFormat(channels));
+	DataSerializeWriter writer;
+	EXPECT_OK(MakeStorage(2, 1, format)->DescribeIO(writer));
+	EXPECT_EQ(roundTrip(Array<Byte>(writer.GetBytes().begin(), writer.GetBytes().end())), format);
+
+	const PixelFormat made =
+		roundTrip(StoreMembers(1, 1, 3, {0, 8, 24}, "net.torvi.image.pixelformat.{uchar#Green,uint16#Depth}", {1, 2, 3}));
+	ASSERT_TRUE(made);
+	EXPECT_EQ(made->GetChannels()[1], GetImageChannel(CHANNELTYPE::DEPTH, GetDataType<UInt16>()));
+
+	for (const Id id : {Id("net.torvi.image.pixelformat.{uchar#Green,uint16#Nothing}"), Id("net.torvi.image.pixelformat.{}"),
+						Id("net.torvi.image.pixelformat.{uchar#Green,}"), Id("net.torvi.image.pixelformat.{"), Id("")})
+	{
+		const ImagePixelStorageRef read = Make<ImagePixelStorageInterface>(ids::IMAGEPIXELSTORAGECLASS_NORMAL);
+		const Array<Byte> bytes = StoreMembers(1, 1, 3, {0, 8, 24}, id, {1, 2, 3});
+		DataSerializeReader reader(bytes);
+		EXPECT_ERROR(errorids::ILLEGALSTATE, read->DescribeIO(reader));
+	}
 }
 
 TEST_F(StorageTest, BadStoredFormsAreErrors)
