@@ -35,7 +35,7 @@ Result<GetPixelHandlerStruct> MakeMergedHandler(const MergeRequest& request)
 	TORVI_CHECK(request._layers.empty(), UnsupportedOperationError("Layers and masks can not be composed into one picture."));
 	GetPixelHandlerStruct record;
 	record._getLine = [bitsPerPixel = request._dstFormat->GetBitsPerPixel()](const ImagePos& pos, const PixelBuffer& destination,
-	                                                                         UInt32) -> Result<void>
+																			 UInt32) -> Result<void>
 	{
 		ClearPixels(destination, pos._count, bitsPerPixel);
 		return OK;

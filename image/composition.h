@@ -1,5 +1,5 @@
-// Where composition joins the images: the handler that reads several layers as one picture. Images ask for it when they have no pixels of their
-// own, when masks apply to them, and when a layer set picks more than one layer.
+// Where composition joins the images: the handler that reads several layers as one picture. Images ask for it when they have no pixels of
+// their own, when masks apply to them, and when a layer set picks more than one layer.
 #pragma once
 
 #include "torvi/gfx_image.h"
@@ -19,8 +19,8 @@ struct MergeRequest
 	const LayerSet* _layerSet = nullptr; ///< handed to the layers; only read while the handler is made
 };
 
-/// A reader for one thread at a time that keeps the layers and the parent alive. No layers read as zero bytes. Lists with layers have no implementation
-/// yet and are an UnsupportedOperationError. IllegalArgumentError for a null format.
+/// A reader for one thread at a time that keeps the layers and the parent alive. No layers read as zero bytes. Lists with layers have no
+/// implementation yet and are an UnsupportedOperationError. IllegalArgumentError for a null format.
 Result<GetPixelHandlerStruct> MakeMergedHandler(const MergeRequest& request);
 
 } // namespace torvi

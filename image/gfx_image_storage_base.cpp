@@ -26,18 +26,19 @@ private:
 } // namespace
 
 Result<ConvertPixelFunc> PixelStorageBase::FindReadConversion(const ChannelOffsets& offsets, const PixelFormat& dstFormat,
-                                                              const ChannelOffsets& dstOffsets, const ColorProfile& srcProfile,
-                                                              ColorProfile& dstProfile, GETPIXELHANDLERFLAGS flags) const
+															  const ChannelOffsets& dstOffsets, const ColorProfile& srcProfile,
+															  ColorProfile& dstProfile, GETPIXELHANDLERFLAGS flags) const
 {
 	TORVI_CHECK(dstFormat, IllegalArgumentError("Pixels can not be read without a pixel format."));
 	Bool isColorConverted = false;
 	const Bool forceProfiles = HasFlag(flags, GETPIXELHANDLERFLAGS::FORCECOLORPROFILECONVERSION);
-	return dstFormat->GetConvertPixelFunc(_shape._pixelFormat, offsets, dstOffsets, &srcProfile, &dstProfile, forceProfiles, isColorConverted);
+	return dstFormat->GetConvertPixelFunc(_shape._pixelFormat, offsets, dstOffsets, &srcProfile, &dstProfile, forceProfiles,
+										  isColorConverted);
 }
 
 Result<ConvertPixelFunc> PixelStorageBase::FindWriteConversion(const ChannelOffsets& offsets, const PixelFormat& srcFormat,
-                                                               const ChannelOffsets& srcOffsets, const ColorProfile& srcProfile,
-                                                               const ColorProfile& dstProfile, SETPIXELHANDLERFLAGS flags) const
+															   const ChannelOffsets& srcOffsets, const ColorProfile& srcProfile,
+															   const ColorProfile& dstProfile, SETPIXELHANDLERFLAGS flags) const
 {
 	TORVI_CHECK(_shape._pixelFormat, IllegalStateError("A pixel storage takes pixels only after Init."));
 	ColorProfile profile = dstProfile;

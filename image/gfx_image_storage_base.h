@@ -20,12 +20,13 @@ public:
 
 protected:
 	/// From this storage's pixels, whose channels lie at `offsets`, to the caller's; `dstProfile` becomes the profile of the result.
-	Result<ConvertPixelFunc> FindReadConversion(const ChannelOffsets& offsets, const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-	                                            const ColorProfile& srcProfile, ColorProfile& dstProfile, GETPIXELHANDLERFLAGS flags) const;
+	Result<ConvertPixelFunc> FindReadConversion(const ChannelOffsets& offsets, const PixelFormat& dstFormat,
+												const ChannelOffsets& dstOffsets, const ColorProfile& srcProfile, ColorProfile& dstProfile,
+												GETPIXELHANDLERFLAGS flags) const;
 	/// From the caller's pixels to this storage's.
-	Result<ConvertPixelFunc> FindWriteConversion(const ChannelOffsets& offsets, const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                             const ColorProfile& srcProfile, const ColorProfile& dstProfile,
-	                                             SETPIXELHANDLERFLAGS flags) const;
+	Result<ConvertPixelFunc> FindWriteConversion(const ChannelOffsets& offsets, const PixelFormat& srcFormat,
+												 const ChannelOffsets& srcOffsets, const ColorProfile& srcProfile,
+												 const ColorProfile& dstProfile, SETPIXELHANDLERFLAGS flags) const;
 
 	/// Let the end of the record go to FreePixelHandler; until then the record keeps this storage alive.
 	void BindFree(GetPixelHandlerStruct& record);

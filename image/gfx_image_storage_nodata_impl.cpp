@@ -1,5 +1,5 @@
-// The storage of images without pixels of their own: folders, documents that show their layers, streams known by their structure only. It has a
-// size and a format; reading fails, writing is accepted and forgotten.
+// The storage of images without pixels of their own: folders, documents that show their layers, streams known by their structure only. It
+// has a size and a format; reading fails, writing is accepted and forgotten.
 #include "image/gfx_image_storage_base.h"
 #include "image/registration.h"
 
@@ -20,20 +20,21 @@ public:
 	}
 
 	Result<GetPixelHandlerStruct> GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-	                                              const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
-	                                              GETPIXELHANDLERFLAGS flags) override
+												  const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
+												  GETPIXELHANDLERFLAGS flags) override
 	{
 		GetPixelHandlerStruct record;
 		record._dstColorProfile = dstColorProfile;
-		TORVI_TRY(FindReadConversion(_shape._channelOffsets, dstFormat, dstChannelOffsets, srcColorProfile, record._dstColorProfile, flags));
+		TORVI_TRY(
+			FindReadConversion(_shape._channelOffsets, dstFormat, dstChannelOffsets, srcColorProfile, record._dstColorProfile, flags));
 		record._getLine = [](const ImagePos&, const PixelBuffer&, UInt32) -> Result<void> { return MakeNoPixelsError(); };
 		BindFree(record);
 		return record;
 	}
 
 	Result<SetPixelHandlerStruct> SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,
-	                                              const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
-	                                              SETPIXELHANDLERFLAGS flags, const RegionChangedDelegate& regionChanged) override
+												  const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
+												  SETPIXELHANDLERFLAGS flags, const RegionChangedDelegate& regionChanged) override
 	{
 		TORVI_TRY(FindWriteConversion(_shape._channelOffsets, srcFormat, srcChannelOffsets, srcColorProfile, dstColorProfile, flags));
 		SetPixelHandlerStruct record;
@@ -62,7 +63,7 @@ private:
 Result<void> RegisterNoDataStorage(Module& module)
 {
 	return module.AddToRegistry(ids::REGISTRY_IMAGEPIXELSTORAGECLASSES,
-	                            TORVI_TRY(module.AddClass<NoDataStorageImpl>(ids::IMAGEPIXELSTORAGECLASS_NODATA)));
+								TORVI_TRY(module.AddClass<NoDataStorageImpl>(ids::IMAGEPIXELSTORAGECLASS_NODATA)));
 }
 
 } // namespace torvi

@@ -1,9 +1,11 @@
-// The normal pixel storage: one block of packed lines, top line first. Lines are converted by one call of a conversion function; only runs of
-// pixels below a byte that start or end inside one take a detour over a scratch run.
+// The normal pixel storage: one block of packed lines, top line first. Lines are converted by one call of a conversion function; only runs
+// of pixels below a byte that start or end inside one take a detour over a scratch run.
 #include "image/bit_run.h"
 #include "image/gfx_image_storage_base.h"
 #include "image/pixel_memory.h"
 #include "image/registration.h"
+
+#include <algorithm>
 
 namespace torvi
 {
@@ -30,11 +32,11 @@ class NormalStorageImpl final : public PixelStorageBase
 public:
 	Result<void> Init(Int width, Int height, const PixelFormat& pixelFormat, Block<const Byte> defaultColor) override;
 	Result<GetPixelHandlerStruct> GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-	                                              const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
-	                                              GETPIXELHANDLERFLAGS flags) override;
+												  const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
+												  GETPIXELHANDLERFLAGS flags) override;
 	Result<SetPixelHandlerStruct> SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,
-	                                              const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
-	                                              SETPIXELHANDLERFLAGS flags, const RegionChangedDelegate& regionChanged) override;
+												  const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
+												  SETPIXELHANDLERFLAGS flags, const RegionChangedDelegate& regionChanged) override;
 	Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const override;
 	Result<void> SetComponent(Int channel, const ImagePos& pos, const Byte* source, Int pixelStride) override;
 	Result<void> DescribeIO(DataSerialize& serializer) override;
@@ -67,7 +69,7 @@ private:
 class LineContext final : public ObjectInterface
 {
 public:
-	LineContext(Ref<NormalStorageImpl> storage, const ConvertPixelFunc& convert) : _storage(std::move(storage)), _convert(convert) { }
+	LineContext(Ref<NormalStorageImpl> storage, const ConvertPixelFunc& convert) : _storage(std::move(storage)), _convert(convert) {}
 
 	Result<void> Read(const ImagePos& pos, const PixelBuffer& destination, UInt32 flags) const
 	{
@@ -108,13 +110,13 @@ Result<void> NormalStorageImpl::Resize(Int width, Int height, const PixelFormat&
 }
 
 Result<GetPixelHandlerStruct> NormalStorageImpl::GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-                                                                 const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
-                                                                 GETPIXELHANDLERFLAGS flags)
+																 const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
+																 GETPIXELHANDLERFLAGS flags)
 {
 	GetPixelHandlerStruct record;
 	record._dstColorProfile = dstColorProfile;
-	const ConvertPixelFunc convert = TORVI_TRY(FindReadConversion(_shape._channelOffsets, dstFormat, dstChannelOffsets, srcColorProfile,
-	                                                              record._dstColorProfile, flags));
+	const ConvertPixelFunc convert = TORVI_TRY(
+		FindReadConversion(_shape._channelOffsets, dstFormat, dstChannelOffsets, srcColorProfile, record._dstColorProfile, flags));
 	Ref<LineContext> context = TORVI_TRY(NewObject<LineContext>(Ref<NormalStorageImpl>(this), convert));
 	record._getLine = [context = std::move(context)](const ImagePos& pos, const PixelBuffer& destination, UInt32 lineFlags)
 	{ return context->Read(pos, destination, lineFlags); };
@@ -123,11 +125,11 @@ Result<GetPixelHandlerStruct> NormalStorageImpl::GetPixelHandler(const PixelForm
 }
 
 Result<SetPixelHandlerStruct> NormalStorageImpl::SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,
-                                                                 const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
-                                                                 SETPIXELHANDLERFLAGS flags, const RegionChangedDelegate& regionChanged)
+																 const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
+																 SETPIXELHANDLERFLAGS flags, const RegionChangedDelegate& regionChanged)
 {
-	const ConvertPixelFunc convert = TORVI_TRY(FindWriteConversion(_shape._channelOffsets, srcFormat, srcChannelOffsets, srcColorProfile,
-	                                                               dstColorProfile, flags));
+	const ConvertPixelFunc convert =
+		TORVI_TRY(FindWriteConversion(_shape._channelOffsets, srcFormat, srcChannelOffsets, srcColorProfile, dstColorProfile, flags));
 	Ref<LineContext> context = TORVI_TRY(NewObject<LineContext>(Ref<NormalStorageImpl>(this), convert));
 	SetPixelHandlerStruct record;
 	TORVI_TRY(BindFree(record, regionChanged));
@@ -137,7 +139,7 @@ Result<SetPixelHandlerStruct> NormalStorageImpl::SetPixelHandler(const PixelForm
 }
 
 Result<void> NormalStorageImpl::ReadLine(const ConvertPixelFunc& convert, const ImagePos& pos, const PixelBuffer& destination,
-                                         UInt32 flags) const
+										 UInt32 flags) const
 {
 	TORVI_TRY(_shape.CheckRun(pos));
 	if (pos._count <= 0)
@@ -160,7 +162,7 @@ Result<void> NormalStorageImpl::WriteLine(const ConvertPixelFunc& convert, const
 }
 
 Result<void> NormalStorageImpl::ReadBits(const ConvertPixelFunc& convert, const ImagePos& pos, const PixelBuffer& destination,
-                                         UInt32 flags) const
+										 UInt32 flags) const
 {
 	const BITS bits = _shape._bitsPerPixel;
 	const Byte* line = _data.GetBytes() + LineOffset(pos._y);
@@ -192,14 +194,14 @@ Result<void> NormalStorageImpl::WriteBits(const ConvertPixelFunc& convert, const
 Result<NormalStorageImpl::Component> NormalStorageImpl::FindComponent(Int channel, const ImagePos& pos) const
 {
 	TORVI_CHECK(channel >= 0 && channel < _shape._channels,
-	            IllegalArgumentError("Channel @ does not exist, the pixels have @ channels.", channel, _shape._channels));
+				IllegalArgumentError("Channel @ does not exist, the pixels have @ channels.", channel, _shape._channels));
 	if (pos._count < 1)
 		return Component();
 	TORVI_TRY(_shape.CheckRun(pos));
 	const BITS start = _shape._channelOffsets[static_cast<std::size_t>(channel)];
 	const BITS end = _shape._channelOffsets[static_cast<std::size_t>(channel) + 1];
 	TORVI_CHECK(IsOnByte(start | _shape._bitsPerPixel),
-	            FunctionNotImplementedError("The channels of pixel format @ do not lie on bytes.", _shape._pixelFormat));
+				FunctionNotImplementedError("The channels of pixel format @ do not lie on bytes.", _shape._pixelFormat));
 	return Component{start / 8, BytesOf(end - start), _shape._bitsPerPixel / 8};
 }
 
@@ -269,7 +271,7 @@ UInt64 NormalStorageImpl::GetHashCodeImpl() const
 Result<void> RegisterNormalStorage(Module& module)
 {
 	return module.AddToRegistry(ids::REGISTRY_IMAGEPIXELSTORAGECLASSES,
-	                            TORVI_TRY(module.AddClass<NormalStorageImpl>(ids::IMAGEPIXELSTORAGECLASS_NORMAL)));
+								TORVI_TRY(module.AddClass<NormalStorageImpl>(ids::IMAGEPIXELSTORAGECLASS_NORMAL)));
 }
 
 } // namespace torvi

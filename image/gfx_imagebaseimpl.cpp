@@ -44,12 +44,11 @@ Result<void> ImageBaseImpl::AddChildren(IMAGEHIERARCHY branch, const ImageBaseRe
 		{
 			TORVI_CHECK(child, IllegalArgumentError("There is no child to add."));
 			TORVI_TRY(CheckChild(branch, child));
-			TORVI_CHECK(!nextChild || (nextChild->GetParent() == GetSelf() && nextChild->GetBranch() == static_cast<Int32>(branch)),
-			            IllegalArgumentError("The next child does not hang under branch @ of this object.", branch));
+			TORVI_CHECK(!nextChild || (Cast<ImageBaseInterface>(nextChild->GetParent()) == GetSelf() &&
+									   nextChild->GetBranch() == static_cast<Int32>(branch)),
+						IllegalArgumentError("The next child does not hang under branch @ of this object.", branch));
 			const auto insert = [&]() -> Result<void>
-			{
-				return nextChild ? child->InsertBefore(nextChild) : child->InsertAsLastChildOf(GetSelf(), static_cast<Int32>(branch));
-			};
+			{ return nextChild ? child->InsertBefore(nextChild) : child->InsertAsLastChildOf(GetSelf(), static_cast<Int32>(branch)); };
 			return _regions.LinkChild(GetSelf(), child, insert);
 		});
 }
@@ -63,13 +62,13 @@ void ImageBaseImpl::Remove()
 }
 
 Result<GetPixelHandlerStruct> ImageBaseImpl::GetPixelHandler(const PixelFormat&, const ChannelOffsets&, const ColorProfile&,
-                                                             GETPIXELHANDLERFLAGS, const LayerSet*)
+															 GETPIXELHANDLERFLAGS, const LayerSet*)
 {
 	return MakeNoPixelsError();
 }
 
 Result<SetPixelHandlerStruct> ImageBaseImpl::SetPixelHandler(const PixelFormat&, const ChannelOffsets&, const ColorProfile&,
-                                                             SETPIXELHANDLERFLAGS)
+															 SETPIXELHANDLERFLAGS)
 {
 	return MakeNoPixelsError();
 }
@@ -97,14 +96,15 @@ Result<void> ImageBaseImpl::SetComponent(Int, const ImagePos&, const Byte*, Int)
 Result<ImageBaseRef> ImageBaseImpl::CreateSubImagePart(const DrawRectInt& rect)
 {
 	TORVI_CHECK(rect == (DrawRectInt{{0, 0}, {GetWidth(), GetHeight()}}),
-	            UnsupportedOperationError("Sub-images other than the whole image are not available, asked for @.", rect));
+				UnsupportedOperationError("Sub-images other than the whole image are not available, asked for @.", rect));
 	return GetSelf();
 }
 
 Result<ImageBaseRef> ImageBaseImpl::TransformColors(const ColorProfile& srcProfile, const ColorProfile& dstProfile, UInt32)
 {
 	const ColorProfile source = !srcProfile.IsEmpty() ? srcProfile : TORVI_TRY(Get<ColorProfile>(ids::IMAGE_COLORPROFILE));
-	TORVI_CHECK(source.IsEmpty() || dstProfile.IsEmpty(), UnsupportedOperationError("The colours of an image can not be transformed in place."));
+	TORVI_CHECK(source.IsEmpty() || dstProfile.IsEmpty(),
+				UnsupportedOperationError("The colours of an image can not be transformed in place."));
 	return GetSelf();
 }
 

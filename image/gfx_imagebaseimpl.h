@@ -3,6 +3,8 @@
 
 #include "image/region_notifier.h"
 
+#include <algorithm>
+
 namespace torvi
 {
 
@@ -19,10 +21,10 @@ public:
 	Int GetChannelCount() const override { return _pixelFormat ? _pixelFormat->GetChannelCount() : 0; }
 	PixelFormat GetPixelFormat() const override { return _pixelFormat; }
 	Result<GetPixelHandlerStruct> GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-	                                              const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
-	                                              const LayerSet* layerSet) override;
+												  const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
+												  const LayerSet* layerSet) override;
 	Result<SetPixelHandlerStruct> SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,
-	                                              const ColorProfile& srcColorProfile, SETPIXELHANDLERFLAGS flags) override;
+												  const ColorProfile& srcColorProfile, SETPIXELHANDLERFLAGS flags) override;
 	Result<void> FreePixelHandler(GetPixelHandlerStruct& record) override;
 	Result<void> FreePixelHandler(SetPixelHandlerStruct& record) override;
 	Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const override;
@@ -59,7 +61,7 @@ template <class T>
 Result<void> CheckChildIs(IMAGEHIERARCHY branch, const ImageBaseRef& child, std::initializer_list<IMAGEHIERARCHY> branches)
 {
 	TORVI_CHECK(std::find(branches.begin(), branches.end(), branch) != branches.end(),
-	            IllegalArgumentError("Nothing can hang under branch @ of this object.", branch));
+				IllegalArgumentError("Nothing can hang under branch @ of this object.", branch));
 	TORVI_CHECK(Cast<T>(child), IllegalArgumentError("An object of class @ can not hang under branch @.", child->GetClassId(), branch));
 	return OK;
 }

@@ -44,7 +44,8 @@ TORVI_DATATYPE(torvi::StoredStorage, "net.torvi.image.interface.imagepixelstorag
 namespace torvi
 {
 
-Result<void> ImageImpl::Init(Int width, Int height, const ClassRef& storageClass, const PixelFormat& pixelFormat, Block<const Byte> defaultColor)
+Result<void> ImageImpl::Init(Int width, Int height, const ClassRef& storageClass, const PixelFormat& pixelFormat,
+							 Block<const Byte> defaultColor)
 {
 	_storage.Set({});
 	TORVI_CHECK(storageClass, NullptrError("An image needs a class for its pixel storage."));
@@ -67,8 +68,8 @@ Int ImageImpl::GetChannelCount() const
 }
 
 Result<GetPixelHandlerStruct> ImageImpl::GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-                                                         const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
-                                                         const LayerSet* layerSet)
+														 const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
+														 const LayerSet* layerSet)
 {
 	return NoThrow(
 		[&]() -> Result<GetPixelHandlerStruct>
@@ -120,14 +121,14 @@ Result<GetPixelHandlerStruct> ImageImpl::MakeMerge(const ReadRequest& request, A
 Array<ImageBaseRef> ImageImpl::GetVisibleLayers() const
 {
 	Array<ImageBaseRef> layers = GetImageChildren(*this, IMAGEHIERARCHY::LAYER);
-	std::erase_if(layers,
-	              [](const ImageBaseRef& layer)
-	              { return !layer->GetOr<Bool>(ids::IMAGE_LAYER_ENABLED, true) || layer->GetOr<Float64>(ids::IMAGE_LAYER_OPACITY, 1.0) == 0.0; });
+	std::erase_if(
+		layers, [](const ImageBaseRef& layer)
+		{ return !layer->GetOr<Bool>(ids::IMAGE_LAYER_ENABLED, true) || layer->GetOr<Float64>(ids::IMAGE_LAYER_OPACITY, 1.0) == 0.0; });
 	return layers;
 }
 
 Result<SetPixelHandlerStruct> ImageImpl::SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,
-                                                         const ColorProfile& srcColorProfile, SETPIXELHANDLERFLAGS flags)
+														 const ColorProfile& srcColorProfile, SETPIXELHANDLERFLAGS flags)
 {
 	Result<ImagePixelStorageRef> storage = _storage.MakeWritable();
 	if (!storage.IsOk())
@@ -171,7 +172,8 @@ Result<Data> ImageImpl::GetData(const InternedId& key) const
 	if (key != ids::IMAGE_COLORPROFILE || !GetPixelFormat())
 		return data;
 	const ColorProfile* profile = data.GetPtr<ColorProfile>();
-	return profile != nullptr && profile->IsEmpty() ? Data::Make(GetPixelFormat()->GetDefaultColorProfile()) : Result<Data>(std::move(data));
+	return profile != nullptr && profile->IsEmpty() ? Data::Make(GetPixelFormat()->GetDefaultColorProfile())
+													: Result<Data>(std::move(data));
 }
 
 Result<void> ImageImpl::DescribeIO(DataSerialize& serializer)
@@ -189,7 +191,7 @@ Result<void> ImageImpl::DescribeIO(DataSerialize& serializer)
 Result<void> RegisterImage(Module& module)
 {
 	return module.AddToRegistry(ids::REGISTRY_IMAGECLASSES,
-	                            TORVI_TRY(module.AddClass<ImageImpl>(ids::IMAGECLASS_IMAGE, ids::IMAGEBASECLASS_BASE)));
+								TORVI_TRY(module.AddClass<ImageImpl>(ids::IMAGECLASS_IMAGE, ids::IMAGEBASECLASS_BASE)));
 }
 
 } // namespace torvi

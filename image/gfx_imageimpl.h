@@ -12,7 +12,7 @@ class StorageSlot
 public:
 	StorageSlot() noexcept = default;
 	/// Shares the storage.
-	StorageSlot(const StorageSlot& other) noexcept : _storePixels(Serialize(other._lock, [&]() { return other._storePixels; })) { }
+	StorageSlot(const StorageSlot& other) noexcept : _storePixels(Serialize(other._lock, [&]() { return other._storePixels; })) {}
 	StorageSlot& operator=(const StorageSlot&) = delete;
 
 	ImagePixelStorageRef Get() const noexcept
@@ -24,8 +24,8 @@ public:
 		CowRef<ImagePixelStorageInterface> fresh(std::move(storage));
 		Serialize(_lock, [&]() { std::swap(_storePixels, fresh); }); // the old storage goes outside of the lock
 	}
-	/// The storage for writing; a shared one is copied first. NullptrError without one. The copy is made under the lock, once after each clone, so that
-	/// two writers end up on one storage.
+	/// The storage for writing; a shared one is copied first. NullptrError without one. The copy is made under the lock, once after each
+	/// clone, so that two writers end up on one storage.
 	Result<ImagePixelStorageRef> MakeWritable()
 	{
 		return Serialize(_lock, [&]() { return _storePixels.MakeWritable(); });
@@ -41,13 +41,14 @@ private:
 class ImageImpl : public ImageBaseImpl, public virtual ImageInterface
 {
 public:
-	Result<void> Init(Int width, Int height, const ClassRef& storageClass, const PixelFormat& pixelFormat, Block<const Byte> defaultColor) override;
+	Result<void> Init(Int width, Int height, const ClassRef& storageClass, const PixelFormat& pixelFormat,
+					  Block<const Byte> defaultColor) override;
 	Int GetChannelCount() const override;
 	Result<GetPixelHandlerStruct> GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-	                                              const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
-	                                              const LayerSet* layerSet) override;
+												  const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
+												  const LayerSet* layerSet) override;
 	Result<SetPixelHandlerStruct> SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,
-	                                              const ColorProfile& srcColorProfile, SETPIXELHANDLERFLAGS flags) override;
+												  const ColorProfile& srcColorProfile, SETPIXELHANDLERFLAGS flags) override;
 	Result<void> FreePixelHandler(GetPixelHandlerStruct& record) override;
 	Result<void> FreePixelHandler(SetPixelHandlerStruct& record) override;
 	Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const override;

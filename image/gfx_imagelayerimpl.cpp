@@ -25,7 +25,7 @@ protected:
 Result<void> RegisterImageLayer(Module& module)
 {
 	return module.AddToRegistry(ids::REGISTRY_IMAGELAYERCLASSES,
-	                            TORVI_TRY(module.AddClass<ImageLayerImpl>(ids::IMAGELAYERCLASS_RASTER, ids::IMAGECLASS_IMAGE)));
+								TORVI_TRY(module.AddClass<ImageLayerImpl>(ids::IMAGELAYERCLASS_RASTER, ids::IMAGECLASS_IMAGE)));
 }
 
 } // namespace torvi

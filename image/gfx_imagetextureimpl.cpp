@@ -1,5 +1,5 @@
-// Textures: the top of a picture's tree. Size, format, profile and pixels are those of an image below, the first one unless a layer set names
-// another. Files are read and written by the media session.
+// Textures: the top of a picture's tree. Size, format, profile and pixels are those of an image below, the first one unless a layer set
+// names another. Files are read and written by the media session.
 #include "image/gfx_imagebaseimpl.h"
 #include "image/registration.h"
 #include "torvi/ids_keys.h"
@@ -60,8 +60,8 @@ public:
 	}
 
 	Result<GetPixelHandlerStruct> GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-	                                              const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
-	                                              const LayerSet* layerSet) override
+												  const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
+												  const LayerSet* layerSet) override
 	{
 		return NoThrow(
 			[&]() -> Result<GetPixelHandlerStruct>
@@ -73,7 +73,7 @@ public:
 	}
 
 	Result<MediaSessionRef> Load(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags, const ClassRef& storageClass,
-	                             const LayerSet* layerSet) override
+								 const LayerSet* layerSet) override
 	{
 		return TORVI_TRY(FindBridge())->Load(ImageTextureRef(this), url, targetTime, flags, storageClass, layerSet);
 	}
@@ -112,7 +112,7 @@ private:
 } // namespace
 
 Result<ImageTextureRef> LoadTexture(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags, const ClassRef& storageClass,
-                                    const LayerSet* layerSet)
+									const LayerSet* layerSet)
 {
 	TORVI_CHECK(!url.IsEmpty(), IllegalArgumentError("A texture can not be loaded from an empty url."));
 	ImageTextureRef texture = TORVI_TRY(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
@@ -123,7 +123,7 @@ Result<ImageTextureRef> LoadTexture(const Url& url, const TimeValue& targetTime,
 Result<void> RegisterImageTexture(Module& module)
 {
 	return module.AddToRegistry(ids::REGISTRY_IMAGETEXTURECLASSES,
-	                            TORVI_TRY(module.AddClass<ImageTextureImpl>(ids::IMAGETEXTURECLASS_TEXTURE, ids::IMAGEBASECLASS_BASE)));
+								TORVI_TRY(module.AddClass<ImageTextureImpl>(ids::IMAGETEXTURECLASS_TEXTURE, ids::IMAGEBASECLASS_BASE)));
 }
 
 } // namespace torvi

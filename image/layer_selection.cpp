@@ -11,8 +11,8 @@ namespace
 
 constexpr std::string_view UNNAMED_MASK = "Alpha";
 
-/// Calls `visit`(image) for the children of one branch and their descendants through the same branch, each before its children, until it gives
-/// true or an error.
+/// Calls `visit`(image) for the children of one branch and their descendants through the same branch, each before its children, until it
+/// gives true or an error.
 template <class Visit>
 Result<void> VisitBranch(const ImageBaseInterface& top, IMAGEHIERARCHY branch, const Visit& visit)
 {
@@ -89,12 +89,12 @@ Result<Array<ImageBaseRef>> SelectAlpha(const ImageBaseInterface& image, const L
 	return result ? Array<ImageBaseRef>{result} : Array<ImageBaseRef>();
 }
 
-/// A mask is named by its layer's own name and its own, or by the whole path; the first that is named the short way goes before the first that is
-/// named the long way, and any mask before none.
+/// A mask is named by its layer's own name and its own, or by the whole path; the first that is named the short way goes before the first
+/// that is named the long way, and any mask before none.
 class MaskSelection
 {
 public:
-	MaskSelection(const ImageBaseInterface& image, const LayerNames& names) : _image(image), _names(names) { }
+	MaskSelection(const ImageBaseInterface& image, const LayerNames& names) : _image(image), _names(names) {}
 
 	/// True when the search is over.
 	Result<Bool> VisitLayer(const ImageBaseRef& layer)
@@ -138,7 +138,8 @@ Result<Array<ImageBaseRef>> SelectMask(const ImageBaseInterface& image, const La
 	return mask ? Array<ImageBaseRef>{mask} : Array<ImageBaseRef>();
 }
 
-/// A layer inside of a folder selects the whole outermost folder. Descendants follow each other, so a folder that is in the list is its last.
+/// A layer inside of a folder selects the whole outermost folder. Descendants follow each other, so a folder that is in the list is its
+/// last.
 Result<Array<ImageBaseRef>> SelectLayers(const ImageBaseInterface& image, const LayerNames& names)
 {
 	Array<ImageBaseRef> selected;
@@ -161,9 +162,12 @@ Result<Array<ImageBaseRef>> SelectFromImage(const ImageBaseInterface& image, con
 {
 	switch (layerSet.GetMode())
 	{
-	case LAYERSETMODE::ALPHAS: return SelectAlpha(image, layerSet.GetSelectedLayers());
-	case LAYERSETMODE::LAYERMASKS: return SelectMask(image, layerSet.GetSelectedLayers());
-	case LAYERSETMODE::LAYERS: break;
+	case LAYERSETMODE::ALPHAS:
+		return SelectAlpha(image, layerSet.GetSelectedLayers());
+	case LAYERSETMODE::LAYERMASKS:
+		return SelectMask(image, layerSet.GetSelectedLayers());
+	case LAYERSETMODE::LAYERS:
+		break;
 	}
 	return SelectLayers(image, layerSet.GetSelectedLayers());
 }

@@ -85,8 +85,9 @@ Bool LayerSet::IsEqual(const LayerSet& other) const
 {
 	const Members& a = Read();
 	const Members& b = other.Read();
-	return a._layers == b._layers && a._selectedImage == b._selectedImage && a._layersetMode == b._layersetMode &&
-	       a._calculateAlpha == b._calculateAlpha;
+	const auto isInB = [&](const String& name) { return b._layers.contains(name); };
+	return a._layers.size() == b._layers.size() && std::ranges::all_of(a._layers, isInB) && a._selectedImage == b._selectedImage &&
+		   a._layersetMode == b._layersetMode && a._calculateAlpha == b._calculateAlpha;
 }
 
 UInt64 LayerSet::GetHashCode() const
@@ -115,7 +116,8 @@ Result<void> LayerSet::DescribeIO(DataSerialize& serializer)
 			TORVI_TRY(serializer.DescribeElement("_calculateAlpha", members._calculateAlpha));
 			if (!serializer.IsReading())
 				return OK;
-			TORVI_CHECK(mode <= static_cast<UInt32>(LAYERSETMODE::ALPHAS), IllegalStateError("A stored layer set has the unknown mode @.", mode));
+			TORVI_CHECK(mode <= static_cast<UInt32>(LAYERSETMODE::ALPHAS),
+						IllegalStateError("A stored layer set has the unknown mode @.", mode));
 			members._layers = LayerNames(names.begin(), names.end());
 			members._layersetMode = static_cast<LAYERSETMODE>(mode);
 			const Ref<Members> target = TORVI_TRY(NewObject<Members>(members));

@@ -22,7 +22,7 @@ public:
 		if (_size > 0)
 			std::memcpy(_bytes.get(), other._bytes.get(), static_cast<std::size_t>(_size));
 	}
-	PixelMemory(PixelMemory&& other) noexcept : _bytes(std::move(other._bytes)), _size(std::exchange(other._size, 0)) { }
+	PixelMemory(PixelMemory&& other) noexcept : _bytes(std::move(other._bytes)), _size(std::exchange(other._size, 0)) {}
 	PixelMemory& operator=(PixelMemory other) noexcept
 	{
 		std::swap(_bytes, other._bytes);

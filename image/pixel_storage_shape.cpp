@@ -31,7 +31,7 @@ Result<PixelStorageShape> PixelStorageShape::Make(Int width, Int height, const P
 Error PixelStorageShape::MakeRangeError(const ImagePos& pos) const
 {
 	return IllegalArgumentError("A run of @ pixels at (@, @) does not lie in an image of @ x @ pixels.", pos._count, pos._x, pos._y, _width,
-	                            _height);
+								_height);
 }
 
 Bool PixelStorageShape::IsEqual(const PixelStorageShape& other) const
@@ -61,7 +61,7 @@ Result<void> PixelStorageShape::DescribeMembers(DataSerialize& serializer)
 Bool PixelStorageShape::HasLayoutOf(const PixelStorageShape& other) const
 {
 	return _bytesPerLine == other._bytesPerLine && _bitsPerPixel == other._bitsPerPixel && _channels == other._channels &&
-	       _channelOffsets == other._channelOffsets;
+		   _channelOffsets == other._channelOffsets;
 }
 
 Result<void> PixelStorageShape::DescribeIO(DataSerialize& serializer)
@@ -76,9 +76,10 @@ Result<void> PixelStorageShape::DescribeIO(DataSerialize& serializer)
 	TORVI_TRY(stored.DescribeMembers(serializer));
 	const PixelFormat format = TORVI_TRY(FindStoredFormat(stored._pixelFormatId));
 	TORVI_CHECK(stored._width >= 0 && stored._height >= 0,
-	            IllegalStateError("A stored image can not have @ x @ pixels.", stored._width, stored._height));
+				IllegalStateError("A stored image can not have @ x @ pixels.", stored._width, stored._height));
 	PixelStorageShape shape = TORVI_TRY(Make(stored._width, stored._height, format));
-	TORVI_CHECK(stored.HasLayoutOf(shape), IllegalStateError("The stored layout of an image is not that of its pixel format @.", stored._pixelFormatId));
+	TORVI_CHECK(stored.HasLayoutOf(shape),
+				IllegalStateError("The stored layout of an image is not that of its pixel format @.", stored._pixelFormatId));
 	*this = std::move(shape);
 	return OK;
 }

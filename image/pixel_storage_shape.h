@@ -31,8 +31,8 @@ struct PixelStorageShape
 	Bool IsEqual(const PixelStorageShape& other) const;
 	UInt64 GetHashCode() const;
 
-	/// Stores or reads the members from _width to _pixelFormatId. What is read must be what the format gives for that size: IllegalStateError.
-	/// On failure nothing has changed.
+	/// Stores or reads the members from _width to _pixelFormatId. What is read must be what the format gives for that size:
+	/// IllegalStateError. On failure nothing has changed.
 	Result<void> DescribeIO(DataSerialize& serializer);
 
 private:

@@ -25,8 +25,8 @@ Result<RegionChangedObservableRef> RegionNotifier::GetObservable(Bool create)
 		return existing;
 	RegionChangedObservableRef fresh = TORVI_TRY((NewObject<Observable<ImageBaseRef, UpdateRegion>>()));
 	return Serialize(_observableLock,
-	                 [&]()
-	                 {
+					 [&]()
+					 {
 						 if (!_observable)
 							 _observable = std::move(fresh);
 						 return _observable;
@@ -57,7 +57,8 @@ Bool RegionNotifier::EndLink(const Link& link, const ImageBaseInterface* child) 
 		return false;
 	if (linked)
 	{
-		if (const Result<RegionChangedObservableRef> observable = linked->ObservableRegionChanged(false); observable.IsOk() && observable.GetValue())
+		if (const Result<RegionChangedObservableRef> observable = linked->ObservableRegionChanged(false);
+			observable.IsOk() && observable.GetValue())
 			observable.GetValue()->RemoveObserver(link._observer);
 	}
 	return true;

@@ -7,20 +7,21 @@
 namespace torvi
 {
 
-/// The observable may be used from any thread, the links only by the thread that changes the tree. A copy starts without observers and links.
+/// The observable may be used from any thread, the links only by the thread that changes the tree. A copy starts without observers and
+/// links.
 class RegionNotifier
 {
 public:
 	RegionNotifier() = default;
-	RegionNotifier(const RegionNotifier&) noexcept { }
+	RegionNotifier(const RegionNotifier&) noexcept {}
 	RegionNotifier& operator=(const RegionNotifier&) = delete;
 	~RegionNotifier();
 
 	/// Null if there is none yet and `create` is false.
 	Result<RegionChangedObservableRef> GetObservable(Bool create);
 
-	/// Hangs a child in the tree by `insert` and hands its changes on to the observers of `parent`, the owner of this notifier. If one of the two
-	/// fails, neither is done.
+	/// Hangs a child in the tree by `insert` and hands its changes on to the observers of `parent`, the owner of this notifier. If one of
+	/// the two fails, neither is done.
 	template <class Insert>
 	Result<void> LinkChild(const ImageBaseRef& parent, const ImageBaseRef& child, const Insert& insert)
 	{

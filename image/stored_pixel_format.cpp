@@ -1,7 +1,7 @@
 // Walks over the pixel format groups, and the reading of channel lists such as "{uchar#Red,uint16#Green}".
 #include "image/stored_pixel_format.h"
 
-#include "host/module.h"
+#include "host/halffloat_datatype.h"
 
 #include <algorithm>
 
@@ -34,12 +34,14 @@ Result<PixelFormat> FindFormat(const Accept& accept)
 	return PixelFormat();
 }
 
-/// The data type of a channel by the name in the channel's text; null-type for another name.
+/// The data type of a channel by the name in the channel's text; no type for another name.
 DataType FindChannelDataType(std::string_view name)
 {
-	static constexpr Id NAMES[] = {"uchar", "char", "uint16", "int16", "uint32", "int32", "float16", "float32", "float64"};
-	const auto found = std::ranges::find(NAMES, name, &Id::GetText);
-	return found != std::end(NAMES) ? FindDataType(*found).ValueOr(DataType()) : DataType();
+	static constexpr DataType TYPES[] = {GetDataType<UChar>(),     GetDataType<Char>(),    GetDataType<UInt16>(),
+										 GetDataType<Int16>(),     GetDataType<UInt32>(),  GetDataType<Int32>(),
+										 GetDataType<HalfFloat>(), GetDataType<Float32>(), GetDataType<Float64>()};
+	const auto found = std::ranges::find(TYPES, name, [](DataType type) { return type.GetId().GetText(); });
+	return found != std::end(TYPES) ? *found : DataType();
 }
 
 /// The channel whose text, data type and channel type with "#" between, this is; or null.

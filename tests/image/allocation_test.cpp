@@ -1,5 +1,5 @@
-// Every allocation fails once: operations give the out-of-memory error, leave no half-made state and leak nothing (which the address sanitizer
-// checks).
+// Every allocation fails once: operations give the out-of-memory error, leave no half-made state and leak nothing (which the address
+// sanitizer checks).
 #include "tests/image/image_test.h"
 
 #include <atomic>
@@ -23,11 +23,11 @@ Bool AllowSome(Int) noexcept
 class AllocationTest : public ImageTest
 {
 protected:
-	/// Runs the operation with its first, second, ... allocation failing until it succeeds; gives the number of failures. Each run has its own
-	/// preparation.
+	/// Runs the operation with its first, second, ... allocation failing until it succeeds; gives the number of failures. Each run has its
+	/// own preparation.
 	template <class State>
 	static Int FailEach(const std::function<State()>& prepare, const std::function<Result<void>(State&)>& operation,
-	                    const std::function<void(State&)>& checkFailure = {})
+						const std::function<void(State&)>& checkFailure = {})
 	{
 		for (Int allowed = 0; allowed < 1000; ++allowed)
 		{
@@ -38,7 +38,8 @@ protected:
 			SetAllocationHook(nullptr);
 			if (result.IsOk())
 				return allowed;
-			EXPECT_EQ(result.GetError().GetId().GetText(), errorids::OUTOFMEMORY.GetText()) << allowed << ": " << result.GetError().ToString();
+			EXPECT_EQ(result.GetError().GetId().GetText(), errorids::OUTOFMEMORY.GetText())
+				<< allowed << ": " << result.GetError().ToString();
 			if (checkFailure)
 				checkFailure(state);
 		}
@@ -51,9 +52,9 @@ TEST_F(AllocationTest, Init)
 {
 	const ClassRef storageClass = StorageClass();
 	const PixelFormat rgb = GetPixelFormat(ids::PIXELFORMAT_RGB_U8);
-	const Int failures = FailEach<ImageRef>([]() { return MakeImage(4, 4); },
-	                                        [&](ImageRef& image) { return image->Init(9, 9, storageClass, rgb, {}); },
-	                                        [](ImageRef& image) { EXPECT_EQ(image->GetChannelCount(), 0) << "no storage is left"; });
+	const Int failures =
+		FailEach<ImageRef>([]() { return MakeImage(4, 4); }, [&](ImageRef& image) { return image->Init(9, 9, storageClass, rgb, {}); },
+						   [](ImageRef& image) { EXPECT_EQ(image->GetChannelCount(), 0) << "no storage is left"; });
 	EXPECT_GE(failures, 3) << "object, offsets, pixels";
 }
 
@@ -116,8 +117,8 @@ TEST_F(AllocationTest, ReadingASelection)
 	EXPECT_OK(layerSet.SetSelectedLayers({MakeString("a folder with a name that does not fit into a short text")}));
 	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
 	FailEach<int>([]() { return 0; },
-	              [&](int&) -> Result<void>
-	              {
+				  [&](int&) -> Result<void>
+				  {
 					  GetPixelHandlerStruct handler =
 						  TORVI_TRY(image->GetPixelHandler(grey, grey->GetChannelOffsets(), {}, GETPIXELHANDLERFLAGS::NONE, &layerSet));
 					  Byte pixel = 0;
@@ -133,7 +134,9 @@ TEST_F(AllocationTest, AddingChildren)
 		ImageLayerRef _layer;
 	};
 	FailEach<Pair>(
-		[]() { return Pair{MakeImage(1, 1), MakeLayer("", 0)}; },
+		[]() {
+			return Pair{MakeImage(1, 1), MakeLayer("", 0)};
+		},
 		[](Pair& pair) { return pair._image->AddChildren(LAYER, pair._layer, {}); },
 		[](Pair& pair)
 		{
@@ -145,8 +148,8 @@ TEST_F(AllocationTest, AddingChildren)
 TEST_F(AllocationTest, LayerSets)
 {
 	FailEach<LayerSet>([]() { return LayerSet(); },
-	                   [](LayerSet& layerSet) -> Result<void>
-	                   {
+					   [](LayerSet& layerSet) -> Result<void>
+					   {
 						   TORVI_TRY(layerSet.SetSelectedImage("a picture with a name that does not fit into a short text"));
 						   LayerSet copy = layerSet;
 						   TORVI_TRY(copy.SetMode(LAYERSETMODE::ALPHAS));

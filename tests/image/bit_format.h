@@ -11,7 +11,7 @@ namespace torvi
 class BitFormat final : public PixelFormatBaseImpl
 {
 public:
-	explicit BitFormat(Int bits) : _offsets{0, bits}, _block(_offsets) { }
+	explicit BitFormat(Int bits) : _offsets{0, bits}, _block(_offsets) {}
 
 	Block<const ImageChannel> GetChannels() const override { return {}; }
 	Int GetChannelCount() const override { return 1; }
@@ -22,7 +22,7 @@ public:
 	String PixToString(const Byte*) const override { return {}; }
 
 	Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets&, const ChannelOffsets&, Bool,
-	                                                 Bool&) const override
+													 Bool&) const override
 	{
 		if (srcFormat.GetPointer() != this)
 			return ConvertPixelFunc();
@@ -34,7 +34,7 @@ public:
 			});
 	}
 	Result<ConvertPixelFunc> GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets&, const ChannelOffsets&, Bool,
-	                                               Bool&) const override
+												   Bool&) const override
 	{
 		if (dstFormat != torvi::GetPixelFormat(ids::PIXELFORMAT_GREY_U8))
 			return ConvertPixelFunc();

@@ -1,6 +1,6 @@
 // Image objects: trees, colour profiles, sharing of storages, where pixels come from, and observation of changes.
-#include "host/dataserialize.h"
 #include "tests/image/image_test.h"
+#include "host/dataserialize.h"
 #include "torvi/mediasession_session.h"
 
 #include <thread>
@@ -20,7 +20,8 @@ protected:
 	/// An image that shows its layers.
 	static ImageRef MakeFolder(Int width, Int height)
 	{
-		return MakeImage<ImageInterface>(ids::IMAGECLASS_IMAGE, width, height, ids::PIXELFORMAT_GREY_U8, ids::IMAGEPIXELSTORAGECLASS_NODATA);
+		return MakeImage<ImageInterface>(ids::IMAGECLASS_IMAGE, width, height, ids::PIXELFORMAT_GREY_U8,
+										 ids::IMAGEPIXELSTORAGECLASS_NODATA);
 	}
 	static Result<GetPixelHandlerStruct> Read(ImageBaseInterface& image, GETPIXELHANDLERFLAGS flags = GETPIXELHANDLERFLAGS::NONE)
 	{
@@ -64,7 +65,8 @@ TEST_F(ImageObjectTest, WhatMayHangWhere)
 	const ImageBaseRef texture = MakeTexture();
 	const ImageBaseRef image = MakeImage(1, 1);
 	const ImageBaseRef layer = MakeLayer("layer", 1);
-	const auto child = [&](Bool isLayer) -> ImageBaseRef { return isLayer ? ImageBaseRef(MakeLayer("", 0)) : ImageBaseRef(MakeImage(1, 1)); };
+	const auto child = [&](Bool isLayer) -> ImageBaseRef
+	{ return isLayer ? ImageBaseRef(MakeLayer("", 0)) : ImageBaseRef(MakeImage(1, 1)); };
 	const struct
 	{
 		const char* _name;
@@ -305,7 +307,7 @@ TEST_F(ImageObjectTest, ObserversHearOfFreedHandlers)
 	}
 	ASSERT_EQ(heard._regions.size(), 1u) << "once, however it is freed";
 	EXPECT_EQ(heard._regions[0], (UpdateRegion{0, 1, 2, 3}));
-	EXPECT_EQ(heard._images[0], image);
+	EXPECT_EQ(heard._images[0], ImageBaseRef(image));
 }
 
 TEST_F(ImageObjectTest, FreeGivesTheObserversError)
@@ -331,7 +333,7 @@ TEST_F(ImageObjectTest, ChangesTravelUpTheTree)
 	const Heard atImage(image);
 	WriteBytes(*layer, {0, 0, 1}, {1});
 	ASSERT_EQ(atTexture._regions.size(), 1u);
-	EXPECT_EQ(atTexture._images[0], texture);
+	EXPECT_EQ(atTexture._images[0], ImageBaseRef(texture));
 	EXPECT_EQ(atTexture._regions[0], (UpdateRegion{0, 0, 0, 0}));
 	Hang(image, LAYER, layer); // moves it to the end and must not hook it twice
 	WriteBytes(*layer, {0, 0, 1}, {2});
@@ -393,9 +395,9 @@ TEST_F(ImageObjectTest, MasksJoinUnlessTheyAreUnwanted)
 TEST_F(ImageObjectTest, ViewsAndTransforms)
 {
 	const ImageRef image = MakeImage(3, 2);
-	EXPECT_EQ(Must(image->CreateSubImagePart({{0, 0}, {3, 2}})), image);
+	EXPECT_EQ(Must(image->CreateSubImagePart({{0, 0}, {3, 2}})), ImageBaseRef(image));
 	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, image->CreateSubImagePart({{0, 0}, {2, 2}}));
-	EXPECT_EQ(Must(image->TransformColors(MakePlainProfile(), {}, 0)), image);
+	EXPECT_EQ(Must(image->TransformColors(MakePlainProfile(), {}, 0)), ImageBaseRef(image));
 	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, image->TransformColors(MakePlainProfile(), MakePlainProfile(), 0));
 }
 
@@ -426,7 +428,7 @@ class BridgeDouble final : public MediaTextureBridgeInterface
 {
 public:
 	Result<MediaSessionRef> Load(const ImageTextureRef& texture, const Url& url, const TimeValue&, MEDIASESSIONFLAGS, const ClassRef&,
-	                             const LayerSet*) override
+								 const LayerSet*) override
 	{
 		TORVI_TRY(texture->Set<String>(ids::IMAGE_NAME, url.GetName()));
 		return MediaSessionRef();

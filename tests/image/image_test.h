@@ -1,5 +1,5 @@
-// What the tests of the image folder share: a started host, short ways to make images and to move lines, and stand-ins for what other folders
-// give images.
+// What the tests of the image folder share: a started host, short ways to make images and to move lines, and stand-ins for what other
+// folders give images.
 #pragma once
 
 #include "image/registration.h"
@@ -26,19 +26,18 @@ T Must(Result<T> result)
 	return result.TakeValue();
 }
 
-#define EXPECT_OK(...)                                                            \
-	do                                                                            \
-	{                                                                             \
-		const auto expectedOk = (__VA_ARGS__);                                    \
-		EXPECT_TRUE(expectedOk.IsOk()) << expectedOk.GetError().ToString();       \
+#define EXPECT_OK(...)                                                                                                                     \
+	do                                                                                                                                     \
+	{                                                                                                                                      \
+		const auto expectedOk = (__VA_ARGS__);                                                                                             \
+		EXPECT_TRUE(expectedOk.IsOk()) << expectedOk.GetError().ToString();                                                                \
 	} while (false)
 
-#define EXPECT_ERROR(errorId, ...)                                                                    \
-	do                                                                                                \
-	{                                                                                                 \
-		const auto expectedError = (__VA_ARGS__);                                                     \
-		EXPECT_EQ(expectedError.GetError().GetId().GetText(), (errorId).GetText())                    \
-			<< expectedError.GetError().ToString();                                                   \
+#define EXPECT_ERROR(errorId, ...)                                                                                                         \
+	do                                                                                                                                     \
+	{                                                                                                                                      \
+		const auto expectedError = (__VA_ARGS__);                                                                                          \
+		EXPECT_EQ(expectedError.GetError().GetId().GetText(), (errorId).GetText()) << expectedError.GetError().ToString();                 \
 	} while (false)
 
 class ImageTest : public testing::Test
@@ -56,7 +55,7 @@ protected:
 	/// An image or layer with a name and a storage.
 	template <class T = ImageInterface>
 	static Ref<T> MakeImage(const Id& classId, Int width, Int height, const Id& format = ids::PIXELFORMAT_GREY_U8,
-	                        const Id& storageClass = ids::IMAGEPIXELSTORAGECLASS_NORMAL)
+							const Id& storageClass = ids::IMAGEPIXELSTORAGECLASS_NORMAL)
 	{
 		Ref<T> image = Make<T>(classId);
 		EXPECT_OK(image->Init(width, height, StorageClass(storageClass), GetPixelFormat(format), {}));
@@ -80,13 +79,12 @@ protected:
 	static void WriteBytes(ImageBaseInterface& image, const ImagePos& pos, const Array<Byte>& bytes)
 	{
 		const PixelFormat format = image.GetPixelFormat();
-		SetPixelHandlerStruct handler =
-			Must(image.SetPixelHandler(format, format->GetChannelOffsets(), {}, SETPIXELHANDLERFLAGS::NONE));
+		SetPixelHandlerStruct handler = Must(image.SetPixelHandler(format, format->GetChannelOffsets(), {}, SETPIXELHANDLERFLAGS::NONE));
 		EXPECT_OK(handler.SetLine(pos, PixelBuffer(bytes.data(), format->GetBitsPerPixel()), 0));
 		EXPECT_OK(handler.Free());
 	}
 	static Result<Array<Byte>> TryReadBytes(ImageBaseInterface& image, const ImagePos& pos, const Id& formatId = ids::PIXELFORMAT_GREY_U8,
-	                                        const LayerSet* layerSet = nullptr, GETPIXELHANDLERFLAGS flags = GETPIXELHANDLERFLAGS::NONE)
+											const LayerSet* layerSet = nullptr, GETPIXELHANDLERFLAGS flags = GETPIXELHANDLERFLAGS::NONE)
 	{
 		const PixelFormat format = GetPixelFormat(formatId);
 		GetPixelHandlerStruct handler = TORVI_TRY(image.GetPixelHandler(format, format->GetChannelOffsets(), {}, flags, layerSet));

@@ -78,11 +78,9 @@ TEST(LayerSet, StoredFormRoundTrips)
 }
 
 // The image's own pixel is 100. Below it:
-//   folder "Outer" 10: layer "inner" 11 (masks: "first" 21, nameless 22), nameless folder 12: layer "deep" 13 (mask "m" 23)
-//   nameless layer 14 (mask nameless 24)
-//   layer "top" 15
-//   layer "inner" 16 (mask "first" 25)
-//   alpha "matte" 31: alpha "nested" 32, alpha "Second" 33
+//   folder "Outer" 10: layer "inner" 11 (masks: "first" 21, nameless 22), nameless folder 12: layer "deep" 13 (mask "m" 23), layer "plain"
+//   17 nameless layer 14 (mask nameless 24) layer "top" 15 layer "inner" 16 (mask "first" 25) alpha "matte" 31: alpha "nested" 32, alpha
+//   "Second" 33
 class LayerSelectionTest : public ImageTest
 {
 protected:
@@ -96,6 +94,7 @@ protected:
 		Add(inner, MASK, "", 22);
 		const ImageBaseRef nameless = Add(outer, LAYER, "", 12);
 		Add(Add(nameless, LAYER, "deep", 13), MASK, "m", 23);
+		Add(outer, LAYER, "plain", 17);
 		Add(Add(_image, LAYER, "", 14), MASK, "", 24);
 		Add(_image, LAYER, "top", 15);
 		Add(Add(_image, LAYER, "inner", 16), MASK, "first", 25);
@@ -129,7 +128,8 @@ TEST_F(LayerSelectionTest, Alphas)
 	EXPECT_EQ(Select(LAYERSETMODE::ALPHAS, {"SECOND"}), 33);
 	EXPECT_EQ(Select(LAYERSETMODE::ALPHAS, {"nested"}), 32);
 	EXPECT_EQ(Select(LAYERSETMODE::ALPHAS, {"nested", "Second"}), 32) << "the first in the tree";
-	EXPECT_EQ(ReadSelected(*MakeImage(1, 1), MakeLayerSet(LAYERSETMODE::ALPHAS, {"x"})), 0) << "an image without alpha channels shows itself";
+	EXPECT_EQ(ReadSelected(*MakeImage(1, 1), MakeLayerSet(LAYERSETMODE::ALPHAS, {"x"})), 0)
+		<< "an image without alpha channels shows itself";
 }
 
 // The layer set is handed on, so an alpha channel with alpha channels of its own gives the first of them where the name is not found.
@@ -171,8 +171,7 @@ TEST_F(LayerSelectionTest, Layers)
 		const char* _name;
 		int _found;
 	} CASES[] = {
-		{"Outer", 10}, {"outer\\INNER", 10}, {"Outer\\deep", 10}, {"top", 15},
-		{"deep", 100}, {"Outer\\top", 100},  {"nothing", 100},
+		{"Outer", 10}, {"outer\\INNER", 10}, {"Outer\\deep", 10}, {"top", 15}, {"deep", 100}, {"Outer\\top", 100}, {"nothing", 100},
 	};
 	for (const auto& test : CASES)
 		EXPECT_EQ(Select(LAYERSETMODE::LAYERS, {test._name}), test._found) << test._name;
@@ -197,9 +196,9 @@ TEST_F(LayerSelectionTest, SeveralLayersAndMaskedImagesAreMerged)
 	};
 	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, read(*_image, {"top", "outer"}));
 	const ImageBaseRef folder = GetImageChildren(*_image, LAYER)[0];
-	EXPECT_EQ(Must(read(*folder, {"inner"}))[0], 11) << "paths begin at the image that is asked";
+	EXPECT_EQ(Must(read(*folder, {"plain"}))[0], 17) << "paths begin at the image that is asked";
 	Add(folder, MASK, "", 1);
-	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, read(*folder, {"inner"}));
+	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, read(*folder, {"plain"}));
 }
 
 TEST_F(LayerSelectionTest, NamesOfAnotherTypeAreErrors)

@@ -16,7 +16,7 @@ class StorageTest : public ImageTest
 {
 protected:
 	static ImagePixelStorageRef MakeStorage(Int width, Int height, const PixelFormat& format,
-	                                        const Id& id = ids::IMAGEPIXELSTORAGECLASS_NORMAL)
+											const Id& id = ids::IMAGEPIXELSTORAGECLASS_NORMAL)
 	{
 		ImagePixelStorageRef storage = Make<ImagePixelStorageInterface>(id);
 		EXPECT_OK(storage->Init(width, height, format, {}));
@@ -36,7 +36,8 @@ protected:
 		DataSerializeWriter writer;
 		EXPECT_OK(storage.DescribeIO(writer));
 		const Block<const Byte> bytes = writer.GetBytes();
-		const Int count = storage.GetPixelFormat() ? BytesOf(storage.GetWidth() * storage.GetPixelFormat()->GetBitsPerPixel()) * storage.GetHeight() : 0;
+		const Int count =
+			storage.GetPixelFormat() ? BytesOf(storage.GetWidth() * storage.GetPixelFormat()->GetBitsPerPixel()) * storage.GetHeight() : 0;
 		return Array<Byte>(bytes.end() - count, bytes.end());
 	}
 };
@@ -51,10 +52,10 @@ TEST_F(StorageTest, RunsMustLieInside)
 		ImagePos _pos;
 		Bool _isInside;
 	} CASES[] = {
-		{"whole line", {0, 0, 5}, true},      {"last pixel", {4, 2, 1}, true},       {"nothing at the end", {5, 1, 0}, true},
-		{"left", {-1, 0, 1}, false},          {"too long", {0, 0, 6}, false},        {"behind the end", {6, 0, 0}, false},
-		{"above", {0, -1, 1}, false},         {"below", {0, 3, 1}, false},           {"nothing below", {0, 3, 0}, false},
-		{"sum overflows", {4, 0, MAX}, false}, {"far right", {MAX, 0, MAX}, false},  {"far left", {MIN, 0, MAX}, false},
+		{"whole line", {0, 0, 5}, true},       {"last pixel", {4, 2, 1}, true},     {"nothing at the end", {5, 1, 0}, true},
+		{"left", {-1, 0, 1}, false},           {"too long", {0, 0, 6}, false},      {"behind the end", {6, 0, 0}, false},
+		{"above", {0, -1, 1}, false},          {"below", {0, 3, 1}, false},         {"nothing below", {0, 3, 0}, false},
+		{"sum overflows", {4, 0, MAX}, false}, {"far right", {MAX, 0, MAX}, false}, {"far left", {MIN, 0, MAX}, false},
 		{"negative count", {2, 0, MIN}, true},
 	};
 	const PixelFormat format = GetPixelFormat(ids::PIXELFORMAT_RGB_U8);
@@ -113,7 +114,8 @@ TEST_F(StorageTest, RunsBelowAByte)
 				Array<Byte> read(run.size());
 				EXPECT_OK(reader._getLine({x, 2, count}, PixelBuffer(read.data(), bits), 0));
 				for (Int i = 0; i < count; ++i)
-					ASSERT_EQ(ExtractIndex(read.data(), i * bits, bits), expected[static_cast<std::size_t>(x + i)]) << bits << " bits, read from " << x;
+					ASSERT_EQ(ExtractIndex(read.data(), i * bits, bits), expected[static_cast<std::size_t>(x + i)])
+						<< bits << " bits, read from " << x;
 			}
 		}
 		const Array<Byte> bytes = StoredBytes(*storage);
@@ -218,12 +220,15 @@ TEST_F(StorageTest, NoData)
 	const ImagePixelStorageRef storage = MakeStorage(3, 2, grey, ids::IMAGEPIXELSTORAGECLASS_NODATA);
 	Byte pixel[3] = {};
 	EXPECT_OK(Writer(*storage, grey)._setLine({0, 0, 3}, PixelBuffer(static_cast<const Byte*>(pixel), 8), 0));
-	EXPECT_ERROR(errorids::FUNCTIONNOTIMPLEMENTED, Reader(*storage, grey)._getLine({0, 0, 1}, PixelBuffer(static_cast<Byte*>(pixel), 8), 0));
+	EXPECT_ERROR(errorids::FUNCTIONNOTIMPLEMENTED,
+				 Reader(*storage, grey)._getLine({0, 0, 1}, PixelBuffer(static_cast<Byte*>(pixel), 8), 0));
 	EXPECT_ERROR(errorids::FUNCTIONNOTIMPLEMENTED, storage->GetComponent(0, {0, 0, 1}, pixel, 1));
 	EXPECT_ERROR(errorids::FUNCTIONNOTIMPLEMENTED, storage->SetComponent(0, {0, 0, 1}, pixel, 1));
 	const PixelFormat strange = Must(NewObject<BitFormat>(2));
 	const auto offsets = strange->GetChannelOffsets();
-	EXPECT_FALSE(storage->SetPixelHandler(strange, offsets, {}, {}, SETPIXELHANDLERFLAGS::NONE, {}).IsOk()) << "the conversion is asked for";
+	const ImagePixelStorageRef colours = MakeStorage(1, 1, GetPixelFormat(ids::PIXELFORMAT_RGB_U8), ids::IMAGEPIXELSTORAGECLASS_NODATA);
+	EXPECT_FALSE(colours->SetPixelHandler(strange, offsets, {}, {}, SETPIXELHANDLERFLAGS::NONE, {}).IsOk())
+		<< "the conversion is asked for";
 	EXPECT_TRUE(storage->IsEqual(*MakeStorage(3, 2, grey, ids::IMAGEPIXELSTORAGECLASS_NODATA)));
 	EXPECT_FALSE(storage->IsEqual(*MakeStorage(2, 3, grey, ids::IMAGEPIXELSTORAGECLASS_NODATA)));
 	EXPECT_FALSE(storage->IsEqual(*MakeStorage(3, 2, grey)));
@@ -263,7 +268,7 @@ TEST_F(StorageTest, StoredFormRoundTrips)
 	}
 }
 
-/// Stores what a normal storage stores, with members that do not fit.
+/// Stores what a normal storage stores; the members need not fit.
 Array<Byte> StoreMembers(Int width, Int height, Int bytesPerLine, Array<BITS> offsets, Id format, Array<Byte> data)
 {
 	DataSerializeWriter writer;
@@ -278,6 +283,38 @@ Array<Byte> StoreMembers(Int width, Int height, Int bytesPerLine, Array<BITS> of
 	EXPECT_OK(writer.DescribeElement("_pixelFormatId", format));
 	EXPECT_OK(writer.DescribeElement("_data", data));
 	return Array<Byte>(writer.GetBytes().begin(), writer.GetBytes().end());
+}
+
+// Dynamic formats share one class. A format that no module has made yet is made from the channels in its id.
+TEST_F(StorageTest, StoredDynamicFormats)
+{
+	const auto roundTrip = [](const Array<Byte>& bytes)
+	{
+		const ImagePixelStorageRef read = Make<ImagePixelStorageInterface>(ids::IMAGEPIXELSTORAGECLASS_NORMAL);
+		DataSerializeReader reader(bytes);
+		EXPECT_OK(read->DescribeIO(reader));
+		return read->GetPixelFormat();
+	};
+	const ImageChannel channels[] = {GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>()),
+									 GetImageChannel(CHANNELTYPE::DEPTH, GetDataType<Float32>())};
+	const PixelFormat format = Must(FindOrCreatePixelFormat(channels));
+	DataSerializeWriter writer;
+	EXPECT_OK(MakeStorage(2, 1, format)->DescribeIO(writer));
+	EXPECT_EQ(roundTrip(Array<Byte>(writer.GetBytes().begin(), writer.GetBytes().end())), format);
+
+	const PixelFormat made =
+		roundTrip(StoreMembers(1, 1, 3, {0, 8, 24}, "net.torvi.image.pixelformat.{uchar#Green,uint16#Depth}", {1, 2, 3}));
+	ASSERT_TRUE(made);
+	EXPECT_EQ(made->GetChannels()[1], GetImageChannel(CHANNELTYPE::DEPTH, GetDataType<UInt16>()));
+
+	for (const Id id : {Id("net.torvi.image.pixelformat.{uchar#Green,uint16#Nothing}"), Id("net.torvi.image.pixelformat.{}"),
+						Id("net.torvi.image.pixelformat.{uchar#Green,}"), Id("net.torvi.image.pixelformat.{"), Id("")})
+	{
+		const ImagePixelStorageRef read = Make<ImagePixelStorageInterface>(ids::IMAGEPIXELSTORAGECLASS_NORMAL);
+		const Array<Byte> bytes = StoreMembers(1, 1, 3, {0, 8, 24}, id, {1, 2, 3});
+		DataSerializeReader reader(bytes);
+		EXPECT_ERROR(errorids::ILLEGALSTATE, read->DescribeIO(reader));
+	}
 }
 
 TEST_F(StorageTest, BadStoredFormsAreErrors)

@@ -198,16 +198,20 @@ TEST_F(Lookup, IntermediateRouteWorksInChunks)
 
 TEST_F(Lookup, PlanesOfPackedFormatsAreRead)
 {
-	// A packed format looks at no offsets; a fixed partner in planes is served all the same.
+	// The kernels of packed formats look at no offsets; a fixed partner in planes is served all the same.
 	const PixelFormat rgb = FormatNamed("rgb.u8"), packed = FormatNamed("rgb.u565");
 	const BITS planes[] = {0, 16, 32, 48};
 	Bool isColorConverted = false;
-	const auto function =
-		rgb->GetConvertPixelFunc(packed, packed->GetChannelOffsets(), planes, nullptr, nullptr, false, isColorConverted).TakeValue();
+	const auto split = rgb->GetConvertPixelFunc(packed, packed->GetChannelOffsets(), planes, nullptr, nullptr, false, isColorConverted);
+	const auto join = packed->GetConvertPixelFunc(rgb, planes, packed->GetChannelOffsets(), nullptr, nullptr, false, isColorConverted);
+	ASSERT_TRUE(split.IsOk() && join.IsOk());
 	const UInt16 source[] = {0xF800, 0x07FF};
-	Byte destination[6] = {};
-	ASSERT_TRUE(function(PixelBuffer(destination, 8), 2, PixelBuffer(reinterpret_cast<const Byte*>(source), 16), 0).IsOk());
-	EXPECT_EQ(std::vector<Byte>(destination, destination + 6), (std::vector<Byte>{248, 0, 0, 252, 0, 248}));
+	Byte channels[6] = {};
+	ASSERT_TRUE(split.GetValue()(PixelBuffer(channels, 8), 2, PixelBuffer(reinterpret_cast<const Byte*>(source), 16), 0).IsOk());
+	EXPECT_EQ(std::vector<Byte>(channels, channels + 6), (std::vector<Byte>{248, 0, 0, 252, 0, 248}));
+	Byte joined[4] = {};
+	ASSERT_TRUE(join.GetValue()(PixelBuffer(joined, 16), 2, PixelBuffer(channels, 8), 0).IsOk());
+	EXPECT_EQ(0, std::memcmp(joined, source, 4));
 }
 
 TEST_F(Lookup, StageOfColours)
