@@ -5,7 +5,7 @@
 
 #include "host/datatype.h"
 #include "host/delegate.h"
-#include "host/halffloat.h"
+#include "host/halffloat_datatype.h"
 #include "host/registry.h"
 #include "torvi/gfx_image_colorprofile.h"
 
@@ -21,12 +21,6 @@ using ImageChannel = Ref<ImageChannelInterface>;
 using ImageChannelType = Ref<ImageChannelTypeInterface>;
 using PixelFormatGroup = Ref<PixelFormatGroupInterface>;
 using PixelFormat = Ref<PixelFormatInterface>;
-
-/// Half floats print as the float32 of the same value.
-inline String ValueToString(HalfFloat value, std::string_view format = {})
-{
-	return NumberToString(static_cast<Float32>(value), format);
-}
 
 /// What a channel's number means. The values and their texts are persistent.
 enum class CHANNELTYPE : UInt32
@@ -304,4 +298,3 @@ inline Result<PixelFormat> FindOrCreatePixelFormat(Block<const ImageChannel> cha
 } // namespace torvi
 
 TORVI_DATATYPE(torvi::PixelFormat, "net.torvi.image.interface.pixelformat")
-TORVI_DATATYPE(torvi::HalfFloat, "float16")
