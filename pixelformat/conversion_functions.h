@@ -42,6 +42,6 @@ ConvertPixelFunc CopyFunction(Int bytesPerPixel);
 Result<ConvertPixelFunc> ComposeFunctions(const ConvertPixelFunc& toIntermediate, const ConvertPixelFunc& fromIntermediate,
                                           BITS intermediateBits);
 
-constexpr BITS INTERMEDIATE_MAXIMUM_BITS = 4 * 16;
+constexpr BITS INTERMEDIATE_MAXIMUM_BITS = 4 * 64; // the widest fixed format
 
 } // namespace torvi

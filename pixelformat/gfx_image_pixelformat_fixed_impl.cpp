@@ -138,12 +138,6 @@ std::optional<FixedFormat> FixedFormatOf(const PixelFormat& format)
 	return fixed != nullptr ? std::optional(fixed->GetFormat()) : std::nullopt;
 }
 
-std::optional<FixedFormat> FixedFormatInDefaultLayout(const PixelFormat& format, const ChannelOffsets& offsets)
-{
-	const std::optional<FixedFormat> fixed = FixedFormatOf(format);
-	return fixed && IsDefaultLayout(*fixed, offsets) ? fixed : std::nullopt;
-}
-
 Result<void> RegisterFixedFormats(Module& module)
 {
 	for (std::size_t i = 0; i < FIXED_FORMATS.size(); ++i)

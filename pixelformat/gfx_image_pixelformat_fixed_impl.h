@@ -13,9 +13,6 @@ namespace torvi
 /// Which fixed format this is; empty for all others.
 std::optional<FixedFormat> FixedFormatOf(const PixelFormat& format);
 
-/// The same, only if the channels lie where the packed layout has them.
-std::optional<FixedFormat> FixedFormatInDefaultLayout(const PixelFormat& format, const ChannelOffsets& offsets);
-
 Result<void> RegisterFixedFormats(Module& module);
 
 } // namespace torvi

@@ -18,8 +18,8 @@ struct SpecialFormatInfo
 	std::array<BITS, 3> _offsets; ///< one more than channels
 };
 
-/// A family adds its kernels. A fixed format whose channels lie elsewhere than packed has no direct conversion: its pixels go through the
-/// lookup's further routes, which read the offsets.
+/// A family adds its kernels, which know fixed formats in their packed layout only. Where the channels lie elsewhere, they are moved by way
+/// of a buffer of some pixels.
 class PixelFormatSpecialImpl : public PixelFormatBaseImpl
 {
 public:

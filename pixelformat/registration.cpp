@@ -20,7 +20,6 @@ namespace
 
 Result<void> RegisterDataTypes(Module& module)
 {
-	TORVI_TRY(module.AddDataType<HalfFloat>());
 	return module.AddDataType<PixelFormat>();
 }
 

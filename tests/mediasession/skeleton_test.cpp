@@ -255,9 +255,9 @@ ImageTextureRef MakeGreyTexture(Int width, Int height, Int alphaWidth)
 
 Result<Array<Byte>> SaveTestFile(const ImageTextureRef& texture)
 {
-	const Ref<IoMemory> memory = TORVI_MUST(NewObject<IoMemory>());
-	TORVI_TRY(SaveFile(texture, TEST_FORMAT._exporter, TORVI_MUST(memory->GetUrl())));
-	return Array<Byte>(memory->GetBytes().begin(), memory->GetBytes().end());
+	const Ref<IoMemory> memory = TORVI_TRY(NewObject<IoMemory>());
+	TORVI_TRY(SaveFile(texture, TEST_FORMAT._exporter, TORVI_TRY(memory->GetUrl())));
+	return NoThrow([&]() -> Result<Array<Byte>> { return Array<Byte>(memory->GetBytes().begin(), memory->GetBytes().end()); });
 }
 
 TEST_F(SkeletonTest, ExporterChecksTheSizeBeforeItOpensTheFile)
@@ -359,10 +359,9 @@ TEST_F(SkeletonTest, RunningOutOfMemoryIsAnError)
 	const Array<Byte> file = MakeTestFile();
 	const auto check = [](const auto& result, Bool hasFailed)
 	{
-		if (hasFailed)
-			EXPECT_EQ(result.GetError().GetInnermostCause().GetId(), errorids::OUTOFMEMORY) << TextOf(result.GetError());
-		else
-			EXPECT_TRUE(result.IsOk()) << TextOf(result.GetError());
+		// What only speeds things up, as caches do, may fail unseen.
+		const bool isMemory = hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
+		EXPECT_TRUE(isMemory || result.IsOk()) << TextOf(result.GetError());
 	};
 	const Url url = MakeMemoryUrl(file);
 	const Int loads = ForEachAllocationFailure([&]() { return LoadFile(url); }, check);

@@ -2,8 +2,7 @@
 #include "tests/mediasession/test_format_fixture.h"
 
 #include "color/registration.h"
-#include "host/description.h"
-#include "host/fileformat.h"
+#include "host/registration.h"
 #include "image/registration.h"
 #include "mediasession/image_format.h"
 #include "mediasession/registration.h"
@@ -24,7 +23,6 @@ MediaModule::~MediaModule()
 {
 	_module.RunEnd();
 	_services.Clear();
-	DataDescriptionDatabase::Clear();
 	g_torvi = nullptr;
 }
 
@@ -32,9 +30,7 @@ Result<void> MediaModule::Start(RegisterFormats registerFormats)
 {
 	TORVI_TRY(_services.Init());
 	g_torvi = &_services;
-	TORVI_TRY(RegisterVectorTypes(_module));
-	TORVI_TRY(RegisterDrawTypes(_module));
-	TORVI_TRY(RegisterFileFormatBase(_module));
+	TORVI_TRY(RegisterHost(_module));
 	TORVI_TRY(RegisterPixelFormats(_module));
 	TORVI_TRY(RegisterColor(_module));
 	TORVI_TRY(RegisterImages(_module));
@@ -68,7 +64,7 @@ Result<void> ReadLines(const ImageBaseRef& image, const Id& format, std::size_t 
 	const PixelFormat pixelFormat = GetPixelFormat(format);
 	TORVI_CHECK(pixelFormat, NullptrError());
 	const GetPixelHandlerStruct reader = TORVI_TRY(
-		image->GetPixelHandler(pixelFormat, pixelFormat->GetChannelOffsets(), ColorProfile(), GETPIXELHANDLERFLAGS::NONE, nullptr));
+		image->GetPixelHandler(pixelFormat, pixelFormat->GetChannelOffsets(), ColorProfile(), GETPIXELHANDLERFLAGS::NOMASKS, nullptr));
 	for (Int y = 0; y < pixels._height; ++y)
 	{
 		Byte* line = pixels._bytes.data() + static_cast<std::size_t>(y * pixels._width * 4) + offset;

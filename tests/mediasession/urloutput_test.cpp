@@ -68,8 +68,7 @@ TEST_F(UrlOutput, TheBaseTakesAnyTargetAndEditsNothing)
 
 TEST_F(UrlOutput, SettingsComeFromTheDictionaryThenTheDescriptionThenTheFallback)
 {
-	const std::string_view json = R"({"net.torvi.test.export": {"net.torvi.mediasession.export.quality": {
-		"net.torvi.description.data.base.defaultvalue": 0.75}}})";
+	const std::string_view json = R"({"net.torvi.test.export": {"net.torvi.mediasession.export.quality": {"type": "float64", "default": 0.75}}})";
 	const auto file = TORVI_MUST(NewObject<IoMemory>(Array<Byte>(json.begin(), json.end())));
 	TORVI_MUST(DataDescriptionDatabase::RegisterDatabaseWithUrl("net.torvi.test.module", TORVI_MUST(file->GetUrl())));
 	const Id description = "net.torvi.test.export";

@@ -1,6 +1,6 @@
 // Channel steps, plans of dynamic formats and indexed pixels against the reference.
 #include "pixelformat/kernel_dynamic.h"
-#include "pixelformat/kernel_harness.h"
+#include "tests/pixelformat/kernel_harness.h"
 #include "pixelformat/kernel_indexed.h"
 #include "pixelformat/kernel_table.h"
 

@@ -1,5 +1,5 @@
 // Guarded runs, awkward values and their comparison.
-#include "pixelformat/kernel_harness.h"
+#include "tests/pixelformat/kernel_harness.h"
 
 #include <algorithm>
 #include <cmath>

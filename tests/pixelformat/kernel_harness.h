@@ -2,7 +2,7 @@
 #pragma once
 
 #include "pixelformat/kernel_run.h"
-#include "pixelformat/reference.h"
+#include "tests/pixelformat/reference.h"
 
 #include <functional>
 #include <random>

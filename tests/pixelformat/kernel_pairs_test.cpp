@@ -1,6 +1,6 @@
 // Every pair of fixed formats against the reference: both forms, many counts, strides, layouts and alignments.
 #include "pixelformat/kernel_copy.h"
-#include "pixelformat/kernel_harness.h"
+#include "tests/pixelformat/kernel_harness.h"
 #include "pixelformat/kernel_table.h"
 
 #include <gtest/gtest.h>

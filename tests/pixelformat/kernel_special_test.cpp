@@ -1,5 +1,5 @@
 // Packed, RGBE and YUV formats: literal values, and whole runs against the reference.
-#include "pixelformat/kernel_harness.h"
+#include "tests/pixelformat/kernel_harness.h"
 #include "pixelformat/kernel_packed16.h"
 #include "pixelformat/kernel_rgbe.h"
 #include "pixelformat/kernel_yuv.h"

@@ -1,6 +1,6 @@
 // The arithmetic of single values, by literal numbers: both the reference and the kernels' own are held to them.
 #include "pixelformat/kernel_values.h"
-#include "pixelformat/reference.h"
+#include "tests/pixelformat/reference.h"
 
 #include <gtest/gtest.h>
 

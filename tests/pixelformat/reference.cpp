@@ -1,5 +1,5 @@
 // The rules of pixel conversion, one plain function each.
-#include "pixelformat/reference.h"
+#include "tests/pixelformat/reference.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,0 +1,412 @@
+// Reading and writing of BMP files.
+#include "media_io/media_io_bmp.h"
+#include "media_io/registration.h"
+#include "tests/media_io/sample_files.h"
+#include "tests/support/allocation_failure.h"
+#include "tests/support/failing_url.h"
+#include "torvi/gfx_image.h"
+#include "torvi/ids_formats.h"
+#include "torvi/ids_keys.h"
+
+#include <cstdlib>
+#include <fstream>
+
+namespace torvi::test
+{
+
+namespace
+{
+
+using BmpTest = MediaTest<&RegisterMediaFormats>;
+using SlowBmpTest = MediaTest<&RegisterMediaFormats>;
+using DataBmpTest = MediaTest<&RegisterMediaFormats>;
+
+std::vector<Byte> GetGoodFile(const std::string& name)
+{
+	return ReadWholeFile(std::filesystem::path(TORVI_TEST_DATA) / "bmp" / "good" / name);
+}
+
+void PutUInt32(std::vector<Byte>& bytes, std::size_t offset, UInt32 value)
+{
+	for (std::size_t i = 0; i < 4; ++i)
+		bytes.at(offset + i) = static_cast<Byte>(value >> (8 * i));
+}
+
+UInt32 GetUInt32(Block<const Byte> bytes, std::size_t offset)
+{
+	return ByteReader(bytes.subspan(offset)).ReadUInt32().GetValue();
+}
+
+/// The first published picture of a file, by the importer itself, without detection.
+Result<MediaStreamFormat> DescribePicture(Block<const Byte> bytes)
+{
+	const auto importer = TORVI_TRY(CreateObject<UrlImporterInterface>(ids::CLASS_BMPIMPORT));
+	importer->SetUrl(MakeMemoryUrl(bytes));
+	TORVI_TRY(importer->Analyze({}, TimeValue(), MEDIASESSIONFLAGS::NONE));
+	const MediaStreamRef stream = TORVI_TRY(importer->GetOutputStreams(false)).at(0);
+	return stream->GetFormat(stream->GetSelectedFormat());
+}
+
+TEST_F(BmpTest, SampleFiles)
+{
+	CheckSampleFiles("bmp");
+}
+
+TEST_F(BmpTest, DamagedFiles)
+{
+	CheckCutAndFlippedFiles("bmp", 512, 70, 8);
+}
+
+TEST_F(SlowBmpTest, DamagedFilesThroughout)
+{
+	CheckCutAndFlippedFiles("bmp", 2048, 2048, 1);
+}
+
+TEST_F(DataBmpTest, RealFiles)
+{
+	static constexpr KnownDifference DIFFERENCES[] = {
+		{"bmp/mdx__pal8os2v2-16.bmp", "net.torvi.error.illegalargument", "headers of OS/2 2 are not detected"},
+		{"bmp/image__rgb24rle24.bmp", "net.torvi.error.illegalargument", "headers of OS/2 2 are not detected"},
+		{"bmp/mdx__rgb24png.bmp", "net.torvi.image.error.mediasessionwrongtype: unsupported bmp compression (5).", "no other format inside"},
+		{"bmp/image__V3_R5_G6_B5_Top_Down.bmp", "3e26397128d145206ec3e4a7159fe65392164a0a7d5cb2753e200c917381916b",
+		 "fields of 5 and 6 bits go to the top of the byte, the low bits stay 0"},
+		{"bmp/image__V4_R5_G6_B5.bmp", "0fcb779444d87406dab0ef516c36a94af05803dae64b9156f6b6dfc55ddc580e", "the same"},
+		{"bmp/mdx__rgba32.bmp", "71ff34dcb94a17b8a7b939e98c897776799cbf55ae74d724387fbd4f32fa584c",
+		 "transparent pixels keep the colours of the file; the reference picture has black there"},
+		{"bmp/bad/image__rle_overflow.bmp", "net.torvi.image.error.mediasessionwrongtype: Illegal RLE compression (cropped data).",
+		 "a row that runs over takes the rest of its pair with it"},
+		{"bmp/bad/image__V5_A8_R8_G8_B8_Rgb_BadMask.bmp", "", "masks count under compression 3 only"},
+		{"bmp/bad/mdx__pal8badindex.bmp", "", "an index behind the palette is white with alpha 0"},
+		{"bmp/bad/image__Bad_clrsUsed.bmp", "net.torvi.image.error.mediasessionwrongtype: Illegal Color table size: 4278190086.",
+		 "the count is taken as it is"},
+		{"bmp/bad/oiio__decodecolormap-corrupt.bmp", "net.torvi.image.error.mediasessionwrongtype: Illegal Color table size: 2147483664.",
+		 "the count is taken as it is"},
+	};
+	CheckCorpus("bmp", DIFFERENCES, 37);
+}
+
+TEST_F(BmpTest, DetectsByContent)
+{
+	struct Case
+	{
+		const char* _name;
+		UInt32 _headerSize;
+		std::size_t _length;
+		bool _isBmp;
+	};
+	const Case cases[] = {
+		{"12 bytes", 12, 20, true},   {"40 bytes", 40, 20, true},   {"52 bytes", 52, 20, false},       {"56 bytes", 56, 20, true},
+		{"64 bytes", 64, 20, false},  {"108 bytes", 108, 20, true}, {"124 bytes", 124, 20, true},      {"a short file", 40, 19, false},
+		{"16 bytes", 16, 20, false},  {"125 bytes", 125, 20, false}, {"an empty file", 40, 0, false},
+	};
+	const auto format = FindDeclared<FileFormatInterface>(ids::FILEFORMAT_BMP);
+	ASSERT_TRUE(format);
+	for (const Case& test : cases)
+	{
+		std::vector<Byte> bytes(20);
+		bytes[0] = 'B';
+		bytes[1] = 'M';
+		PutUInt32(bytes, 14, test._headerSize);
+		bytes.resize(test._length);
+		const Url url = MakeMemoryUrl(bytes);
+		const Result<Bool> detected = format->Detect(url, TORVI_MUST(url.OpenInputStream()));
+		ASSERT_TRUE(detected.IsOk()) << test._name;
+		EXPECT_EQ(detected.GetValue(), test._isBmp) << test._name;
+	}
+	const std::vector<Byte> bytes = GetGoodFile("rgb24.bmp");
+	const Url failing = MakeFailingUrl(bytes, {._readErrorAt = 10});
+	EXPECT_EQ(TextOf(format->Detect(failing, TORVI_MUST(failing.OpenInputStream())).GetError()), "net.torvi.error.io: The read failed.");
+	EXPECT_EQ(format->Get<Array<String>>(ids::FILEFORMAT_COMMONSUFFIXES).GetValue(), Array<String>{MakeString("bmp")});
+}
+
+/// Sizes between the known layouts have the fields of the next smaller one; what follows them is skipped only between 56 and 107 bytes and above 124.
+TEST_F(BmpTest, ReadsHeadersOfAnySize)
+{
+	struct Case
+	{
+		UInt32 _headerSize;
+		const char* _generation;
+		UInt32 _pixelStart; ///< of a file without a pixel offset
+	};
+	const Case cases[] = {{40, "V3", 40}, {41, "V3", 40}, {55, "V3", 40}, {64, "V3", 64}, {107, "V3", 107}, {110, "V4", 108}, {123, "V4", 108}, {124, "V5", 124}, {130, "V5", 130}};
+	const std::vector<Byte> source = GetGoodFile("rgb24.bmp");
+	for (const Case& test : cases)
+	{
+		std::vector<Byte> bytes(source.begin(), source.begin() + 54);
+		bytes.resize(14 + test._pixelStart);
+		bytes.insert(bytes.end(), source.begin() + 54, source.end());
+		PutUInt32(bytes, 10, 0);
+		PutUInt32(bytes, 14, test._headerSize);
+		const Result<MediaStreamFormat> format = DescribePicture(bytes);
+		ASSERT_TRUE(format.IsOk()) << test._headerSize << ": " << TextOf(format.GetError());
+		const auto settings = format.GetValue()->Get<DataDictionary>(ids::MEDIAFORMAT_EXPORTSETTINGS).GetValue();
+		EXPECT_EQ(settings.Get<Id>(ids::BMPEXPORT_BITMAPINFOHEADER).GetValue().GetText(), test._generation) << test._headerSize;
+	}
+	for (const UInt32 size : {13u, 39u, 0u})
+	{
+		std::vector<Byte> bytes = source;
+		PutUInt32(bytes, 14, size);
+		EXPECT_EQ(TextOf(DescribePicture(bytes).GetError()), "net.torvi.image.error.mediasessionwrongtype: Invalid image bit count: 0.");
+	}
+	EXPECT_FALSE(DescribePicture(GetGoodFile("core-rgb24.bmp")).GetValue()->Get<DataDictionary>(ids::MEDIAFORMAT_EXPORTSETTINGS).IsOk());
+}
+
+TEST_F(BmpTest, PublishesResolution)
+{
+	struct Case
+	{
+		Int32 _horizontal;
+		Int32 _vertical;
+		Float64 _dpi;    ///< 0: none
+		Float64 _aspect; ///< 0: none
+	};
+	const Case cases[] = {
+		{2834, 2834, 2834 * 300.0 / 11808.0, 0}, {0, 0, 0, 0},      {0, 100, 0, 0},    {-1000, 1000, 1000 * 300.0 / 11808.0, 1.0},
+		{1000, 9999, 1000 * 300.0 / 11808.0, 9.999}, {1000, 10000, 1000 * 300.0 / 11808.0, 0}, {39, 39, 0, 0}, {40, 20, 40 * 300.0 / 11808.0, 0.5},
+		{INT32_MIN, 7, 0, 0},
+	};
+	for (const Case& test : cases)
+	{
+		std::vector<Byte> bytes = GetGoodFile("rgb24.bmp");
+		PutUInt32(bytes, 38, static_cast<UInt32>(test._horizontal));
+		PutUInt32(bytes, 42, static_cast<UInt32>(test._vertical));
+		const MediaStreamFormat format = DescribePicture(bytes).GetValue();
+		EXPECT_EQ(format->GetOr<Float64>(ids::MEDIAFORMAT_DPI, 0), test._dpi) << test._horizontal;
+		EXPECT_EQ(format->GetOr<Float64>(ids::MEDIAFORMAT_ASPECTRATIO, 0), test._aspect) << test._horizontal << ", " << test._vertical;
+	}
+}
+
+TEST_F(BmpTest, FormatsAreTheRegisteredOnes)
+{
+	struct Case
+	{
+		const char* _file;
+		Id _format;
+		bool _hasAlpha;
+	};
+	const Case cases[] = {
+		{"rgb32.bmp", ids::PIXELFORMAT_BGR_U8, true},        {"rgb32-masks.bmp", ids::PIXELFORMAT_BGR_U8, false},
+		{"rgba32-h56.bmp", ids::PIXELFORMAT_BGR_U8, true},   {"xbgr32.bmp", ids::PIXELFORMAT_BGR_U8, false},
+		{"rgb1555-h56.bmp", ids::PIXELFORMAT_ARGB_U1555, false}, {"pal4.bmp", ids::PIXELFORMAT_INDEXED_U4BIT, false},
+	};
+	for (const Case& test : cases)
+	{
+		const std::vector<Byte> bytes = GetGoodFile(test._file);
+		const PixelFormat format = DescribePicture(bytes).GetValue()->Get<PixelFormat>(ids::MEDIAFORMAT_PIXELFORMAT).GetValue();
+		EXPECT_EQ(format, GetPixelFormat(test._format)) << test._file;
+		const ImageTextureRef texture = LoadFile(MakeMemoryUrl(bytes)).TakeValue();
+		EXPECT_EQ(!GetImageChildren(*GetPicture(texture, 0), IMAGEHIERARCHY::ALPHA).empty(), test._hasAlpha) << test._file;
+	}
+}
+
+TEST_F(BmpTest, EmptyPicturesLoad)
+{
+	for (const std::size_t field : {18u, 22u})
+	{
+		std::vector<Byte> bytes = GetGoodFile("rgb24.bmp");
+		PutUInt32(bytes, field, 0);
+		bytes.resize(54);
+		const Result<ImageTextureRef> texture = LoadFile(MakeMemoryUrl(bytes));
+		EXPECT_TRUE(texture.IsOk()) << TextOf(texture.GetError());
+	}
+}
+
+TEST_F(BmpTest, ReadsFilesThatCannotSeekAndHandsOnEveryReadError)
+{
+	for (const char* name : {"pal4.bmp", "rgb24.bmp", "rle8.bmp", "rgba32-h124.bmp", "gap-before-pixels.bmp"})
+	{
+		const std::vector<Byte> bytes = GetGoodFile(name);
+		const Result<PixelArray> plain = LoadPixels(MakeMemoryUrl(bytes));
+		const Result<PixelArray> piped = LoadPixels(MakeFailingUrl(bytes, {._canSeek = false}));
+		ASSERT_TRUE(piped.IsOk()) << name << ": " << TextOf(piped.GetError());
+		EXPECT_EQ(plain.GetValue(), piped.GetValue()) << name;
+		for (Int end = 0; end < CountOf(bytes); ++end)
+		{
+			const Result<PixelArray> failed = LoadPixels(MakeFailingUrl(bytes, {._readErrorAt = end}));
+			const bool isGap = std::string(name) == "gap-before-pixels.bmp" && failed.IsOk(); // bytes that nobody reads
+			EXPECT_TRUE(isGap || !failed.IsOk()) << name << " at byte " << end;
+		}
+	}
+}
+
+struct SavedFile
+{
+	std::vector<Byte> _bytes;
+	Result<void> _result = OK;
+};
+
+SavedFile SaveBmp(const ImageTextureRef& texture, const DataDictionary& settings = {})
+{
+	const Ref<IoMemory> memory = TORVI_MUST(NewObject<IoMemory>());
+	if (!settings.IsEmpty())
+		TORVI_MUST(texture->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, settings));
+	SavedFile file;
+	file._result = SaveFile(texture, ids::CLASS_BMPEXPORT, TORVI_MUST(memory->GetUrl()));
+	file._bytes.assign(memory->GetBytes().begin(), memory->GetBytes().end());
+	return file;
+}
+
+DataDictionary MakeSettings(const Id& generation)
+{
+	DataDictionary settings;
+	TORVI_MUST(settings.Set<Id>(ids::BMPEXPORT_BITMAPINFOHEADER, generation));
+	return settings;
+}
+
+constexpr Int WIDTH = 5;
+constexpr Int HEIGHT = 3;
+
+std::vector<Byte> MakeRgba()
+{
+	std::vector<Byte> pixels;
+	for (Int i = 0; i < WIDTH * HEIGHT * 4; ++i)
+		pixels.push_back(static_cast<Byte>(i * 37 + 5));
+	return pixels;
+}
+
+TEST_F(BmpTest, WritesEachGeneration)
+{
+	struct Case
+	{
+		Id _generation;
+		UInt32 _headerSize;
+		bool _keepsAlpha;
+		UInt32 _colorSpace;
+	};
+	const Case cases[] = {{"V3", 40, false, 0}, {"V4", 108, true, 0x73524742}, {"V5", 124, true, 0x4D424544}};
+	for (const Case& test : cases)
+	{
+		const std::vector<Byte> pixels = MakeRgba();
+		const ImageTextureRef texture = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_RGBA_U8, WIDTH, HEIGHT, pixels));
+		const SavedFile file = SaveBmp(texture, MakeSettings(test._generation));
+		ASSERT_TRUE(file._result.IsOk()) << TextOf(file._result.GetError());
+		const Block<const Byte> bytes = file._bytes;
+		const UInt32 profileSize = test._headerSize == 124 ? GetUInt32(bytes, 14 + 116) : 0;
+		const UInt32 imageSize = test._keepsAlpha ? 20 * 3 : 16 * 3;
+		EXPECT_EQ(GetUInt32(bytes, 2), bytes.size());
+		EXPECT_EQ(GetUInt32(bytes, 10), 14 + test._headerSize + profileSize);
+		EXPECT_EQ(bytes.size(), 14 + test._headerSize + profileSize + imageSize);
+		const UInt32 fields[] = {test._headerSize, WIDTH, HEIGHT, test._keepsAlpha ? 0x200001u : 0x180001u, test._keepsAlpha ? 3u : 0u, imageSize, 2834, 2834, 0, 0};
+		for (std::size_t i = 0; i < std::size(fields); ++i)
+			EXPECT_EQ(GetUInt32(bytes, 14 + i * 4), fields[i]) << test._headerSize << ", field " << i;
+		if (test._headerSize > 40)
+		{
+			EXPECT_EQ(GetUInt32(bytes, 14 + 40), 0xFF0000u);
+			EXPECT_EQ(GetUInt32(bytes, 14 + 52), 0xFF000000u);
+			EXPECT_EQ(GetUInt32(bytes, 14 + 56), test._colorSpace);
+		}
+		if (test._headerSize == 124)
+		{
+			EXPECT_GT(profileSize, 100u) << "sRGB is embedded too";
+			EXPECT_EQ(GetUInt32(bytes, 14 + 108), 4u);
+			EXPECT_EQ(GetUInt32(bytes, 14 + 112), 124u);
+		}
+		std::vector<Byte> wanted = pixels;
+		for (std::size_t i = 3; i < wanted.size() && !test._keepsAlpha; i += 4)
+			wanted[i] = 255;
+		const Result<PixelArray> read = LoadPixels(MakeMemoryUrl(file._bytes));
+		ASSERT_TRUE(read.IsOk()) << TextOf(read.GetError());
+		EXPECT_EQ(read.GetValue()._bytes, wanted) << test._headerSize;
+	}
+}
+
+TEST_F(BmpTest, AlphaStreamsGoIntoTheFourthByte)
+{
+	const std::vector<Byte> source = GetGoodFile("rgba32-alpha-inside.bmp");
+	const ImageTextureRef texture = TORVI_MUST(LoadFile(MakeMemoryUrl(source)));
+	const SavedFile file = SaveBmp(texture, MakeSettings("V4"));
+	ASSERT_TRUE(file._result.IsOk()) << TextOf(file._result.GetError());
+	EXPECT_EQ(LoadPixels(MakeMemoryUrl(file._bytes)).GetValue(), LoadPixels(MakeMemoryUrl(source)).GetValue());
+}
+
+TEST_F(BmpTest, DefaultsAndWrongSettings)
+{
+	const ImageTextureRef texture = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_RGB_U8, WIDTH, HEIGHT, MakeRgba()));
+	EXPECT_EQ(GetUInt32(SaveBmp(texture)._bytes, 14), 108u) << "V4 without settings";
+	const SavedFile wrong = SaveBmp(texture, MakeSettings("V6"));
+	EXPECT_EQ(TextOf(wrong._result.GetError()), "net.torvi.error.illegalargument: Invalid header type: V6.");
+	EXPECT_TRUE(wrong._bytes.empty());
+	const ImageTextureRef empty = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_RGB_U8, 0, 3, {}));
+	EXPECT_EQ(TextOf(SaveBmp(empty, MakeSettings("V6"))._result.GetError()), "net.torvi.error.illegalargument: Invalid header type: V6.");
+	EXPECT_EQ(TextOf(SaveBmp(empty, MakeSettings("V3"))._result.GetError()), "net.torvi.error.illegalargument: resolution must not be 0.");
+	const ImageTextureRef wide = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_GREY_U8, 32001, 1, {}));
+	EXPECT_EQ(TextOf(SaveBmp(wide)._result.GetError()), "net.torvi.error.illegalargument: Maximum resolution exceeded.");
+	EXPECT_TRUE(TORVI_MUST(CreateObject<MediaOutputUrlInterface>(ids::CLASS_BMPEXPORT))->Get<Bool>(ids::MEDIAOUTPUT_EMBED_COLORPROFILE).GetValue());
+}
+
+TEST_F(BmpTest, ResolutionAndProfileSurviveARoundTrip)
+{
+	const ImageTextureRef texture = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_RGB_U8, WIDTH, HEIGHT, MakeRgba()));
+	const ImageBaseRef image = GetPicture(texture, 0);
+	const ColorProfile linear = GetBuiltInColorProfile(ids::COLORPROFILE_LINEARRGB);
+	TORVI_MUST(image->Set<ColorProfile>(ids::IMAGE_COLORPROFILE, linear));
+	TORVI_MUST(image->Set<Float64>(ids::IMAGE_DPI, 300.0));
+	TORVI_MUST(image->Set<Float64>(ids::IMAGE_ASPECTRATIO, 0.5));
+	const SavedFile file = SaveBmp(texture, MakeSettings("V5"));
+	ASSERT_TRUE(file._result.IsOk()) << TextOf(file._result.GetError());
+	EXPECT_EQ(GetUInt32(file._bytes, 38), 11808u);
+	EXPECT_EQ(GetUInt32(file._bytes, 42), 5904u);
+	const Result<MediaStreamFormat> format = DescribePicture(file._bytes);
+	ASSERT_TRUE(format.IsOk()) << TextOf(format.GetError());
+	EXPECT_EQ(format.GetValue()->Get<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE).GetValue(), linear);
+	EXPECT_EQ(format.GetValue()->Get<Float64>(ids::MEDIAFORMAT_DPI).GetValue(), 300.0);
+	EXPECT_EQ(format.GetValue()->Get<Float64>(ids::MEDIAFORMAT_ASPECTRATIO).GetValue(), 0.5);
+
+	TORVI_MUST(image->Set<Float64>(ids::IMAGE_DPI, 1e300));
+	EXPECT_EQ(GetUInt32(SaveBmp(texture, MakeSettings("V3"))._bytes, 38), static_cast<UInt32>(INT32_MAX));
+}
+
+TEST_F(BmpTest, GreyPicturesAreSavedWithAProfileForColours)
+{
+	const std::vector<Byte> grey(WIDTH * HEIGHT, 100);
+	const SavedFile file = SaveBmp(TORVI_MUST(MakeTexture(ids::PIXELFORMAT_GREY_U8, WIDTH, HEIGHT, grey)), MakeSettings("V5"));
+	ASSERT_TRUE(file._result.IsOk()) << TextOf(file._result.GetError());
+	const Result<MediaStreamFormat> format = DescribePicture(file._bytes);
+	ASSERT_TRUE(format.IsOk()) << TextOf(format.GetError());
+	EXPECT_TRUE(format.GetValue()->Get<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE).GetValue().CheckCompatiblePixelFormat(*GetPixelFormat(ids::PIXELFORMAT_BGR_U8)));
+}
+
+/// Another program's view of a file, as rgba.u8; empty if it cannot read it.
+std::vector<Byte> ReadWithOtherProgram(const std::string& program, const std::filesystem::path& file)
+{
+	const std::filesystem::path raw = file.string() + ".rgba";
+	const std::string command = program + " '" + file.string() + "' -depth 8 'rgba:" + raw.string() + "'";
+	return std::system(command.c_str()) == 0 ? ReadWholeFile(raw) : std::vector<Byte>();
+}
+
+TEST_F(BmpTest, AnotherProgramReadsWhatWeWrite)
+{
+	const std::string program = "/usr/bin/convert-im6.q16";
+	if (!std::filesystem::exists(program))
+		GTEST_SKIP() << program << " is not here (Debian package imagemagick).";
+	for (const Id& generation : {BMP_GENERATION_V3, BMP_GENERATION_V4, BMP_GENERATION_V5})
+	{
+		for (const Id& pixelFormat : {ids::PIXELFORMAT_RGBA_U8, ids::PIXELFORMAT_RGBX_U8})
+		{
+			const SavedFile saved = SaveBmp(TORVI_MUST(MakeTexture(pixelFormat, WIDTH, HEIGHT, MakeRgba())), MakeSettings(generation));
+			ASSERT_TRUE(saved._result.IsOk()) << TextOf(saved._result.GetError());
+			const std::filesystem::path file = std::filesystem::path(testing::TempDir()) / (std::string(generation.GetText()) + ".bmp");
+			std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(saved._bytes.data()), CountOf(saved._bytes));
+			const Result<PixelArray> ours = LoadPixels(MakeMemoryUrl(saved._bytes));
+			ASSERT_TRUE(ours.IsOk()) << TextOf(ours.GetError());
+			EXPECT_EQ(ReadWithOtherProgram(program, file), ours.GetValue()._bytes) << generation.GetText() << ", " << pixelFormat.GetText();
+		}
+	}
+}
+
+TEST_F(BmpTest, RunningOutOfMemoryIsAnError)
+{
+	const std::vector<Byte> bytes = GetGoodFile("pal2-alpha.bmp");
+	const Url url = MakeMemoryUrl(bytes);
+	const Int count = ForEachAllocationFailure([&]() { return LoadFile(url); },
+	                                           [](const auto& result, Bool hasFailed)
+	                                           {
+												   const bool isMemory = hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
+												   EXPECT_TRUE(isMemory || result.IsOk()) << TextOf(result.GetError());
+											   });
+	EXPECT_GT(count, 20);
+}
+
+} // namespace
+
+} // namespace torvi::test
