@@ -7,6 +7,12 @@
 namespace torvi
 {
 
+/// As floats: a NaN equals nothing, both zeros are equal.
+constexpr Bool operator==(HalfFloat a, HalfFloat b) noexcept
+{
+	return static_cast<Float32>(a) == static_cast<Float32>(b);
+}
+
 inline String ValueToString(HalfFloat value, std::string_view format = {})
 {
 	return NumberToString(static_cast<Float32>(value), format);

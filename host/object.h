@@ -70,7 +70,7 @@ public:
 	template <class U>
 	bool operator==(const Ref<U>& other) const noexcept
 	{
-		return static_cast<const void*>(_object) == static_cast<const void*>(other.GetPointer());
+		return static_cast<const ObjectInterface*>(_object) == static_cast<const ObjectInterface*>(other.GetPointer());
 	}
 	bool operator==(const Ref& other) const noexcept { return _object == other._object; }
 	bool operator==(std::nullptr_t) const noexcept { return _object == nullptr; }

@@ -5,6 +5,7 @@
 
 #include "host/error.h"
 
+#include <cassert>
 #include <cstdlib>
 #include <new>
 #include <optional>
@@ -56,7 +57,11 @@ public:
 	/// The value; only when IsOk.
 	T& GetValue() & noexcept { return *_value; }
 	const T& GetValue() const& noexcept { return *_value; }
-	T TakeValue() { return std::move(*_value); }
+	T TakeValue()
+	{
+		assert(IsOk());
+		return std::move(*_value);
+	}
 
 	/// The error; no error when IsOk.
 	const Error& GetError() const noexcept { return _error; }
