@@ -26,7 +26,6 @@ public:
 	}
 
 	constexpr UInt16 GetBits() const { return _bits; }
-	friend constexpr Bool operator==(HalfFloat a, HalfFloat b) { return static_cast<Float32>(a) == static_cast<Float32>(b); }
 	explicit constexpr operator Float32() const { return ValueOf(_bits); }
 	explicit constexpr operator Float64() const { return static_cast<Float64>(ValueOf(_bits)); }
 
