@@ -102,7 +102,7 @@ Result<Array<NamedFormat>> FindFixedFormats()
 		for (Registry::Iterator it = TORVI_TRY(g_torvi->GetRegistry(registry))->CreateIterator(); it.HasValue(); it.MoveToNext())
 		{
 			const PixelFormat format = Cast<PixelFormatInterface>(it.GetEntry());
-			if (format && format->GetChannelCount() > 0)
+			if (format && !format->GetChannels().empty())
 				formats.push_back({std::string(it.GetEntryId().GetText().substr(PIXELFORMAT_PREFIX.size())), format});
 		}
 	}
@@ -134,7 +134,7 @@ void AddConversions(const Options& options)
 {
 	for (const FormatPair& pair : PICTURE_PAIRS)
 	{
-		Add(std::string("picture/") + pair._destination + "/" + pair._source, options, 0.2,
+		Add(std::string("picture/") + pair._destination + "/" + pair._source, options, 0.4,
 			[pair, side = options._pictureSide](benchmark::State& state) { return ConvertPicture(state, pair, side); })
 			->UseManualTime();
 	}

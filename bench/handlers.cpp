@@ -20,21 +20,22 @@ struct Lines
 		Lines lines;
 		lines._format = GetPixelFormat(ids::PIXELFORMAT_BGRA_U8);
 		lines._imageFormat = GetPixelFormat(ids::PIXELFORMAT_RGBA_U8);
+		lines._stride = lines._format->GetBitsPerPixel();
+		lines._imageStride = lines._imageFormat->GetBitsPerPixel();
 		lines._image = TORVI_TRY(MakeImage(lines._imageFormat, LINE_LENGTH, HEIGHT));
 		lines._line = TORVI_TRY(MakePixels(lines._format, LINE_LENGTH));
 		lines._imageLines = TORVI_TRY(MakePixels(lines._imageFormat, LINE_LENGTH * HEIGHT));
 		return lines;
 	}
 
-	PixelBuffer GetBuffer() { return PixelBuffer(_line.data(), _format->GetBitsPerPixel()); }
+	PixelBuffer GetBuffer() { return PixelBuffer(_line.data(), _stride); }
 	/// Memory in place of the image's, for the kernel alone.
-	PixelBuffer GetImageBuffer(Int y)
-	{
-		return PixelBuffer(_imageLines.data() + y * _imageFormat->GetBytesPerLine(LINE_LENGTH, 1), _imageFormat->GetBitsPerPixel());
-	}
+	PixelBuffer GetImageBuffer(Int y) { return PixelBuffer(_imageLines.data() + y * LINE_LENGTH * _imageStride / 8, _imageStride); }
 
 	PixelFormat _format;
 	PixelFormat _imageFormat;
+	BITS _stride = 0;
+	BITS _imageStride = 0;
 	ImageRef _image;
 	Array<Byte> _line;
 	Array<Byte> _imageLines;
