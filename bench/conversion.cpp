@@ -11,8 +11,7 @@ namespace torvi::bench
 namespace
 {
 
-constexpr Int RUN_LENGTH = 4096;              // pixels
-constexpr std::size_t COPY_BYTES = 256 << 10; // of a memcpy in cache
+constexpr Int RUN_LENGTH = 4096; // pixels
 
 constexpr Id FIXED_REGISTRIES[] = {
 	ids::REGISTRY_RGB,   ids::REGISTRY_RGBA,  ids::REGISTRY_ARGB,  ids::REGISTRY_RGBX, ids::REGISTRY_XRGB,
@@ -26,12 +25,6 @@ struct NamedFormat
 	PixelFormat _format;
 };
 
-struct FormatPair
-{
-	const char* _destination;
-	const char* _source;
-};
-
 // What loading, saving and showing of pictures does: channels in another order, more or fewer channels, and changes of the data type.
 constexpr FormatPair PICTURE_PAIRS[] = {
 	{"rgba.u8", "rgba.u8"},   {"bgra.u8", "rgba.u8"},   {"rgba.u8", "rgb.u8"},   {"rgb.u8", "rgba.u8"},   {"bgr.u8", "rgb.u8"},
@@ -40,19 +33,6 @@ constexpr FormatPair PICTURE_PAIRS[] = {
 	{"rgba.f32", "rgba.u8"},  {"rgba.u8", "rgba.f32"},  {"rgb.u8", "rgba.f32"},  {"rgb.u16", "rgba.f32"}, {"rgba.f32", "rgba.u32"},
 	{"rgba.u32", "rgba.f32"}, {"argb.f32", "rgba.f32"}, {"rgb.f32", "grey.f32"}, {"grey.f32", "rgb.f32"},
 };
-
-Result<void> CopyInCache(benchmark::State& state)
-{
-	const Array<Byte> source(COPY_BYTES, Byte(1));
-	Array<Byte> destination(COPY_BYTES);
-	for (auto _ : state)
-	{
-		std::memcpy(destination.data(), source.data(), COPY_BYTES);
-		benchmark::ClobberMemory();
-	}
-	state.SetBytesProcessed(state.iterations() * static_cast<Int>(COPY_BYTES) * 2);
-	return OK;
-}
 
 Result<void> ConvertInCache(benchmark::State& state, const PixelFormat& destination, const PixelFormat& source)
 {
@@ -119,7 +99,7 @@ Bool IsSource(const PixelFormat& format)
 void AddPairs(const Options& options, const NamedFormat& destination, const Array<NamedFormat>& formats)
 {
 	const std::string name = "pair/" + destination._name + "/";
-	Add(name + "copy", options, 0.01, &CopyInCache);
+	Add(name + "copy", options, 0.01, [](benchmark::State& state) { return MeasureMemoryCopy(state, CACHED_COPY_BYTES); });
 	for (const NamedFormat& source : formats)
 	{
 		if (IsSource(source._format))

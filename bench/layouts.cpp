@@ -32,12 +32,6 @@ constexpr LayoutPair LAYOUT_PAIRS[] = {
 	{"to-padded", Layout::PADDED, Layout::PACKED},
 };
 
-struct FormatPair
-{
-	const char* _destination;
-	const char* _source;
-};
-
 constexpr FormatPair FORMAT_PAIRS[] = {
 	{"rgba.u8", "rgb.u8"},   {"rgb.u8", "rgba.u8"},   {"bgra.u8", "rgba.u8"}, {"grey.u8", "rgb.u8"},   {"rgb.u16", "rgba.u8"},
 	{"rgba.u8", "rgba.u16"}, {"rgba.u8", "rgba.u32"}, {"rgba.u8", "rgb.f32"}, {"rgba.f32", "rgba.u8"}, {"argb.f32", "rgba.f32"},

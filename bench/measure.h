@@ -26,6 +26,12 @@ void AddLookups(const Options& options);
 void AddHandlers(const Options& options);
 void AddFiles(const Options& options);
 
+/// The size of a memcpy that conversions in the cache are compared with.
+constexpr Int CACHED_COPY_BYTES = 256 << 10;
+
+/// The body of a measurement of memcpy.
+Result<void> MeasureMemoryCopy(benchmark::State& state, Int bytes);
+
 /// Starts the module and looks a conversion up, the first time in this process; the measurement "module/start" reports how long that took.
 Result<void> StartModuleTimed();
 
@@ -88,7 +94,15 @@ auto Repeat(Int count, Function function)
 	};
 }
 
+/// How the ids of all pixel formats begin.
 constexpr std::string_view PIXELFORMAT_PREFIX = "net.torvi.image.pixelformat.";
+
+/// A conversion, by the names that FindFormat takes.
+struct FormatPair
+{
+	const char* _destination;
+	const char* _source;
+};
 
 /// The format of an id's last part such as "rgb.u8"; an error if there is none.
 Result<PixelFormat> FindFormat(const std::string& shortName);

@@ -6,24 +6,24 @@
 namespace torvi::bench
 {
 
+Result<void> MeasureMemoryCopy(benchmark::State& state, Int bytes)
+{
+	const Array<Byte> source(static_cast<std::size_t>(bytes), Byte(1));
+	Array<Byte> destination(source.size());
+	for (auto _ : state)
+	{
+		std::memcpy(destination.data(), source.data(), source.size());
+		benchmark::ClobberMemory();
+	}
+	state.SetBytesProcessed(state.iterations() * bytes * 2); // read plus written
+	return OK;
+}
+
 void AddMemoryCopies(const Options& options)
 {
-	for (const Int bytes : {Int(256) << 10, Int(64) << 20})
-	{
-		const auto body = [bytes](benchmark::State& state) -> Result<void>
-		{
-			const Array<Byte> source(static_cast<std::size_t>(bytes), Byte(1));
-			Array<Byte> destination(source.size());
-			for (auto _ : state)
-			{
-				std::memcpy(destination.data(), source.data(), source.size());
-				benchmark::ClobberMemory();
-			}
-			state.SetBytesProcessed(state.iterations() * bytes * 2); // read plus written
-			return OK;
-		};
-		Add("copy/" + std::to_string(bytes >> 10) + "KiB", options, 0.2, body);
-	}
+	for (const Int bytes : {CACHED_COPY_BYTES, Int(64) << 20})
+		Add("copy/" + std::to_string(bytes >> 10) + "KiB", options, 0.2,
+			[bytes](benchmark::State& state) { return MeasureMemoryCopy(state, bytes); });
 }
 
 } // namespace torvi::bench
