@@ -60,9 +60,13 @@ ColorProfile ExportRun::GetColorProfileWithoutEmbedding() const
 	return GetBuiltInColorProfile(ids::COLORPROFILE_SRGB);
 }
 
+/// Asks for the colours of `profile` in so many words: otherwise pixels of the same colour space would stay as they are.
 Result<GetPixelHandlerStruct> ExportRun::OpenImage(const PixelFormat& format, const ChannelOffsets& channelOffsets, const ColorProfile& profile)
 {
-	return _image._stream->GetPixelStream(_image._properties, format, channelOffsets, profile, GETPIXELHANDLERFLAGS::NONE);
+	const ColorProfile source = GetProperties()->GetOr<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE, {});
+	const Bool canConvert = !source.IsEmpty() || !_pixelFormat->GetDefaultColorProfile().IsEmpty();
+	const auto flags = canConvert ? GETPIXELHANDLERFLAGS::FORCECOLORPROFILECONVERSION : GETPIXELHANDLERFLAGS::NONE;
+	return _image._stream->GetPixelStream(_image._properties, format, channelOffsets, profile, flags);
 }
 
 Result<GetPixelHandlerStruct> ExportRun::OpenAlpha(const PixelFormat& format, const ChannelOffsets& channelOffsets)

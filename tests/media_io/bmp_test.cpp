@@ -1,4 +1,5 @@
 // Reading and writing of BMP files.
+#include "host/description.h"
 #include "media_io/media_io_bmp.h"
 #include "media_io/registration.h"
 #include "tests/media_io/sample_files.h"
@@ -364,6 +365,135 @@ TEST_F(BmpTest, GreyPicturesAreSavedWithAProfileForColours)
 	const Result<MediaStreamFormat> format = DescribePicture(file._bytes);
 	ASSERT_TRUE(format.IsOk()) << TextOf(format.GetError());
 	EXPECT_TRUE(format.GetValue()->Get<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE).GetValue().CheckCompatiblePixelFormat(*GetPixelFormat(ids::PIXELFORMAT_BGR_U8)));
+}
+
+/// Stands in for the colour management and notes what it is asked for.
+class NotingStage final : public ColorConversionStageInterface
+{
+public:
+	Result<ConvertPixelFunc> FindConversion(const PixelFormatInterface&, const PixelFormat&, const ChannelOffsets&, const ChannelOffsets&, ColorProfile& srcProfile,
+	                                        ColorProfile* dstProfile, Bool forceProfiles, UInt32, Bool&) override
+	{
+		_source = srcProfile;
+		_target = dstProfile != nullptr ? *dstProfile : ColorProfile();
+		_isForced = forceProfiles;
+		return ConvertPixelFunc();
+	}
+	ColorProfile _source;
+	ColorProfile _target;
+	Bool _isForced = false;
+};
+
+/// Files without a profile hold sRGB, unless the settings say that the pixels stay as they are.
+TEST_F(BmpTest, PixelsAreToBecomeSrgbWhereNoProfileIsEmbedded)
+{
+	struct Case
+	{
+		Id _generation;
+		bool _isOff;
+		Id _target;
+	};
+	const Case cases[] = {
+		{"V3", false, ids::COLORPROFILE_SRGB},     {"V3", true, ids::COLORPROFILE_LINEARRGB},  {"V4", false, ids::COLORPROFILE_SRGB},
+		{"V4", true, ids::COLORPROFILE_LINEARRGB}, {"V5", false, ids::COLORPROFILE_LINEARRGB}, {"V5", true, ids::COLORPROFILE_LINEARRGB},
+	};
+	const auto stage = TORVI_MUST(NewObject<NotingStage>());
+	TORVI_MUST(g_torvi->DeclareObject(ids::INTERFACE_COLORCONVERSIONSTAGE, stage));
+	const ColorProfile linear = GetBuiltInColorProfile(ids::COLORPROFILE_LINEARRGB);
+	for (const Case& test : cases)
+	{
+		const ImageTextureRef texture = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_RGB_U8, WIDTH, HEIGHT, MakeRgba()));
+		TORVI_MUST(GetPicture(texture, 0)->Set<ColorProfile>(ids::IMAGE_COLORPROFILE, linear));
+		DataDictionary settings = MakeSettings(test._generation);
+		TORVI_MUST(settings.Set<Bool>(ids::EXPORT_DISABLESRGBCONVERSION, test._isOff));
+		ASSERT_TRUE(SaveBmp(texture, settings)._result.IsOk());
+		EXPECT_EQ(stage->_source, linear);
+		EXPECT_EQ(stage->_target, GetBuiltInColorProfile(test._target)) << test._generation.GetText() << test._isOff;
+		EXPECT_TRUE(stage->_isForced) << "profiles of one colour space are converted on demand only";
+	}
+	const SavedFile alpha = SaveBmp(TORVI_MUST(MakeTexture(ids::PIXELFORMAT_ALPHA_U8, WIDTH, HEIGHT, MakeRgba())));
+	ASSERT_TRUE(alpha._result.IsOk()) << TextOf(alpha._result.GetError());
+	EXPECT_FALSE(stage->_isForced) << "there is no profile to convert from";
+}
+
+TEST_F(BmpTest, TheDescriptionHoldsTheDefaultGeneration)
+{
+	const std::string_view json =
+		R"({"net.torvi.mediasession.bmp.export": {"net.torvi.mediasession.bmp.export.bitmapinfoheader": {"type": "id", "default": "V5"}}})";
+	const auto file = TORVI_MUST(NewObject<IoMemory>(Array<Byte>(json.begin(), json.end())));
+	TORVI_MUST(DataDescriptionDatabase::RegisterDatabaseWithUrl("net.torvi.test.module", TORVI_MUST(file->GetUrl())));
+	const ImageTextureRef texture = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_RGB_U8, WIDTH, HEIGHT, MakeRgba()));
+	EXPECT_EQ(GetUInt32(SaveBmp(texture)._bytes, 14), 124u);
+	DataDescriptionDatabase::Clear();
+}
+
+/// What one stream of an importer was given: its lines in the order of coming, with their numbers.
+struct TakenLines
+{
+	std::vector<Int> _rows;
+	std::vector<Byte> _bytes;
+};
+
+Result<void> TakeLines(const MediaStreamRef& anyStream, TakenLines& taken)
+{
+	const auto stream = Cast<MediaStreamImageDataImportInterface>(anyStream);
+	TORVI_TRY(stream->SubscribeStream(stream->GetSelectedFormat()));
+	const auto nothing = [](const MediaStreamImageDataImportRef&, const MediaStreamProperties&) -> Result<void> { return OK; };
+	const auto pixel = [&taken](const MediaStreamImageDataImportRef&, const MediaStreamProperties& properties, const ChannelOffsets&,
+	                            SETPIXELHANDLERFLAGS) -> Result<SetPixelHandlerStruct>
+	{
+		const Int size = BytesOf(TORVI_TRY(properties->Get<PixelFormat>(ids::MEDIAFORMAT_PIXELFORMAT))->GetBitsPerPixel());
+		SetPixelHandlerStruct record;
+		record._setLine = [&taken, size](const ImagePos& pos, const PixelBuffer& source, UInt32) -> Result<void>
+		{
+			taken._rows.push_back(pos._y);
+			for (Int x = 0; x < pos._count; ++x)
+			{
+				const Byte* first = source._pixel + x * source._stride / 8;
+				taken._bytes.insert(taken._bytes.end(), first, first + size);
+			}
+			return OK;
+		};
+		return record;
+	};
+	return stream->SetCallbackHandler(nothing, pixel, nothing);
+}
+
+/// Picture and alpha come alone and together, from the same bytes of each pixel.
+TEST_F(BmpTest, DeliversEverySubsetOfItsStreams)
+{
+	const std::vector<Byte> bytes = GetGoodFile("rgba32-alpha-inside.bmp");
+	TakenLines whole[2];
+	for (const UInt32 subset : {3u, 0u, 1u, 2u})
+	{
+		const auto importer = TORVI_MUST(CreateObject<UrlImporterInterface>(ids::CLASS_BMPIMPORT));
+		importer->SetUrl(MakeMemoryUrl(bytes));
+		TORVI_MUST(importer->Analyze({}, TimeValue(), MEDIASESSIONFLAGS::NONE));
+		const Array<MediaStreamRef> streams = TORVI_MUST(importer->GetOutputStreams(true));
+		ASSERT_EQ(streams.size(), 2u);
+		TakenLines taken[2];
+		for (std::size_t i = 0; i < 2; ++i)
+		{
+			if ((subset >> i & 1) != 0)
+				TORVI_MUST(TakeLines(streams[i], taken[i]));
+		}
+		TORVI_MUST(importer->PrepareExecute({}, TimeValue(), MEDIASESSIONFLAGS::NONE));
+		const Result<void> result = importer->Execute({}, TimeValue(), MEDIASESSIONFLAGS::NONE);
+		ASSERT_TRUE(result.IsOk()) << TextOf(result.GetError());
+		EXPECT_EQ(importer->Execute({}, TimeValue(), MEDIASESSIONFLAGS::NONE).GetError().GetId(), errorids::MEDIASTREAMEOF);
+		for (std::size_t i = 0; i < 2; ++i)
+		{
+			if (subset == 3)
+				whole[i] = taken[i];
+			const bool isWanted = (subset >> i & 1) != 0;
+			EXPECT_EQ(taken[i]._bytes, isWanted ? whole[i]._bytes : std::vector<Byte>()) << subset << ", " << i;
+			EXPECT_EQ(taken[i]._rows, isWanted ? whole[i]._rows : std::vector<Int>()) << subset << ", " << i;
+		}
+		EXPECT_TRUE(importer->Close({}).IsOk());
+		EXPECT_TRUE(subset == 0 || !importer->Execute({}, TimeValue(), MEDIASESSIONFLAGS::NONE).IsOk()) << "the file is closed";
+	}
+	EXPECT_FALSE(whole[0]._bytes.empty());
+	EXPECT_EQ(whole[0]._bytes.size(), 4 * whole[1]._bytes.size());
 }
 
 /// Another program's view of a file, as rgba.u8; empty if it cannot read it.
