@@ -35,6 +35,7 @@ struct BmpFileShape
 	Bool HasAlpha() const { return _format->HasAlpha(); }
 	Int GetPixelOffset() const { return BMP_FILEHEADER_SIZE + _headerSize + CountOf(_profile); }
 	Int GetImageSize() const { return _bytesPerRow * _height; }
+	Int GetFileSize() const { return GetPixelOffset() + GetImageSize(); }
 };
 
 class BmpExportImpl final : public ImageExportBase
@@ -44,9 +45,12 @@ public:
 
 private:
 	Result<void> ReadSettings(const ExportRun& run) override;
+	Result<void> PrepareFile(const ExportRun& run) override;
 	Result<void> WriteFile(BinaryWriter& writer, ExportRun& run) override;
 
 	UInt32 _headerSize = BMP_V4HEADER_SIZE;
+	BmpFileShape _shape = {};
+	ColorProfile _profile; ///< of the pixels in the file
 };
 
 Result<void> BmpExportImpl::ReadSettings(const ExportRun& run)
@@ -66,10 +70,8 @@ Result<void> BmpExportImpl::ReadSettings(const ExportRun& run)
 
 Result<void> WriteFileHeader(BinaryWriter& writer, const BmpFileShape& shape)
 {
-	const Int fileSize = shape.GetPixelOffset() + shape.GetImageSize();
-	TORVI_CHECK(fileSize <= UINT32_MAX, IllegalArgumentError("A BMP file cannot hold @ bytes.", fileSize));
 	TORVI_TRY(writer.WriteUInt16(BMP_MAGIC));
-	TORVI_TRY(writer.WriteUInt32(static_cast<UInt32>(fileSize)));
+	TORVI_TRY(writer.WriteUInt32(static_cast<UInt32>(shape.GetFileSize())));
 	TORVI_TRY(writer.WriteZeros(4));
 	return writer.WriteUInt32(static_cast<UInt32>(shape.GetPixelOffset()));
 }
@@ -136,19 +138,26 @@ Result<void> WriteRows(BinaryWriter& writer, const BmpFileShape& shape, ExportRu
 	return OK;
 }
 
-Result<void> BmpExportImpl::WriteFile(BinaryWriter& writer, ExportRun& run)
+Result<void> BmpExportImpl::PrepareFile(const ExportRun& run)
 {
 	const Bool keepsAlpha = run.HasAlpha() && _headerSize != BMP_V3HEADER_SIZE;
 	const PixelFormat format = GetPixelFormat(keepsAlpha ? ids::PIXELFORMAT_BGRA_U8 : ids::PIXELFORMAT_BGR_U8);
 	TORVI_CHECK(format, IllegalStateError("The module is not started."));
-	BmpFileShape shape{_headerSize, format, run.GetWidth(), run.GetHeight(), format->GetBytesPerLine(run.GetWidth(), 4), {}};
+	_shape = {_headerSize, format, run.GetWidth(), run.GetHeight(), format->GetBytesPerLine(run.GetWidth(), 4), {}};
 	const Bool isEmbedding = _headerSize == BMP_V5HEADER_SIZE;
-	const ColorProfile profile = isEmbedding ? run.GetColorProfile(format) : run.GetColorProfileWithoutEmbedding();
+	_profile = isEmbedding ? run.GetColorProfile(format) : run.GetColorProfileWithoutEmbedding();
 	if (isEmbedding)
-		shape._profile = TORVI_TRY(profile.WriteProfileToMemory());
-	TORVI_TRY(WriteFileHeader(writer, shape));
-	TORVI_TRY(WriteInfoHeader(writer, shape, run));
-	return WriteRows(writer, shape, run, profile);
+		_shape._profile = TORVI_TRY(_profile.WriteProfileToMemory());
+	const Int fileSize = _shape.GetFileSize();
+	TORVI_CHECK(fileSize <= UINT32_MAX, IllegalArgumentError("A BMP file cannot hold @ bytes.", fileSize));
+	return OK;
+}
+
+Result<void> BmpExportImpl::WriteFile(BinaryWriter& writer, ExportRun& run)
+{
+	TORVI_TRY(WriteFileHeader(writer, _shape));
+	TORVI_TRY(WriteInfoHeader(writer, _shape, run));
+	return WriteRows(writer, _shape, run, _profile);
 }
 
 } // namespace

@@ -264,6 +264,7 @@ Result<void> ImageExportBase::Export(ExportRun& run)
 	TORVI_TRY(run.Begin());
 	TORVI_TRY(ReadSettings(run));
 	TORVI_TRY(CheckResolution(run.GetWidth(), run.GetHeight()));
+	TORVI_TRY(PrepareFile(run));
 	BinaryWriter writer;
 	TORVI_TRY(writer.Open(GetOutputUrl(), _traits._byteOrder));
 	TORVI_TRY(WriteFile(writer, run));

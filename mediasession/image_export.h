@@ -116,6 +116,8 @@ protected:
 
 	/// Reads and checks the format's own settings, before the size is checked and the file is opened.
 	virtual Result<void> ReadSettings(const ExportRun&) { return OK; }
+	/// Works out what can fail without the file, after the size was checked and before the file is opened, so that an earlier file stays.
+	virtual Result<void> PrepareFile(const ExportRun&) { return OK; }
 	/// Writes the file. The skeleton closes it.
 	virtual Result<void> WriteFile(BinaryWriter& writer, ExportRun& run) = 0;
 

@@ -416,6 +416,31 @@ TEST_F(BmpTest, PixelsAreToBecomeSrgbWhereNoProfileIsEmbedded)
 	EXPECT_FALSE(stage->_isForced) << "there is no profile to convert from";
 }
 
+/// A profile of rgb pixels that cannot be written.
+class UnwritableRecord final : public ColorProfileRecordInterface
+{
+public:
+	Result<Array<Byte>> WriteProfile() override { return IllegalStateError("no bytes"); }
+	String GetInfo(ColorProfileInfo) const override { return {}; }
+	UInt32 GetCrc() const override { return 1; }
+	Bool HasProfile() const override { return true; }
+	ColorSpace GetColorSpace() const override { return FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_RGB); }
+	OcioConfigRef GetOcioConfig() const override { return {}; }
+	Bool IsOcio() const override { return false; }
+	CString GetOcioName() const override { return ""; }
+	CString GetOcioSecondName() const override { return ""; }
+};
+
+TEST_F(BmpTest, AnEarlierFileStaysWhereTheProfileCannotBeWritten)
+{
+	const ImageTextureRef texture = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_RGB_U8, WIDTH, HEIGHT, MakeRgba()));
+	TORVI_MUST(GetPicture(texture, 0)->Set<ColorProfile>(ids::IMAGE_COLORPROFILE, ColorProfile(TORVI_MUST(NewObject<UnwritableRecord>()))));
+	TORVI_MUST(texture->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, MakeSettings("V5")));
+	const auto memory = TORVI_MUST(NewObject<IoMemory>(Array<Byte>{1, 2, 3}));
+	EXPECT_EQ(TextOf(SaveFile(texture, ids::CLASS_BMPEXPORT, TORVI_MUST(memory->GetUrl())).GetError()), "net.torvi.error.illegalstate: no bytes");
+	EXPECT_EQ(CountOf(memory->GetBytes()), 3);
+}
+
 TEST_F(BmpTest, TheDescriptionHoldsTheDefaultGeneration)
 {
 	const std::string_view json =
