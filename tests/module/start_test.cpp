@@ -1,6 +1,7 @@
 // Start and end of the whole module: repeated, out of memory at every allocation, and with objects that outlive it.
 #include "torvi/module.h"
 
+#include "host/job.h"
 #include "host/registry.h"
 #include "tests/support/allocation_failure.h"
 #include "torvi/gfx_image_colorprofile.h"
@@ -8,6 +9,10 @@
 #include "torvi/ids_formats.h"
 
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
 
 namespace torvi
 {
@@ -25,6 +30,26 @@ TEST(Start, TakesOneAtATimeAndCanBeRepeated)
 		EndModule();
 		EXPECT_FALSE(GetPixelFormat(ids::PIXELFORMAT_RGB_U8));
 	}
+}
+
+/// The end waits for jobs, and takes nothing from them before.
+TEST(Start, JobsComeToTheirEnd)
+{
+	static std::atomic<Bool> s_hasFound;
+	s_hasFound = false;
+	ASSERT_TRUE(StartModule().IsOk());
+	const JobQueueRef queue = JobQueue::GetServiceIOQueue().TakeValue();
+	ASSERT_TRUE(queue->Enqueue(
+						 []() -> Result<void>
+						 {
+							 std::this_thread::sleep_for(std::chrono::milliseconds(50));
+							 s_hasFound = static_cast<Bool>(GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>()));
+							 return OK;
+						 })
+	                .IsOk());
+	EndModule();
+	EXPECT_TRUE(s_hasFound);
+	EXPECT_FALSE(GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>()));
 }
 
 /// What a caller still holds behind the end answers what it can and refuses the rest; a new start makes new objects.
