@@ -81,18 +81,19 @@ TEST_F(DamagedProfile, AnyByteChanged)
 class FailingMemory : public ColorTest
 {
 protected:
-	/// Fails each allocation in turn. Every result must be an error that says so, or a success; the library's own texts would hide the reason.
+	/// Fails each allocation in turn. Every result must be an error that says so, or a success; the library's own texts would hide the
+	/// reason.
 	template <class Operation>
 	static void Sweep(Operation&& operation)
 	{
-		const Int count =
-			ForEachAllocationFailure(operation,
-									 [&](const auto& result, Bool hasFailed)
-									 {
-										 EXPECT_TRUE(hasFailed || result.IsOk()) << result.GetError().ToString();
-										 EXPECT_TRUE(result.IsOk() || result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY)
-											 << result.GetError().ToString();
-									 });
+		const Int count = ForEachAllocationFailure(
+			operation,
+			[&](const auto& result, Bool hasFailed)
+			{
+				EXPECT_TRUE(hasFailed || result.IsOk()) << result.GetError().ToString();
+				EXPECT_TRUE(result.IsOk() || result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY)
+					<< result.GetError().ToString();
+			});
 		EXPECT_GT(count, 0);
 	}
 };

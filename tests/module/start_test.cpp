@@ -39,14 +39,15 @@ TEST(Start, JobsComeToTheirEnd)
 	s_hasFound = false;
 	ASSERT_TRUE(StartModule().IsOk());
 	const JobQueueRef queue = JobQueue::GetServiceIOQueue().TakeValue();
-	ASSERT_TRUE(queue->Enqueue(
-						 []() -> Result<void>
-						 {
-							 std::this_thread::sleep_for(std::chrono::milliseconds(50));
-							 s_hasFound = static_cast<Bool>(GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>()));
-							 return OK;
-						 })
-	                .IsOk());
+	ASSERT_TRUE(queue
+					->Enqueue(
+						[]() -> Result<void>
+						{
+							std::this_thread::sleep_for(std::chrono::milliseconds(50));
+							s_hasFound = static_cast<Bool>(GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>()));
+							return OK;
+						})
+					.IsOk());
 	EndModule();
 	EXPECT_TRUE(s_hasFound);
 	EXPECT_FALSE(GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>()));
@@ -60,9 +61,9 @@ TEST(Start, ObjectsMayOutliveTheEnd)
 	const ImageChannel red = GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>());
 	const ImageChannel depth = GetImageChannel(CHANNELTYPE::DEPTH, GetDataType<UInt16>());
 	const ImageChannel channels[] = {red, depth};
-	std::vector<PixelFormat> held = {GetPixelFormat(ids::PIXELFORMAT_RGB_U8), GetPixelFormat(ids::PIXELFORMAT_RGB_RGBE),
-	                                 GetPixelFormat(ids::PIXELFORMAT_YUV_I422A), GetPixelFormat(ids::PIXELFORMAT_INDEXED_U8BIT),
-	                                 GetPixelFormat(ids::PIXELFORMAT_RGBA_F32), FindOrCreatePixelFormat(channels).TakeValue()};
+	std::vector<PixelFormat> held = {GetPixelFormat(ids::PIXELFORMAT_RGB_U8),    GetPixelFormat(ids::PIXELFORMAT_RGB_RGBE),
+									 GetPixelFormat(ids::PIXELFORMAT_YUV_I422A), GetPixelFormat(ids::PIXELFORMAT_INDEXED_U8BIT),
+									 GetPixelFormat(ids::PIXELFORMAT_RGBA_F32),  FindOrCreatePixelFormat(channels).TakeValue()};
 	const ColorProfile profile = GetBuiltInColorProfile(ids::COLORPROFILE_SRGB);
 	EndModule();
 
@@ -82,8 +83,8 @@ TEST(Start, ObjectsMayOutliveTheEnd)
 		{
 			Bool isColorConverted = false;
 			ColorProfile target = profile;
-			static_cast<void>(format->GetConvertPixelFunc(source, source->GetChannelOffsets(), format->GetChannelOffsets(), &profile, &target,
-			                                              true, isColorConverted));
+			static_cast<void>(format->GetConvertPixelFunc(source, source->GetChannelOffsets(), format->GetChannelOffsets(), &profile,
+														  &target, true, isColorConverted));
 		}
 	}
 	EXPECT_FALSE(profile.ToString().empty());
@@ -108,7 +109,8 @@ TEST(Start, EveryFailedAllocationIsAnErrorAndLeavesNothing)
 		[](const Result<void>& result, Bool hasFailed)
 		{
 			EXPECT_TRUE(result.IsOk() || hasFailed) << result.GetError().ToString();
-			EXPECT_TRUE(result.IsOk() || result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY) << result.GetError().ToString();
+			EXPECT_TRUE(result.IsOk() || result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY)
+				<< result.GetError().ToString();
 			EXPECT_EQ(g_torvi, nullptr);
 		});
 	EXPECT_GT(count, 500);
