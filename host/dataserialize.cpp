@@ -2,6 +2,7 @@
 // of an array stands behind its length in 64 bits.
 #include "host/dataserialize.h"
 
+#include "host/halffloat_datatype.h"
 #include "host/registry.h"
 
 #include <algorithm>
@@ -14,12 +15,14 @@ namespace
 {
 
 template <class T>
-concept IsNumber = std::is_arithmetic_v<T>;
+concept IsNumber = std::is_arithmetic_v<T> || std::is_same_v<T, HalfFloat>;
 
 template <IsNumber T>
 UInt64 BitsOf(T value) noexcept
 {
-	if constexpr (std::is_same_v<T, Float32>)
+	if constexpr (std::is_same_v<T, HalfFloat>)
+		return value.GetBits();
+	else if constexpr (std::is_same_v<T, Float32>)
 		return std::bit_cast<UInt32>(value);
 	else if constexpr (std::is_same_v<T, Float64>)
 		return std::bit_cast<UInt64>(value);
@@ -30,7 +33,9 @@ UInt64 BitsOf(T value) noexcept
 template <IsNumber T>
 T NumberOf(UInt64 bits) noexcept
 {
-	if constexpr (std::is_same_v<T, Float32>)
+	if constexpr (std::is_same_v<T, HalfFloat>)
+		return HalfFloat::FromBits(static_cast<UInt16>(bits));
+	else if constexpr (std::is_same_v<T, Float32>)
 		return std::bit_cast<Float32>(static_cast<UInt32>(bits));
 	else if constexpr (std::is_same_v<T, Float64>)
 		return std::bit_cast<Float64>(bits);
@@ -174,8 +179,8 @@ constexpr std::array<StoredType, sizeof...(T)> MakeStoredTypes()
 	return {MakeStoredType<T>()...};
 }
 
-constexpr auto STORED_TYPES = MakeStoredTypes<Bool, Char, UChar, Int16, UInt16, Int32, UInt32, Int64, UInt64, Float32, Float64, String, Id,
-                                              Array<Byte>, Array<Char>, Array<Int64>, Array<String>>();
+constexpr auto STORED_TYPES = MakeStoredTypes<Bool, Char, UChar, Int16, UInt16, Int32, UInt32, Int64, UInt64, HalfFloat, Float32, Float64, String,
+                                              Id, Array<Byte>, Array<Char>, Array<Int64>, Array<String>>();
 
 const StoredType* FindStoredType(DataType type) noexcept
 {

@@ -2,6 +2,7 @@
 #include "host/module.h"
 
 #include "host/ids.h"
+#include "host/job.h"
 
 namespace torvi
 {
@@ -65,6 +66,7 @@ Result<void> Module::OnEnd(void (*function)())
 
 void Module::RunEnd() noexcept
 {
+	JobQueue::End(); // while jobs run, all that they use is there
 	while (!_atEnd.empty())
 	{
 		void (*const function)() = _atEnd.back();

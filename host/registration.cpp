@@ -6,7 +6,6 @@
 #include "host/gfx_basictypes_3d.h"
 #include "host/halffloat_datatype.h"
 #include "host/ids.h"
-#include "host/job.h"
 #include "host/observable.h"
 #include "host/timevalue.h"
 #include "host/url.h"
@@ -56,11 +55,6 @@ Result<void> RegisterObservable(Module& module)
 	return OK;
 }
 
-Result<void> RegisterJobs(Module& module)
-{
-	return module.OnEnd([]() { JobQueue::End(); });
-}
-
 Result<void> RegisterDescriptions(Module& module)
 {
 	return module.OnEnd([]() { DataDescriptionDatabase::Clear(); });
@@ -77,7 +71,6 @@ constexpr RegistrationStep STEPS[] = {
 	{"file format class", &RegisterFileFormatBase},
 	{"zip conversions", &RegisterZipConversions},
 	{"descriptions", &RegisterDescriptions},
-	{"jobs", &RegisterJobs}, // last: at the end they stop before anything else goes
 };
 
 } // namespace

@@ -92,9 +92,8 @@ public:
 
 	/// The registry of that id, made empty on first use.
 	Result<RegistryRef> GetRegistry(const Id& id);
-	/// All classes, and all registries, in order of their making.
+	/// All classes, in order of their making.
 	const Registry& GetClasses() const noexcept { return *_classes; }
-	const Registry& GetRegistries() const noexcept { return *_registries; }
 
 	/// Publishes an object under an id of its own, so that any part of the system finds it.
 	Result<void> DeclareObject(const Id& id, ObjectRef object);

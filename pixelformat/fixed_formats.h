@@ -62,7 +62,6 @@ struct FixedFormatInfo
 		return -1;
 	}
 	constexpr bool Has(Channel channel) const { return Find(channel) >= 0; }
-	constexpr Int GetBytesPerPixel() const { return _channelCount * SizeOf(_type); }
 
 	/// The bit offset of channel `index` in the packed layout; with `_channelCount` the bits per pixel.
 	constexpr BITS GetBitOffset(Int index) const { return index * SizeOf(_type) * 8; }

@@ -64,6 +64,7 @@ public:
 	Result<PixelFormat> FindOrCreatePixelFormat(Block<const ImageChannel> channels) override
 	{
 		TORVI_CHECK(!channels.empty(), IllegalArgumentError("FindOrCreatePixelFormat() needs at least 1 channel."));
+		TORVI_CHECK(g_torvi != nullptr, IllegalStateError("The module is not started."));
 		return NoThrow([&]() { return FindOrCreate(channels); });
 	}
 

@@ -3,6 +3,7 @@
 
 #include "host/dataserialize.h"
 #include "host/gfx_basictypes_3d.h"
+#include "host/halffloat_datatype.h"
 #include "host/timevalue.h"
 
 #include <cmath>
@@ -24,6 +25,7 @@ struct Everything
 	UInt32 _uint32 = 0xFEDCBA98;
 	Int64 _int64 = std::numeric_limits<Int64>::min();
 	UInt64 _uint64 = 0xFEDCBA9876543210;
+	HalfFloat _half{0.1f};
 	Float32 _float32 = -0.0f;
 	Float64 _float64 = 0.1;
 	String _string = MakeString(std::string_view("text\0with zero", 14));
@@ -50,6 +52,7 @@ struct Everything
 		TORVI_TRY(serializer.DescribeElement("_uint32", _uint32));
 		TORVI_TRY(serializer.DescribeElement("_int64", _int64));
 		TORVI_TRY(serializer.DescribeElement("_uint64", _uint64));
+		TORVI_TRY(serializer.DescribeElement("_half", _half));
 		TORVI_TRY(serializer.DescribeElement("_float32", _float32));
 		TORVI_TRY(serializer.DescribeElement("_float64", _float64));
 		TORVI_TRY(serializer.DescribeElement("_string", _string));
@@ -78,6 +81,7 @@ Everything MakeOther()
 	other._uint32 = 0;
 	other._int64 = 0;
 	other._uint64 = 0;
+	other._half = HalfFloat();
 	other._float32 = 1.0f;
 	other._float64 = 1.0;
 	other._string = other._strings[0];

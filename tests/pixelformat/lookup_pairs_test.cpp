@@ -113,7 +113,8 @@ TEST(LookupPairs, EveryPairConvertsOrSaysWhyNot)
 				++refused;
 				continue;
 			}
-			std::vector<Byte> to(static_cast<std::size_t>(destination->GetBytesPerLine(COUNT, 1))), from(1100, 0x3F);
+			std::vector<Byte> to(static_cast<std::size_t>(destination->GetBytesPerLine(COUNT, 1)));
+			const std::vector<Byte> from(static_cast<std::size_t>(source->GetBytesPerLine(COUNT, 1)), 0x3F);
 			EXPECT_TRUE(function.GetValue()(PixelBuffer(to.data(), destination->GetBitsPerPixel()), COUNT,
 			                                PixelBuffer(from.data(), source->GetBitsPerPixel()), 0).IsOk());
 			++converted;

@@ -167,6 +167,44 @@ TEST_F(Formats, IndexedColours)
 	          (std::vector<UInt16>{771, 771, 771, 65535}));
 }
 
+/// Also where the colours lie in planes, or come by way of another format: both roads work in chunks of 64 pixels.
+TEST_F(Formats, OddRunsOfYuvWriteNothing)
+{
+	constexpr Int COUNT = 129;
+	const PixelFormat yuv = FormatNamed("yuv.i422a"), rgb = FormatNamed("rgb.u8"), grey = FormatNamed("grey.u8");
+	const BITS planes[] = {0, COUNT * 8, COUNT * 16, 8};
+	const ChannelOffsets inPlanes = planes;
+	const ChannelOffsets& ofYuv = yuv->GetChannelOffsets();
+	struct
+	{
+		PixelFormat _to, _from;
+		ChannelOffsets _toOffsets, _fromOffsets;
+	} const roads[] = {
+		{yuv, rgb, ofYuv, rgb->GetChannelOffsets()},
+		{yuv, rgb, ofYuv, inPlanes},
+		{rgb, yuv, inPlanes, ofYuv},
+		{yuv, grey, ofYuv, grey->GetChannelOffsets()},
+		{grey, yuv, grey->GetChannelOffsets(), ofYuv},
+	};
+	for (const auto& road : roads)
+	{
+		Bool isColorConverted = false;
+		const ConvertPixelFunc function =
+			road._to->GetConvertPixelFunc(road._from, road._fromOffsets, road._toOffsets, nullptr, nullptr, false, isColorConverted).TakeValue();
+		const std::vector<Byte> from(3 * COUNT, 200);
+		std::vector<Byte> to(3 * COUNT, 7);
+		const PixelBuffer source(from.data(), road._fromOffsets.back()), destination(to.data(), road._toOffsets.back());
+		for (const Int count : {COUNT, Int(65), Int(63), Int(1)})
+		{
+			const Result<void> result = function(destination, count, source, 0);
+			EXPECT_EQ(result.GetError().GetMessage(), "YUV needs an even number of pixels to convert.");
+			EXPECT_EQ(to, std::vector<Byte>(3 * COUNT, 7)) << road._from.ToString() << " to " << road._to.ToString() << ", " << count;
+		}
+		EXPECT_TRUE(function(destination, COUNT - 1, source, 0).IsOk());
+		EXPECT_TRUE(function(destination, -1, source, 0).IsOk());
+	}
+}
+
 TEST_F(Formats, IndexedTables)
 {
 	const PixelFormat rgba = FormatNamed("rgba.u8"), rgb16 = FormatNamed("rgb.u16");
