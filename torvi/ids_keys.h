@@ -80,13 +80,15 @@ inline constexpr Id IMAGE_LAYER_ISOPEN = "net.torvi.image.layer.isopen";        
 inline constexpr Id IMAGE_LAYER_PSD_FILTERID = "net.torvi.image.layer.psd_filterid";   ///< Int, four-letter code of a filter layer
 inline constexpr Id IMAGE_LAYER_PSD_DATA = "net.torvi.image.layer.psd_data";           ///< Array<Char>, raw data of a filter layer
 
+// Textures; a picture keeps the saving options of its own file too.
+inline constexpr Id IMAGE_EXPORTSETTINGS = "net.torvi.image.exportsettings"; ///< DataDictionary: what a save uses, in an exporter's keys
+
 // Textures alone.
 inline constexpr Id IMAGE_FILEFORMAT = "net.torvi.image.fileformat";         ///< FileFormatRef of the handler that loaded it
 inline constexpr Id IMAGE_FPS = "net.torvi.image.fps";                       ///< Float64
 inline constexpr Id IMAGE_DURATION = "net.torvi.image.duration";             ///< TimeValue
 inline constexpr Id IMAGE_SAMPLETIME = "net.torvi.image.sampletime";         ///< TimeValue of the last delivered sample
 inline constexpr Id IMAGE_EXIFDATA = "net.torvi.image.exifdata";             ///< ExifRef
-inline constexpr Id IMAGE_EXPORTSETTINGS = "net.torvi.image.exportsettings"; ///< DataDictionary
 inline constexpr Id IMAGE_AUDIODATA = "net.torvi.image.audiodata";           ///< AudioObjectRef
 
 // What converters answer.
