@@ -1,27 +1,29 @@
-// The yardstick of all budgets: memcpy, once in cache and once in memory.
-#include "host/types.h"
-
-#include <benchmark/benchmark.h>
+// The yardstick by itself: memcpy in cache and in memory, to see what machine the other numbers come from.
+#include "bench/measure.h"
 
 #include <cstring>
-#include <vector>
 
-namespace
+namespace torvi::bench
 {
 
-void MemoryCopy(benchmark::State& state)
+Result<void> MeasureMemoryCopy(benchmark::State& state, Int bytes)
 {
-	const std::vector<torvi::Byte> source(static_cast<std::size_t>(state.range(0)), torvi::Byte(1));
-	std::vector<torvi::Byte> destination(source.size());
+	const Array<Byte> source(static_cast<std::size_t>(bytes), Byte(1));
+	Array<Byte> destination(source.size());
 	for (auto _ : state)
 	{
 		std::memcpy(destination.data(), source.data(), source.size());
-		benchmark::DoNotOptimize(destination.data());
 		benchmark::ClobberMemory();
 	}
-	state.SetBytesProcessed(state.iterations() * state.range(0) * 2); // read plus written
+	state.SetBytesProcessed(state.iterations() * bytes * 2); // read plus written
+	return OK;
 }
 
-} // namespace
+void AddMemoryCopies(const Options& options)
+{
+	for (const Int bytes : {CACHED_COPY_BYTES, Int(64) << 20})
+		Add("copy/" + std::to_string(bytes >> 10) + "KiB", options, 0.2,
+			[bytes](benchmark::State& state) { return MeasureMemoryCopy(state, bytes); });
+}
 
-BENCHMARK(MemoryCopy)->Arg(256 << 10)->Arg(64 << 20);
+} // namespace torvi::bench

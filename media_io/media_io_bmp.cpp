@@ -332,12 +332,13 @@ Result<void> BmpImportImpl::DescribeStreams(BinaryReader& reader, StreamTreeBuil
 {
 	_header = TORVI_TRY(ReadHeader(reader));
 	_layout = TORVI_TRY(ChooseLayout(_header));
+	const ColorProfile profile = TORVI_TRY(ReadColorProfile(reader, _header));
 	_image = TORVI_TRY(streams.AddImage({
 		._pixelFormat = _layout._format,
 		._width = _header._width,
 		._height = _header.GetRowCount(),
 		._subImageIndex = 0,
-		._colorProfile = TORVI_TRY(ReadColorProfile(reader, _header)),
+		._colorProfile = profile,
 	}));
 	TORVI_TRY(DescribeResolution(streams));
 	TORVI_TRY(DescribeExportSettings(streams));

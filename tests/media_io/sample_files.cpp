@@ -76,8 +76,7 @@ void CheckDamagedFile(Block<const Byte> bytes, const std::string& what)
 		const Result<ImageTextureRef> texture = LoadFile(MakeMemoryUrl(bytes));
 		largest = AllocationCounter::GetLargest();
 		picture = PictureBytes(texture);
-		if (!texture.IsOk())
-			EXPECT_FALSE(texture.GetError().GetId().IsEmpty()) << what;
+		EXPECT_TRUE(texture.IsOk() || !texture.GetError().GetId().IsEmpty()) << what;
 	}
 	EXPECT_LE(largest, std::max(picture, ALWAYS_FINE) + SLACK) << what;
 }
@@ -162,8 +161,7 @@ void CheckSampleFiles(const std::string& format)
 		const Error& cause = pixels.GetError().GetInnermostCause();
 		const auto& [id, message] = errors[file._name];
 		EXPECT_EQ(cause.GetId().GetText(), id) << file._name;
-		if (message != "*")
-			EXPECT_EQ(cause.GetMessage(), message) << file._name;
+		EXPECT_EQ(cause.GetMessage(), message == "*" ? cause.GetMessage() : message) << file._name;
 		errors.erase(file._name);
 	}
 	for (const auto& [name, error] : errors)
@@ -186,9 +184,9 @@ void CheckCutAndFlippedFiles(const std::string& format, Int denseCuts, Int flipp
 		std::vector<Byte> changed = file._bytes;
 		for (std::size_t i = 0; i < std::min(changed.size(), static_cast<std::size_t>(flippedBytes)); ++i)
 		{
-			for (const Byte value : {0, 1, 127, 128, 255})
+			for (const int value : {0, 1, 127, 128, 255})
 			{
-				changed[i] = value;
+				changed[i] = static_cast<Byte>(value);
 				CheckDamagedFile(changed, file._name + " with byte " + std::to_string(i) + " set to " + std::to_string(value));
 			}
 			changed[i] = bytes[i];

@@ -132,7 +132,7 @@ MediaStreamImageDataImportRef Named(const MediaStreamImageDataImportRef& stream,
 	return stream;
 }
 
-std::vector<int> ReadPixels(const ImageBaseRef& image)
+std::vector<int> ReadOwnBytes(const ImageBaseRef& image)
 {
 	const PixelFormat format = image->GetPixelFormat();
 	Array<Byte> line(static_cast<std::size_t>(format->GetBytesPerLine(image->GetWidth(), 1)));

@@ -69,7 +69,7 @@ MediaStreamImageDataImportRef Below(const MediaStreamRef& parent, const MediaStr
 MediaStreamImageDataImportRef Named(const MediaStreamImageDataImportRef& stream, std::string_view name);
 
 /// The bytes of an image in its own format.
-std::vector<int> ReadPixels(const ImageBaseRef& image);
+std::vector<int> ReadOwnBytes(const ImageBaseRef& image);
 /// The same as a TestImporter pushes it.
 std::vector<int> PushedPixels(Int bytesPerLine, Int height);
 

@@ -1,5 +1,6 @@
 // The importer and exporter skeletons, through a format that exists for these tests only.
 #include "mediasession/image_export.h"
+#include "mediasession/mediasession_texture_export.h"
 #include "tests/mediasession/test_format.h"
 #include "tests/mediasession/test_format_fixture.h"
 #include "tests/support/allocation_failure.h"
@@ -352,6 +353,12 @@ TEST_F(SkeletonTest, BothWaysCanBeCancelled)
 	const auto textureOutput = TORVI_MUST(CreateObject<MediaOutputTextureInterface>(ids::CLASS_MEDIAOUTPUTTEXTURE));
 	TORVI_MUST(textureOutput->SetOutputTexture(texture, TORVI_MUST(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NORMAL))));
 	EXPECT_EQ(cancelling(MakeImporter(MakeMemoryUrl(MakeTestFile())), textureOutput), errorids::OPERATIONCANCELLED);
+
+	const auto textureInput = TORVI_MUST(CreateObject<MediaTextureExportInterface>(ids::CLASS_MEDIASTREAMEXPORTFROMIMAGETEXTURE));
+	textureInput->SetTexture(MakeGreyTexture(20, 30, 20));
+	const auto exporter = TORVI_MUST(CreateObject<MediaOutputUrlInterface>(TEST_FORMAT._exporter));
+	TORVI_MUST(exporter->SetOutputUrl(MakeMemoryUrl({})));
+	EXPECT_EQ(cancelling(textureInput, exporter), errorids::OPERATIONCANCELLED);
 }
 
 TEST_F(SkeletonTest, RunningOutOfMemoryIsAnError)

@@ -16,7 +16,7 @@ TEST_F(TextureBridge, LoadsAPictureAndNamesItsFormat)
 	const Result<MediaSessionRef> session = Load();
 	ASSERT_EQ(ErrorOf(session), "");
 	ASSERT_EQ(GetImages().size(), 1u);
-	EXPECT_EQ(ReadPixels(GetImages()[0]), PushedPixels(12, 3));
+	EXPECT_EQ(ReadOwnBytes(GetImages()[0]), PushedPixels(12, 3));
 	EXPECT_EQ(_texture->GetOr<FileFormatRef>(ids::IMAGE_FILEFORMAT, {}), _formats[0]);
 	EXPECT_EQ(_texture->GetOr<Float64>(ids::IMAGE_ASPECTRATIO, 0.0), 1.0);
 	EXPECT_FALSE(_texture->GetData(ids::IMAGE_DPI).IsOk());
@@ -335,7 +335,7 @@ TEST_F(Selection, ALayerOfARefusedParentHangsInTheTexture)
 	          "");
 	ASSERT_EQ(GetImages().size(), 1u);
 	EXPECT_EQ(NameOf(GetImages()[0]), "layer");
-	EXPECT_EQ(ReadPixels(GetImages()[0]), PushedPixels(6, 2));
+	EXPECT_EQ(ReadOwnBytes(GetImages()[0]), PushedPixels(6, 2));
 }
 
 TEST_F(Selection, RefusingEverythingIsNoError)
@@ -348,7 +348,7 @@ TEST_F(Selection, PixelsAloneBuildTheirObjectWhenTheyCome)
 {
 	ASSERT_EQ(ErrorOf(Import([](const std::string&) { return MediaOutputSelectionResult::SELECTPIXELS; })), "");
 	ASSERT_EQ(GetImages().size(), 1u);
-	EXPECT_EQ(ReadPixels(GetImages()[0]), PushedPixels(12, 3));
+	EXPECT_EQ(ReadOwnBytes(GetImages()[0]), PushedPixels(12, 3));
 	EXPECT_EQ(GetImageChildren(*GetImages()[0], IMAGEHIERARCHY::ALPHA).size(), 1u);
 }
 
