@@ -46,7 +46,7 @@ protected:
 		const Array<ImageBaseRef> images = GetImageChildren(texture, IMAGEHIERARCHY::IMAGE);
 		ASSERT_EQ(images.size(), 1u);
 		EXPECT_EQ(NameOf(images[0]), "picture");
-		EXPECT_EQ(ReadPixels(images[0]), PushedPixels(12, 3));
+		EXPECT_EQ(ReadOwnBytes(images[0]), PushedPixels(12, 3));
 		EXPECT_EQ(GetImageChildren(*images[0], IMAGEHIERARCHY::ALPHA).size(), 1u);
 		const Array<ImageBaseRef> layers = GetImageChildren(*images[0], IMAGEHIERARCHY::LAYER);
 		ASSERT_EQ(layers.size(), 2u);
