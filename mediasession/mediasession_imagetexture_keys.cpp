@@ -25,6 +25,7 @@ constexpr KeyMapping KEYS[] = {
 	{KeyGroup::INDEX, ids::MEDIAFORMAT_SUBIMAGEINDEX, ids::IMAGE_SUBIMAGEINDEX, GetDataType<Int>()},
 	{KeyGroup::INDEX, ids::MEDIAFORMAT_HOTSPOTX, ids::IMAGE_HOTSPOTX, GetDataType<Int>()},
 	{KeyGroup::INDEX, ids::MEDIAFORMAT_HOTSPOTY, ids::IMAGE_HOTSPOTY, GetDataType<Int>()},
+	{KeyGroup::INDEX, ids::MEDIAFORMAT_EXPORTSETTINGS, ids::IMAGE_EXPORTSETTINGS, GetDataType<DataDictionary>()},
 	{KeyGroup::PROFILE, ids::MEDIAFORMAT_COLORPROFILE, ids::IMAGE_COLORPROFILE, GetDataType<ColorProfile>()},
 	{KeyGroup::SHAPE, ids::MEDIAFORMAT_ASPECTRATIO, ids::IMAGE_ASPECTRATIO, GetDataType<Float64>()},
 	{KeyGroup::SHAPE, ids::MEDIAFORMAT_DPI, ids::IMAGE_DPI, GetDataType<Float64>()},

@@ -14,7 +14,7 @@ namespace torvi
 enum class KeyGroup
 {
 	NAME,    ///< always, in both directions
-	INDEX,   ///< always, to images only: the texture input counts itself
+	INDEX,   ///< always, to images only: the texture input counts itself, and saves with the options of the texture
 	PROFILE, ///< to images when their structure is built and when their sample starts; always to streams
 	SHAPE,   ///< aspect ratio and resolution: to images with their structure; to streams of whole pictures
 	LAYER,   ///< layers, folders, filters and masks, in both directions

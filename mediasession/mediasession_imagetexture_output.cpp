@@ -21,7 +21,8 @@ constexpr Float64 FPS_NOT_SEEN = std::numeric_limits<Float64>::max();
 
 /// What a run writes on the texture itself.
 constexpr Id TEXTURE_KEYS[] = {ids::IMAGE_FPS,      ids::IMAGE_DURATION,    ids::IMAGE_SAMPLETIME,
-                               ids::IMAGE_EXIFDATA, ids::IMAGE_ASPECTRATIO, ids::IMAGE_DPI};
+                               ids::IMAGE_EXIFDATA, ids::IMAGE_ASPECTRATIO, ids::IMAGE_DPI,
+                               ids::IMAGE_EXPORTSETTINGS};
 
 /// One image stream.
 struct StreamRecord
@@ -110,6 +111,7 @@ private:
 	Result<void> VisitImageStream(const MediaStreamRef& stream, const MediaStreamFormat& format, MediaOutputSelectionResult selection);
 	Result<StreamRecord*> AddRecord(const MediaStreamRef& stream, const MediaStreamFormat& format, MediaOutputSelectionResult selection);
 	Result<void> SetMovie(const StreamRecord& record);
+	Result<void> SetExportSettings(const StreamRecord& record);
 	Result<void> CopyStructure(const StreamRecord& record);
 	Result<void> Subscribe(const MediaStreamRef& stream);
 	StreamRecord* FindRecord(const MediaStreamRef& stream);
@@ -129,6 +131,7 @@ private:
 	Float64 _fps = FPS_NOT_SEEN;
 	TimeValue _duration;
 	Int _sumOfSkipped = 0;
+	Bool _hasExportSettings = false;         ///< a picture of this run has given the texture its options
 	Array<StreamRecord> _records;            ///< in the order of the streams, each parent before its children
 	HashMap<MediaStreamRef, Int> _indices;   ///< of the records
 	Array<ImageBaseRef> _roots;              ///< what hangs in the texture since the last reset
@@ -156,6 +159,7 @@ Result<void> MediaOutputTextureImpl::ResetConverter()
 	_fps = FPS_NOT_SEEN;
 	_duration = TimeValue();
 	_sumOfSkipped = 0;
+	_hasExportSettings = false;
 	_roots.clear();
 	_keysBefore.clear();
 	return OK;
@@ -285,6 +289,18 @@ Result<void> MediaOutputTextureImpl::SetMovie(const StreamRecord& record)
 	return OK;
 }
 
+/// The first picture that has saving options of its own says which ones a later save of the texture uses.
+Result<void> MediaOutputTextureImpl::SetExportSettings(const StreamRecord& record)
+{
+	if (_hasExportSettings || record._type != MediaStreamType::IMAGE)
+		return OK;
+	const auto settings = TORVI_TRY(ReadOptional<DataDictionary>(*record._format, ids::MEDIAFORMAT_EXPORTSETTINGS));
+	if (!settings)
+		return OK;
+	_hasExportSettings = true;
+	return _texture->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, *settings);
+}
+
 Result<void> MediaOutputTextureImpl::CopyStructure(const StreamRecord& record)
 {
 	TORVI_TRY(CopyKeysToImage(KeyGroup::PROFILE, *record._format, *record._image));
@@ -334,6 +350,7 @@ Result<void> MediaOutputTextureImpl::Build(StreamRecord& record)
 	const ImageRef image = TORVI_TRY(CreateObject<ImageInterface>(classId));
 	TORVI_TRY(InitImage(*image, record._type, *record._format, _noDataClass, {}));
 	TORVI_TRY(CopyKeys(*image, record._type, *record._format));
+	TORVI_TRY(SetExportSettings(record));
 	TORVI_TRY(Hang(image, record._type, TORVI_TRY(BuildParent(record))));
 	record._image = image;
 	return OK;
