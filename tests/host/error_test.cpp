@@ -13,7 +13,7 @@ namespace
 
 TEST(Error, CarriesIdTextCauseAndPlace)
 {
-	const auto line = std::source_location::current().line() + 1;
+	const auto line = SourceLocation::current().line() + 1;
 	Error error = FileFormatError("Row @ of @ is bad (@{x}).", 3, "x@y", 255u);
 	EXPECT_EQ(error.GetId(), errorids::FILEFORMAT);
 	EXPECT_EQ(error.GetMessage(), "Row 3 of x@y is bad (ff).");
