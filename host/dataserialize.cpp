@@ -1,5 +1,5 @@
-// The stored form of values. Numbers stand in their own size, floats by their bits; texts and arrays fill the length of their element; each text
-// of an array stands behind its length in 64 bits.
+// The stored form of values. Numbers stand in their own size, floats by their bits; texts and arrays fill the length of their element; each
+// text of an array stands behind its length in 64 bits.
 #include "host/dataserialize.h"
 
 #include "host/halffloat_datatype.h"
@@ -170,7 +170,7 @@ template <class T>
 constexpr StoredType MakeStoredType()
 {
 	return {GetDataType<T>(), [](Array<Byte>& bytes, const void* value) { Append(bytes, *static_cast<const T*>(value)); },
-	        [](Block<const Byte> bytes, void* value) { return Parse(bytes, *static_cast<T*>(value)); }};
+			[](Block<const Byte> bytes, void* value) { return Parse(bytes, *static_cast<T*>(value)); }};
 }
 
 template <class... T>
@@ -179,8 +179,8 @@ constexpr std::array<StoredType, sizeof...(T)> MakeStoredTypes()
 	return {MakeStoredType<T>()...};
 }
 
-constexpr auto STORED_TYPES = MakeStoredTypes<Bool, Char, UChar, Int16, UInt16, Int32, UInt32, Int64, UInt64, HalfFloat, Float32, Float64, String,
-                                              Id, Array<Byte>, Array<Char>, Array<Int64>, Array<String>>();
+constexpr auto STORED_TYPES = MakeStoredTypes<Bool, Char, UChar, Int16, UInt16, Int32, UInt32, Int64, UInt64, HalfFloat, Float32, Float64,
+											  String, Id, Array<Byte>, Array<Char>, Array<Int64>, Array<String>>();
 
 const StoredType* FindStoredType(DataType type) noexcept
 {
@@ -191,7 +191,7 @@ const StoredType* FindStoredType(DataType type) noexcept
 Result<void> CheckIsStored(DataType type, const StoredType* stored)
 {
 	TORVI_CHECK(stored != nullptr || (type && type.GetRecord()._describe != nullptr),
-	            UnregisteredDataTypeError("Values of the data type @ are not stored.", type.GetId()));
+				UnregisteredDataTypeError("Values of the data type @ are not stored.", type.GetId()));
 	return OK;
 }
 
@@ -214,7 +214,7 @@ Result<Block<const Byte>> ReadElement(ByteReader& reader, std::string_view name,
 	TORVI_CHECK(storedName == name, IllegalStateError("The stored member @ is needed, found @.", name, storedName));
 	const std::string_view storedType = TORVI_TRY(ReadLabel(reader));
 	TORVI_CHECK(storedType == type.GetId().GetText(),
-	            IllegalStateError("The stored member @ is of type @ in place of @.", name, storedType, type.GetId()));
+				IllegalStateError("The stored member @ is of type @ in place of @.", name, storedType, type.GetId()));
 	const UInt64 length = TORVI_TRY(reader.ReadUInt64());
 	return TakeBlock(reader, length);
 }

@@ -14,7 +14,7 @@ namespace
 class DataTypeObject final : public ObjectInterface
 {
 public:
-	explicit DataTypeObject(DataType type) : _type(type) { }
+	explicit DataTypeObject(DataType type) : _type(type) {}
 	DataType GetType() const noexcept { return _type; }
 	String ToString(std::string_view) const override { return MakeString(_type.GetId().GetText()); }
 

@@ -11,7 +11,7 @@ namespace torvi
 class TORVI_EXPORT Module
 {
 public:
-	explicit Module(HostServices& host) : _host(host) { }
+	explicit Module(HostServices& host) : _host(host) {}
 
 	HostServices& GetHost() const noexcept { return _host; }
 

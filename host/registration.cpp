@@ -17,7 +17,8 @@ namespace torvi
 namespace
 {
 
-/// Counts of bits have an id of their own for what is stored or described; their values are those of Int64, and as a C++ type they are Int64.
+/// Counts of bits have an id of their own for what is stored or described; their values are those of Int64, and as a C++ type they are
+/// Int64.
 constexpr DataTypeRecord BITS_RECORD = []()
 {
 	DataTypeRecord record = detail::MakeDataTypeRecord<BITS>();

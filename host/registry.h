@@ -13,7 +13,7 @@ namespace torvi
 class TORVI_EXPORT Registry final : public ObjectInterface
 {
 public:
-	explicit Registry(const Id& id) : _id(id) { }
+	explicit Registry(const Id& id) : _id(id) {}
 	/// Drops the latest entry first.
 	~Registry() override;
 

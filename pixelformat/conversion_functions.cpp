@@ -92,12 +92,13 @@ ConvertPixelFunc CopyFunction(Int bytesPerPixel)
 }
 
 Result<ConvertPixelFunc> ComposeFunctions(const ConvertPixelFunc& toIntermediate, const ConvertPixelFunc& fromIntermediate,
-                                          BITS intermediateBits)
+										  BITS intermediateBits)
 {
-	TORVI_CHECK(intermediateBits <= INTERMEDIATE_MAXIMUM_BITS, IllegalArgumentError("An intermediate pixel has at most @ bits.", INTERMEDIATE_MAXIMUM_BITS));
+	TORVI_CHECK(intermediateBits <= INTERMEDIATE_MAXIMUM_BITS,
+				IllegalArgumentError("An intermediate pixel has at most @ bits.", INTERMEDIATE_MAXIMUM_BITS));
 	auto record = TORVI_TRY(NewObject<SharedRecord<Composition>>(Composition{toIntermediate, fromIntermediate, intermediateBits}));
 	return ConvertPixelFunc([record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32 flags)
-	                        { return record->GetValue().Run(destination, count, source, flags); });
+							{ return record->GetValue().Run(destination, count, source, flags); });
 }
 
 } // namespace torvi

@@ -84,15 +84,24 @@ auto WithValueType(ValueType type, Function&& function)
 {
 	switch (type)
 	{
-	case ValueType::U8: return function(UChar());
-	case ValueType::S8: return function(Char());
-	case ValueType::U16: return function(UInt16());
-	case ValueType::S16: return function(Int16());
-	case ValueType::U32: return function(UInt32());
-	case ValueType::S32: return function(Int32());
-	case ValueType::F16: return function(HalfFloat());
-	case ValueType::F32: return function(Float32());
-	default: return function(Float64());
+	case ValueType::U8:
+		return function(UChar());
+	case ValueType::S8:
+		return function(Char());
+	case ValueType::U16:
+		return function(UInt16());
+	case ValueType::S16:
+		return function(Int16());
+	case ValueType::U32:
+		return function(UInt32());
+	case ValueType::S32:
+		return function(Int32());
+	case ValueType::F16:
+		return function(HalfFloat());
+	case ValueType::F32:
+		return function(Float32());
+	default:
+		return function(Float64());
 	}
 }
 
@@ -140,7 +149,7 @@ String TextOf(const ChannelTypeInfo& info, std::string_view format)
 class ImageChannelImpl final : public ImageChannelInterface
 {
 public:
-	explicit ImageChannelImpl(const ChannelClassInfo& info) : _class(info) { }
+	explicit ImageChannelImpl(const ChannelClassInfo& info) : _class(info) {}
 
 	/// Called by the type that makes the channel.
 	void SetTypeInfo(const ChannelTypeInfo& info) { _typeInfo = &info; }
@@ -167,7 +176,7 @@ private:
 class ImageChannelTypeImpl final : public ImageChannelTypeInterface
 {
 public:
-	explicit ImageChannelTypeImpl(const ChannelTypeInfo& info) : _info(info) { }
+	explicit ImageChannelTypeImpl(const ChannelTypeInfo& info) : _info(info) {}
 
 	Result<void> InitObject() override
 	{

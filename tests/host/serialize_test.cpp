@@ -137,7 +137,8 @@ TEST(Serialize, ReaderVerifies)
 	DataSerializeReader reader(writer.GetBytes());
 	UInt32 other = 0;
 	EXPECT_EQ(reader.DescribeElement("_other", number).GetError().GetMessage(), "The stored member _other is needed, found _number.");
-	EXPECT_EQ(reader.DescribeElement("_number", other).GetError().GetMessage(), "The stored member _number is of type int32 in place of uint32.");
+	EXPECT_EQ(reader.DescribeElement("_number", other).GetError().GetMessage(),
+			  "The stored member _number is of type int32 in place of uint32.");
 	number = 0;
 	TORVI_MUST(reader.DescribeElement("_number", number)); // a failed element can be tried again
 	EXPECT_EQ(number, 5);
@@ -170,7 +171,12 @@ TEST(Serialize, AwkwardBytesNeverAllocateMuch)
 	const Array<Byte> bytes = Write(Everything());
 	static std::atomic<Int> s_largest;
 	s_largest = 0;
-	SetAllocationHook([](Int size) noexcept { s_largest = std::max(s_largest.load(), size); return true; });
+	SetAllocationHook(
+		[](Int size) noexcept
+		{
+			s_largest = std::max(s_largest.load(), size);
+			return true;
+		});
 	for (std::size_t i = 0; i < bytes.size(); ++i)
 	{
 		for (const Byte awkward : std::initializer_list<Byte>{0, 1, 127, 128, 255})
