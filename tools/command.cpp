@@ -67,8 +67,9 @@ int Report(const std::string& file, const Result<void>& result)
 
 Result<PixelFormat> ParsePixelFormat(const std::string& name)
 {
-	if (name.size() > 2 && name.front() == '{' && name.back() == '}')
-		return ParseDynamicFormat(std::string_view(name).substr(1, name.size() - 2));
+	const std::string channels = ShortId(name, PIXELFORMAT_PREFIX);
+	if (channels.size() > 2 && channels.front() == '{' && channels.back() == '}')
+		return ParseDynamicFormat(std::string_view(channels).substr(1, channels.size() - 2));
 	for (const std::string& id : {name, ToStd(PIXELFORMAT_PREFIX) + name})
 	{
 		if (PixelFormat format = GetPixelFormat(TORVI_TRY(InternId(id))))

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <unistd.h>
 
@@ -37,16 +38,27 @@ Result<Array<Byte>> ReadToEnd(const std::function<Result<Int>(Block<Byte>)>& rea
 	return bytes;
 }
 
-Result<Int> ReadSomeStandardInput(Block<Byte> block)
+Result<Int> ReadSome(int descriptor, const std::string& name, Block<Byte> block)
 {
 	for (;;)
 	{
 		TORVI_TRY(CheckInterrupt());
-		const ssize_t count = read(STDIN_FILENO, block.data(), block.size());
+		const ssize_t count = read(descriptor, block.data(), block.size());
 		if (count >= 0)
 			return count;
-		TORVI_CHECK(errno == EINTR, IoError("Standard input can not be read: @.", std::strerror(errno)));
+		TORVI_CHECK(errno == EINTR, IoError("\"@\" can not be read: @.", name, std::strerror(errno)));
 	}
+}
+
+/// A pipe is opened when somebody opens its other end; Url streams do not wait.
+Result<Array<Byte>> ReadPipe(const std::string& name)
+{
+	const int descriptor = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+	TORVI_TRY(CheckInterrupt());
+	TORVI_CHECK(descriptor >= 0, IoError("\"@\" can not be opened: @.", name, std::strerror(errno)));
+	Result<Array<Byte>> bytes = ReadToEnd([&](Block<Byte> block) { return ReadSome(descriptor, name, block); });
+	close(descriptor);
+	return bytes;
 }
 
 Result<void> WriteStandardOutput(Block<const Byte> bytes)
@@ -108,7 +120,9 @@ Result<Url> OpenInput(const std::string& name)
 Result<Array<Byte>> ReadInput(const std::string& name)
 {
 	if (IsStandardStream(name))
-		return ReadToEnd(&ReadSomeStandardInput);
+		return ReadToEnd([&](Block<Byte> block) { return ReadSome(STDIN_FILENO, "standard input", block); });
+	if (IsSpecialFile(name))
+		return ReadPipe(name);
 	const InputStreamRef stream = TORVI_TRY(TORVI_TRY(Url::FromSystemPath(name)).OpenInputStream());
 	return ReadToEnd([&](Block<Byte> block) { return stream->ReadEOS(block); });
 }

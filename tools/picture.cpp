@@ -239,7 +239,7 @@ Result<void> SavePicture(const ImageTextureRef& texture, const MediaOutputUrlRef
 	const auto session = TORVI_TRY(CreateObject<MediaSessionInterface>(ids::CLASS_MEDIASESSIONOBJECT));
 	TORVI_TRY(session->ConnectMediaConverter(input, exporter));
 	const ProgressRef progress = session->GetProgress();
-	TORVI_TRY(progress->InitProgress(0.1, 0.1));
+	TORVI_TRY(progress->InitProgress(0.0, 0.1));
 	TORVI_TRY(TORVI_TRY(progress->ObservableProgressNotification())->AddObserver(&WatchProgress));
 	Result<void> result = session->Convert(TimeValue(), MEDIASESSIONFLAGS::NONE);
 	Result<void> closed = session->Close(); // also after an error, which is the one that counts
