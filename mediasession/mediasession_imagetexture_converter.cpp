@@ -1,7 +1,6 @@
 // How textures reach the session: load and save, as the object that images ask for them.
 #include "host/module.h"
 #include "mediasession/mediasession_imagetexture_selection.h"
-#include "mediasession/mediasession_texture_export.h"
 #include "mediasession/registration.h"
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_fileformats.h"

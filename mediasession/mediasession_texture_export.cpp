@@ -1,7 +1,5 @@
 // The texture input: offers each image of a texture's tree as a stream whose pixels are read by the exporter, in the format that it asks for. Layers are
 // merged and colours converted by the image's own handlers while the exporter pulls.
-#include "mediasession/mediasession_texture_export.h"
-
 #include "host/module.h"
 #include "mediasession/media_converter_impl.h"
 #include "mediasession/mediasession_imagetexture_keys.h"
