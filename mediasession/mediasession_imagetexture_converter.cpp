@@ -15,12 +15,13 @@ class MediaTextureBridgeImpl final : public MediaTextureBridgeInterface
 {
 public:
 	Result<MediaSessionRef> Load(const ImageTextureRef& texture, const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags,
-	                             const ClassRef& storageClass, const LayerSet* layerSet) override;
-	Result<void> Save(const ImageTextureRef& texture, const MediaOutputUrlRef& output, MEDIASESSIONFLAGS flags, MediaSessionRef* session) override;
+								 const ClassRef& storageClass, const LayerSet* layerSet) override;
+	Result<void> Save(const ImageTextureRef& texture, const MediaOutputUrlRef& output, MEDIASESSIONFLAGS flags,
+					  MediaSessionRef* session) override;
 };
 
 Result<MediaSessionRef> LoadInto(const ImageTextureRef& texture, const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags,
-                                 const ClassRef& storageClass, const LayerSet* layerSet)
+								 const ClassRef& storageClass, const LayerSet* layerSet)
 {
 	TORVI_CHECK(texture, NullptrError());
 	const auto output = TORVI_TRY(CreateObject<MediaOutputTextureInterface>(ids::CLASS_MEDIAOUTPUTTEXTURE));
@@ -39,7 +40,7 @@ Result<MediaSessionRef> LoadInto(const ImageTextureRef& texture, const Url& url,
 }
 
 Result<MediaSessionRef> MediaTextureBridgeImpl::Load(const ImageTextureRef& texture, const Url& url, const TimeValue& targetTime,
-                                                     MEDIASESSIONFLAGS flags, const ClassRef& storageClass, const LayerSet* layerSet)
+													 MEDIASESSIONFLAGS flags, const ClassRef& storageClass, const LayerSet* layerSet)
 {
 	return NoThrow(
 		[&]() -> Result<MediaSessionRef>
@@ -61,7 +62,7 @@ Result<MediaSessionRef> ConnectExport(const ImageTextureRef& texture, const Medi
 }
 
 Result<void> MediaTextureBridgeImpl::Save(const ImageTextureRef& texture, const MediaOutputUrlRef& output, MEDIASESSIONFLAGS flags,
-                                          MediaSessionRef* session)
+										  MediaSessionRef* session)
 {
 	MediaSessionRef own = TORVI_TRY(ConnectExport(texture, output));
 	Result<void> result = own->Convert(TimeValue(), flags);

@@ -117,8 +117,8 @@ public:
 	virtual Result<void> SetOutputTexture(const ImageTextureRef& texture, const ClassRef& storageClass) = 0;
 };
 
-/// Offers the tree of a texture as streams, from which a file exporter pulls its lines: ids::CLASS_MEDIASTREAMEXPORTFROMIMAGETEXTURE. Connected
-/// to an exporter in a session, it saves as ImageTextureInterface::Save does, and the session's progress can be watched.
+/// Offers the tree of a texture as streams, from which a file exporter pulls its lines: ids::CLASS_MEDIASTREAMEXPORTFROMIMAGETEXTURE.
+/// Connected to an exporter in a session, it saves as ImageTextureInterface::Save does, and the session's progress can be watched.
 class TORVI_EXPORT MediaTextureExportInterface : public virtual MediaInputInterface
 {
 public:

@@ -1,5 +1,5 @@
-// Files into textures and textures into files, by importers and exporters that follow a script: what is built where, which streams are taken, which
-// importer gets the file, and that a saved tree is the one that was loaded.
+// Files into textures and textures into files, by importers and exporters that follow a script: what is built where, which streams are
+// taken, which importer gets the file, and that a saved tree is the one that was loaded.
 #include "tests/mediasession/texturebridge_fixture.h"
 
 #include "host/crashreport.h"
@@ -205,8 +205,10 @@ TEST_F(TextureBridge, FilesKeepTheirSavingOptions)
 		{
 			const auto exporter = TORVI_MUST(NewObject<TestExporter>());
 			ASSERT_EQ(ErrorOf(_texture->Save(exporter, MEDIASESSIONFLAGS::NONE, nullptr)), "");
-			EXPECT_EQ(exporter->_seen.at(0)._format->GetOr<DataDictionary>(ids::MEDIAFORMAT_EXPORTSETTINGS, {}).GetOr<Float64>(ids::EXPORT_QUALITY, -1.0),
-			          test.quality);
+			EXPECT_EQ(exporter->_seen.at(0)
+						  ._format->GetOr<DataDictionary>(ids::MEDIAFORMAT_EXPORTSETTINGS, {})
+						  .GetOr<Float64>(ids::EXPORT_QUALITY, -1.0),
+					  test.quality);
 		}
 	}
 }
@@ -331,8 +333,8 @@ protected:
 TEST_F(Selection, ALayerOfARefusedParentHangsInTheTexture)
 {
 	ASSERT_EQ(ErrorOf(Import([](const std::string& name)
-	                         { return name == "layer" ? MediaOutputSelectionResult::SELECTALL : MediaOutputSelectionResult::SELECTNONE; })),
-	          "");
+							 { return name == "layer" ? MediaOutputSelectionResult::SELECTALL : MediaOutputSelectionResult::SELECTNONE; })),
+			  "");
 	ASSERT_EQ(GetImages().size(), 1u);
 	EXPECT_EQ(NameOf(GetImages()[0]), "layer");
 	EXPECT_EQ(ReadOwnBytes(GetImages()[0]), PushedPixels(6, 2));
@@ -384,13 +386,14 @@ TEST_F(Selection, WrongKeysEndTheLoad)
 	};
 	const Case cases[] = {
 		{"no width", [](const MediaStreamFormat& format) { return format->EraseData(ids::MEDIAFORMAT_WIDTH); }, errorids::KEYNOTFOUND},
-		{"no pixel format", [](const MediaStreamFormat& format) { return format->EraseData(ids::MEDIAFORMAT_PIXELFORMAT); }, errorids::KEYNOTFOUND},
+		{"no pixel format", [](const MediaStreamFormat& format) { return format->EraseData(ids::MEDIAFORMAT_PIXELFORMAT); },
+		 errorids::KEYNOTFOUND},
 		{"a null pixel format", [](const MediaStreamFormat& format) { return format->Set<PixelFormat>(ids::MEDIAFORMAT_PIXELFORMAT, {}); },
-	     errorids::NULLPTR},
+		 errorids::NULLPTR},
 		{"a name of another type", [](const MediaStreamFormat& format) { return format->Set<Int>(ids::MEDIAFORMAT_STREAMNAME, 1); },
-	     errorids::WRONGDATATYPE},
+		 errorids::WRONGDATATYPE},
 		{"a hot spot of another type", [](const MediaStreamFormat& format) { return format->Set<Float64>(ids::MEDIAFORMAT_HOTSPOTY, 1.0); },
-	     errorids::WRONGDATATYPE},
+		 errorids::WRONGDATATYPE},
 	};
 	for (const Case& test : cases)
 	{
