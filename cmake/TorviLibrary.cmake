@@ -11,7 +11,11 @@ target_compile_features(torvi_image PUBLIC cxx_std_20)
 target_link_libraries(torvi_image PRIVATE torvi_flags ${all_objects} PNG::PNG)
 # libpng stays a needed library even where nothing calls it: hosts look its functions up through our handle.
 target_link_options(torvi_image PRIVATE LINKER:--no-as-needed $<$<CXX_COMPILER_ID:GNU>:LINKER:-z,defs>)
+# Hidden visibility does not reach the templates of the C++ library that our code instantiates.
+set(export_map ${CMAKE_CURRENT_LIST_DIR}/exports.map)
+target_link_options(torvi_image PRIVATE LINKER:--version-script=${export_map})
 set_target_properties(torvi_image PROPERTIES
+	LINK_DEPENDS ${export_map}
 	VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
 	VERIFY_INTERFACE_HEADER_SETS ON)
 

@@ -107,7 +107,9 @@ Result<ColorProfile> MakeBuiltInProfile(const BuiltInProfile& row)
 	const Bool isComplete = handle && WriteText(handle, cmsSigProfileDescriptionTag, row._description) &&
 							WriteText(handle, cmsSigCopyrightTag, L"No copyright, use freely");
 	TORVI_CHECK(isComplete && !watch.HasFailed(), OutOfMemoryError());
-	Array<Byte> bytes = TORVI_TRY(WriteIccProfile(handle, UINT32_MAX));
+	Result<Array<Byte>> written = WriteIccProfile(handle, UINT32_MAX);
+	TORVI_CHECK(written.IsOk() && !watch.HasFailed(), OutOfMemoryError());
+	Array<Byte> bytes = written.TakeValue();
 	SetFixedDate(bytes);
 	const UInt32 crc = Crc32c(bytes);
 	return ColorProfile(GetProfileMap().FindOrInsert(TORVI_TRY(MakeIccRecord(std::move(handle), std::move(bytes), crc))));

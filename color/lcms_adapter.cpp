@@ -216,13 +216,15 @@ Result<Array<Byte>> WriteIccProfile(const IccProfile& profile, Int maximumSize)
 Result<Array<Byte>> ReadIccStream(const InputStreamRef& stream)
 {
 	const Int length = TORVI_TRY(stream->GetStreamLength());
+	const LcmsMemoryWatch watch;
 	StreamHandler handler(stream, length);
 	const IccProfile profile(cmsOpenProfileFromIOhandlerTHR(nullptr, &handler));
 	Result<Array<Byte>> bytes = MediaSessionWrongTypeError("The stream holds no color profile.");
 	if (profile)
-		bytes = WriteIccProfile(profile, 2 * length + 65536);
+		bytes = WriteIccProfile(profile, 2 * std::min<Int>(length, UINT32_MAX) + 65536);
 	if (Error error = handler.TakeError())
 		return error;
+	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	return bytes;
 }
 

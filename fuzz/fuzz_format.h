@@ -64,8 +64,8 @@ inline int RunFormat(const Byte* data, std::size_t size, const Id& fileFormat, c
 } // namespace torvi::fuzz
 
 /// A whole target in one line: the ids of the file format and of its exporter, which may be empty.
-#define TORVI_FUZZ_FORMAT(fileFormat, exporter)                                                                                          \
-	extern "C" int LLVMFuzzerTestOneInput(const torvi::Byte* data, std::size_t size)                                                     \
-	{                                                                                                                                    \
-		return torvi::fuzz::RunFormat(data, size, fileFormat, exporter);                                                                 \
+#define TORVI_FUZZ_FORMAT(fileFormat, exporter)                                                                                            \
+	extern "C" int LLVMFuzzerTestOneInput(const torvi::Byte* data, std::size_t size)                                                       \
+	{                                                                                                                                      \
+		return torvi::fuzz::RunFormat(data, size, fileFormat, exporter);                                                                   \
 	}

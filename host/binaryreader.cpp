@@ -13,7 +13,7 @@ namespace
 constexpr Int WINDOW_SIZE = 65536;
 constexpr Int FIRST_ARRAY_STEP = 1 << 20; ///< where the length is unknown, arrays grow from here as data arrives
 
-Error ClosedReaderError(std::source_location location = std::source_location::current())
+Error ClosedReaderError(SourceLocation location = SourceLocation::current())
 {
 	return IllegalStateError(ErrorMessage("The reader has no stream.", location));
 }

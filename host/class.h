@@ -18,7 +18,7 @@ class TORVI_EXPORT Class final : public ObjectInterface
 {
 public:
 	/// A class that is not finished; `base` may be null. Use NewObject<Class>.
-	Class(const Id& id, Ref<Class> base) : _id(id), _base(std::move(base)) { }
+	Class(const Id& id, Ref<Class> base) : _id(id), _base(std::move(base)) {}
 
 	/// Adds the component that follows the base's and the earlier ones. Illegal-state error after Finalize.
 	Result<void> AddComponent(const ClassComponent& component);

@@ -1,9 +1,8 @@
-// The facts of the running work, and the debug log.
+// The facts of the running work.
 #include "host/crashreport.h"
 
 #include "host/result.h"
 
-#include <atomic>
 #include <mutex>
 
 namespace torvi
@@ -23,8 +22,6 @@ Properties& GetProperties()
 	static Properties properties;
 	return properties;
 }
-
-std::atomic<DebugLog::Sink> s_sink{nullptr};
 
 } // namespace
 
@@ -48,17 +45,6 @@ String CrashReportServices::GetProperty(std::string_view name)
 	const std::lock_guard guard(properties._lock);
 	const auto found = properties._values.find(MakeString(name));
 	return found != properties._values.end() ? found->second : String();
-}
-
-DebugLog::Sink DebugLog::SetSink(Sink sink) noexcept
-{
-	return s_sink.exchange(sink, std::memory_order_acq_rel);
-}
-
-void DebugLog::Write(std::string_view text) noexcept
-{
-	if (const Sink sink = s_sink.load(std::memory_order_acquire))
-		sink(text);
 }
 
 } // namespace torvi

@@ -82,7 +82,8 @@ std::optional<To> ConvertToNumber(const Data& data)
 	if (const String* text = data.GetPtr<String>())
 		result = ParseNumber<To>(*text);
 	else
-		VisitNumber(data, [&](auto value) { result = ConvertNumber<To>(value); }, Numbers());
+		VisitNumber(
+			data, [&](auto value) { result = ConvertNumber<To>(value); }, Numbers());
 	return result;
 }
 
@@ -170,8 +171,8 @@ void DataDictionary::EraseData(const InternedId& key) noexcept
 Bool operator==(const DataDictionary& a, const DataDictionary& b)
 {
 	return a._entries.size() == b._entries.size() && std::ranges::all_of(a._entries,
-	                                                                     [&](const DataDictionary::Entry& entry)
-	                                                                     {
+																		 [&](const DataDictionary::Entry& entry)
+																		 {
 																			 const Data* other = b.FindData(entry._key);
 																			 return other != nullptr && *other == entry._value;
 																		 });

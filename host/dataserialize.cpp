@@ -1,7 +1,8 @@
-// The stored form of values. Numbers stand in their own size, floats by their bits; texts and arrays fill the length of their element; each text
-// of an array stands behind its length in 64 bits.
+// The stored form of values. Numbers stand in their own size, floats by their bits; texts and arrays fill the length of their element; each
+// text of an array stands behind its length in 64 bits.
 #include "host/dataserialize.h"
 
+#include "host/halffloat_datatype.h"
 #include "host/registry.h"
 
 #include <algorithm>
@@ -14,12 +15,14 @@ namespace
 {
 
 template <class T>
-concept IsNumber = std::is_arithmetic_v<T>;
+concept IsNumber = std::is_arithmetic_v<T> || std::is_same_v<T, HalfFloat>;
 
 template <IsNumber T>
 UInt64 BitsOf(T value) noexcept
 {
-	if constexpr (std::is_same_v<T, Float32>)
+	if constexpr (std::is_same_v<T, HalfFloat>)
+		return value.GetBits();
+	else if constexpr (std::is_same_v<T, Float32>)
 		return std::bit_cast<UInt32>(value);
 	else if constexpr (std::is_same_v<T, Float64>)
 		return std::bit_cast<UInt64>(value);
@@ -30,7 +33,9 @@ UInt64 BitsOf(T value) noexcept
 template <IsNumber T>
 T NumberOf(UInt64 bits) noexcept
 {
-	if constexpr (std::is_same_v<T, Float32>)
+	if constexpr (std::is_same_v<T, HalfFloat>)
+		return HalfFloat::FromBits(static_cast<UInt16>(bits));
+	else if constexpr (std::is_same_v<T, Float32>)
 		return std::bit_cast<Float32>(static_cast<UInt32>(bits));
 	else if constexpr (std::is_same_v<T, Float64>)
 		return std::bit_cast<Float64>(bits);
@@ -165,7 +170,7 @@ template <class T>
 constexpr StoredType MakeStoredType()
 {
 	return {GetDataType<T>(), [](Array<Byte>& bytes, const void* value) { Append(bytes, *static_cast<const T*>(value)); },
-	        [](Block<const Byte> bytes, void* value) { return Parse(bytes, *static_cast<T*>(value)); }};
+			[](Block<const Byte> bytes, void* value) { return Parse(bytes, *static_cast<T*>(value)); }};
 }
 
 template <class... T>
@@ -174,8 +179,8 @@ constexpr std::array<StoredType, sizeof...(T)> MakeStoredTypes()
 	return {MakeStoredType<T>()...};
 }
 
-constexpr auto STORED_TYPES = MakeStoredTypes<Bool, Char, UChar, Int16, UInt16, Int32, UInt32, Int64, UInt64, Float32, Float64, String, Id,
-                                              Array<Byte>, Array<Char>, Array<Int64>, Array<String>>();
+constexpr auto STORED_TYPES = MakeStoredTypes<Bool, Char, UChar, Int16, UInt16, Int32, UInt32, Int64, UInt64, HalfFloat, Float32, Float64,
+											  String, Id, Array<Byte>, Array<Char>, Array<Int64>, Array<String>>();
 
 const StoredType* FindStoredType(DataType type) noexcept
 {
@@ -186,7 +191,7 @@ const StoredType* FindStoredType(DataType type) noexcept
 Result<void> CheckIsStored(DataType type, const StoredType* stored)
 {
 	TORVI_CHECK(stored != nullptr || (type && type.GetRecord()._describe != nullptr),
-	            UnregisteredDataTypeError("Values of the data type @ are not stored.", type.GetId()));
+				UnregisteredDataTypeError("Values of the data type @ are not stored.", type.GetId()));
 	return OK;
 }
 
@@ -209,7 +214,7 @@ Result<Block<const Byte>> ReadElement(ByteReader& reader, std::string_view name,
 	TORVI_CHECK(storedName == name, IllegalStateError("The stored member @ is needed, found @.", name, storedName));
 	const std::string_view storedType = TORVI_TRY(ReadLabel(reader));
 	TORVI_CHECK(storedType == type.GetId().GetText(),
-	            IllegalStateError("The stored member @ is of type @ in place of @.", name, storedType, type.GetId()));
+				IllegalStateError("The stored member @ is of type @ in place of @.", name, storedType, type.GetId()));
 	const UInt64 length = TORVI_TRY(reader.ReadUInt64());
 	return TakeBlock(reader, length);
 }

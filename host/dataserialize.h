@@ -1,6 +1,6 @@
 // Reading and writing of values member by member. A class lists its members once, in DescribeIO, for both directions. The stored form is a
-// sequence of elements, little-endian: the name and the id of the type, each behind its length in 32 bits, the length of the value in 64 bits, and
-// the value. So a reader finds out about members that are missing or of another type. References to objects are not stored.
+// sequence of elements, little-endian: the name and the id of the type, each behind its length in 32 bits, the length of the value in 64
+// bits, and the value. So a reader finds out about members that are missing or of another type. References to objects are not stored.
 #pragma once
 
 #include "host/binaryreader.h"
@@ -30,8 +30,8 @@ public:
 	}
 };
 
-/// Writes to memory. Stored directly: all numbers, Bool, String, Id, arrays of Byte, Char, Int64 and String. A failed element leaves the bytes as
-/// they were.
+/// Writes to memory. Stored directly: all numbers, Bool, String, Id, arrays of Byte, Char, Int64 and String. A failed element leaves the
+/// bytes as they were.
 class TORVI_EXPORT DataSerializeWriter final : public DataSerialize
 {
 public:
@@ -45,12 +45,12 @@ private:
 	Array<Byte> _bytes;
 };
 
-/// Reads what the writer wrote, in the same order. It owns nothing and allocates no more than a small multiple of the bytes, whatever they hold.
-/// After a failed element it stands in front of it; a value with a DescribeIO may have been read in part.
+/// Reads what the writer wrote, in the same order. It owns nothing and allocates no more than a small multiple of the bytes, whatever they
+/// hold. After a failed element it stands in front of it; a value with a DescribeIO may have been read in part.
 class TORVI_EXPORT DataSerializeReader final : public DataSerialize
 {
 public:
-	explicit DataSerializeReader(Block<const Byte> bytes) : _reader(bytes) { }
+	explicit DataSerializeReader(Block<const Byte> bytes) : _reader(bytes) {}
 
 	Bool IsReading() const noexcept override { return true; }
 	using DataSerialize::DescribeElement;

@@ -18,10 +18,10 @@ struct DataTypeRecord
 	Id _id;
 	std::size_t _size;
 	std::size_t _alignment;
-	void (*_construct)(void* value);                               ///< all fields 0
+	void (*_construct)(void* value); ///< all fields 0
 	void (*_destruct)(void* value) noexcept;
-	void (*_copy)(const void* from, void* to);                     ///< into room for one
-	void (*_move)(void* from, void* to) noexcept;                  ///< into room for one; the source stays to be destructed
+	void (*_copy)(const void* from, void* to);    ///< into room for one
+	void (*_move)(void* from, void* to) noexcept; ///< into room for one; the source stays to be destructed
 	Bool (*_isEqual)(const void* a, const void* b);
 	std::partial_ordering (*_compare)(const void* a, const void* b); ///< unordered where the type has no order
 	UInt64 (*_hash)(const void* value);
@@ -34,7 +34,7 @@ class DataType
 {
 public:
 	constexpr DataType() noexcept = default;
-	explicit constexpr DataType(const DataTypeRecord& record) noexcept : _record(&record) { }
+	explicit constexpr DataType(const DataTypeRecord& record) noexcept : _record(&record) {}
 
 	constexpr explicit operator bool() const noexcept { return _record != nullptr; }
 	constexpr Id GetId() const noexcept { return _record != nullptr ? _record->_id : Id(); }
@@ -55,15 +55,26 @@ namespace detail
 {
 
 template <class T>
-concept HasDescribeIO = requires(T& value, DataSerialize& serializer) { value.DescribeIO(serializer); };
+concept HasDescribeIO = requires(T& value, DataSerialize& serializer)
+{
+	value.DescribeIO(serializer);
+};
 
 template <class T>
-concept IsArray = requires { typename T::value_type; } && std::is_same_v<T, Array<typename T::value_type>>;
+concept IsArray = requires
+{
+	typename T::value_type;
+}
+&&std::is_same_v<T, Array<typename T::value_type>>;
 
 template <class T>
 UInt64 HashValue(const T& value)
 {
-	if constexpr (requires { { value.GetHashCode() } -> std::convertible_to<UInt64>; })
+	if constexpr (requires {
+					  {
+						  value.GetHashCode()
+						  } -> std::convertible_to<UInt64>;
+				  })
 		return value.GetHashCode();
 	else if constexpr (IsArray<T>)
 	{
@@ -115,7 +126,8 @@ constexpr DataTypeRecord MakeDataTypeRecord()
 		if constexpr (std::three_way_comparable<T, std::partial_ordering>)
 			return *static_cast<const T*>(a) <=> *static_cast<const T*>(b);
 		else
-			return *static_cast<const T*>(a) == *static_cast<const T*>(b) ? std::partial_ordering::equivalent : std::partial_ordering::unordered;
+			return *static_cast<const T*>(a) == *static_cast<const T*>(b) ? std::partial_ordering::equivalent
+																		  : std::partial_ordering::unordered;
 	};
 	record._hash = [](const void* value) { return HashValue(*static_cast<const T*>(value)); };
 	record._toString = [](const void* value, std::string_view format) { return TextOfValue(*static_cast<const T*>(value), format); };
@@ -139,11 +151,11 @@ constexpr DataType GetDataType()
 } // namespace torvi
 
 /// Gives a type its data type id. At global scope, in the header that declares the type.
-#define TORVI_DATATYPE(Type, id)                                                                                                         \
-	template <>                                                                                                                          \
-	struct torvi::DataTypeTraits<Type>                                                                                                   \
-	{                                                                                                                                    \
-		static constexpr torvi::Id ID = id;                                                                                              \
+#define TORVI_DATATYPE(Type, id)                                                                                                           \
+	template <>                                                                                                                            \
+	struct torvi::DataTypeTraits<Type>                                                                                                     \
+	{                                                                                                                                      \
+		static constexpr torvi::Id ID = id;                                                                                                \
 	};
 
 TORVI_DATATYPE(torvi::Bool, "bool")

@@ -23,11 +23,12 @@ public:
 
 	/// Unset.
 	Delegate() noexcept = default;
-	Delegate(std::nullptr_t) noexcept { }
+	Delegate(std::nullptr_t) noexcept {}
 
 	template <class F>
-		requires(!std::is_same_v<std::remove_cvref_t<F>, Delegate> && std::is_invocable_r_v<R, std::remove_cvref_t<F>&, Arguments...>)
-	Delegate(F&& function) noexcept
+	requires(!std::is_same_v<std::remove_cvref_t<F>, Delegate> && std::is_invocable_r_v<R, std::remove_cvref_t<F>&, Arguments...>)
+		Delegate(F&& function)
+	noexcept
 	{
 		using Closure = std::remove_cvref_t<F>;
 		static_assert(sizeof(Closure) <= CAPACITY, "capture a reference to shared state instead");

@@ -17,7 +17,7 @@ namespace
 
 using Json = nlohmann::basic_json<nlohmann::ordered_map, std::vector, String, bool, Int64, UInt64, double, HostAllocator>;
 
-Error UnreadableError(const Url& url, std::string_view reason, std::source_location location = std::source_location::current())
+Error UnreadableError(const Url& url, std::string_view reason, SourceLocation location = SourceLocation::current())
 {
 	return FileFormatError(ErrorMessage("The data descriptions of @ can not be read: @", location), url, reason);
 }

@@ -146,7 +146,7 @@ String Error::ToString(std::string_view) const
 	String text;
 	for (const Error* error = this; *error; error = &error->GetCause())
 		text += Format("@@: @ (@:@)", text.empty() ? "" : " <- ", error->GetId(), error->GetMessage(), error->GetLocation().file_name(),
-		               error->GetLocation().line());
+					   error->GetLocation().line());
 	return text;
 }
 

@@ -34,10 +34,7 @@ inline constexpr Id WRONGDATATYPE = "net.torvi.error.wrongdatatype";
 /// A message text together with the place in the source that it was written at.
 struct ErrorMessage
 {
-	ErrorMessage(const char* text = "", SourceLocation location = SourceLocation::current())
-		: _text(text), _location(location)
-	{
-	}
+	ErrorMessage(const char* text = "", SourceLocation location = SourceLocation::current()) : _text(text), _location(location) {}
 
 	const char* _text;
 	SourceLocation _location;
@@ -86,7 +83,7 @@ public:
 
 private:
 	struct Record;
-	explicit Error(Record* record) noexcept : _record(record) { }
+	explicit Error(Record* record) noexcept : _record(record) {}
 	TORVI_EXPORT void Release() noexcept;
 
 	Record* _record = nullptr;
@@ -119,15 +116,15 @@ Error MakeError(const Id& id, const ErrorMessage& message, const Arguments&... a
 } // namespace detail
 
 // One maker per id: Name("A text with @ and @{x}.", values...). A default argument of its own keeps the caller's location.
-#define TORVI_ERROR_MAKER(Name, id)                                                                                                      \
-	inline Error Name(ErrorMessage message = ErrorMessage("", SourceLocation::current())) noexcept                                 \
-	{                                                                                                                                    \
-		return ::torvi::detail::MakeError(id, message);                                                                                  \
-	}                                                                                                                                    \
-	template <class First, class... Rest>                                                                                                \
-	Error Name(ErrorMessage message, const First& first, const Rest&... rest) noexcept                                                   \
-	{                                                                                                                                    \
-		return ::torvi::detail::MakeError(id, message, first, rest...);                                                                  \
+#define TORVI_ERROR_MAKER(Name, id)                                                                                                        \
+	inline Error Name(ErrorMessage message = ErrorMessage("", SourceLocation::current())) noexcept                                         \
+	{                                                                                                                                      \
+		return ::torvi::detail::MakeError(id, message);                                                                                    \
+	}                                                                                                                                      \
+	template <class First, class... Rest>                                                                                                  \
+	Error Name(ErrorMessage message, const First& first, const Rest&... rest) noexcept                                                     \
+	{                                                                                                                                      \
+		return ::torvi::detail::MakeError(id, message, first, rest...);                                                                    \
 	}
 
 TORVI_ERROR_MAKER(IllegalArgumentError, errorids::ILLEGALARGUMENT)

@@ -172,7 +172,7 @@ private:
 		return RetryInterrupted([&]() { return write(_descriptor, block.data(), block.size()); });
 	}
 
-	Error SystemFailure(const char* text, int code, std::source_location location = std::source_location::current()) const
+	Error SystemFailure(const char* text, int code, SourceLocation location = SourceLocation::current()) const
 	{
 		return IoError(ErrorMessage(text, location), _path, std::generic_category().message(code));
 	}

@@ -71,8 +71,8 @@ struct TORVI_EXPORT DrawRect
 using DrawRectInt = DrawRect<Int>;
 using DrawRectFloat = DrawRect<Float>;
 
-/// A rectangle of pixels by its corners, all four inclusive; it is empty if x1 > x2 or y1 > y2. A new one is all 0 and so covers the pixel (0, 0):
-/// a region that grows starts from MakeEmpty. Text "(x1,y1,x2,y2)".
+/// A rectangle of pixels by its corners, all four inclusive; it is empty if x1 > x2 or y1 > y2. A new one is all 0 and so covers the pixel
+/// (0, 0): a region that grows starts from MakeEmpty. Text "(x1,y1,x2,y2)".
 struct TORVI_EXPORT UpdateRegion
 {
 	Int x1 = 0;

@@ -48,10 +48,7 @@ struct TORVI_EXPORT DrawVolume
 	DrawDimension3d<T> size;
 
 	friend constexpr Bool operator==(const DrawVolume&, const DrawVolume&) = default;
-	UInt64 GetHashCode() const
-	{
-		return detail::HashFields(position.x, position.y, position.z, size.width, size.height, size.depth);
-	}
+	UInt64 GetHashCode() const { return detail::HashFields(position.x, position.y, position.z, size.width, size.height, size.depth); }
 	String ToString(std::string_view = {}) const { return Format("(@, @)", position, size); }
 	Result<void> DescribeIO(DataSerialize& serializer);
 };

@@ -91,7 +91,8 @@ HierarchyObjectRef HierarchyObjectImpl::GetParent() const
 
 HierarchyObjectRef HierarchyObjectImpl::FindChild(Int first, Int32 branch) const noexcept
 {
-	const auto found = std::find_if(_children.begin() + first, _children.end(), [&](const ImplRef& child) { return child->_branch == branch; });
+	const auto found =
+		std::find_if(_children.begin() + first, _children.end(), [&](const ImplRef& child) { return child->_branch == branch; });
 	return found != _children.end() ? HierarchyObjectRef(*found) : HierarchyObjectRef();
 }
 

@@ -13,8 +13,8 @@ using HierarchyObjectRef = Ref<HierarchyObjectInterface>;
 class TORVI_EXPORT HierarchyObjectInterface : public virtual ObjectInterface
 {
 public:
-	/// Hangs this object in the tree before `next`, under next's parent and branch. Leaves an earlier parent first. Illegal-argument error if next is
-	/// null or has no parent, or if this object is next or one of its ancestors.
+	/// Hangs this object in the tree before `next`, under next's parent and branch. Leaves an earlier parent first. Illegal-argument error
+	/// if next is null or has no parent, or if this object is next or one of its ancestors.
 	virtual Result<void> InsertBefore(const HierarchyObjectRef& next) = 0;
 	/// Hangs this object behind all children of `parent`. The same errors.
 	virtual Result<void> InsertAsLastChildOf(const HierarchyObjectRef& parent, Int32 branch) = 0;
@@ -41,7 +41,7 @@ class TORVI_EXPORT HierarchyObjectImpl : public virtual HierarchyObjectInterface
 {
 public:
 	HierarchyObjectImpl() = default;
-	HierarchyObjectImpl(const HierarchyObjectImpl& other) noexcept : ObjectInterface(other), HierarchyObjectInterface(other) { }
+	HierarchyObjectImpl(const HierarchyObjectImpl& other) noexcept : ObjectInterface(other), HierarchyObjectInterface(other) {}
 	~HierarchyObjectImpl() override;
 
 	Result<void> InsertBefore(const HierarchyObjectRef& next) override;
@@ -66,9 +66,9 @@ private:
 
 	WeakRef<HierarchyObjectImpl> _parent;
 	Int32 _branch = 0;
-	Int _index = 0;            ///< of this object in the parent's children
-	Array<ImplRef> _children;  ///< of all branches, in order
-	ImplRef _nextOrphan;       ///< links the objects whose parents are gone, while a tree ends
+	Int _index = 0;           ///< of this object in the parent's children
+	Array<ImplRef> _children; ///< of all branches, in order
+	ImplRef _nextOrphan;      ///< links the objects whose parents are gone, while a tree ends
 };
 
 } // namespace torvi

@@ -27,14 +27,11 @@ public:
 	constexpr UInt64 GetHashCode() const noexcept { return _hash; }
 	constexpr Bool IsEmpty() const noexcept { return _length == 0; }
 
-	friend constexpr Bool operator==(const Id& a, const Id& b) noexcept
-	{
-		return a._hash == b._hash && a.GetText() == b.GetText();
-	}
+	friend constexpr Bool operator==(const Id& a, const Id& b) noexcept { return a._hash == b._hash && a.GetText() == b.GetText(); }
 
 private:
 	friend class IdTable;
-	constexpr Id(const char* text, std::size_t length) : _text(text), _length(length), _hash(HashText(text, length)) { }
+	constexpr Id(const char* text, std::size_t length) : _text(text), _length(length), _hash(HashText(text, length)) {}
 
 	const char* _text = "";
 	std::size_t _length = 0;

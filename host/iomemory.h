@@ -13,7 +13,7 @@ public:
 	/// Empty, to be written.
 	IoMemory() = default;
 	/// Takes the bytes over. Make it with NewObject<IoMemory>.
-	explicit IoMemory(Array<Byte> bytes) : _bytes(std::move(bytes)) { }
+	explicit IoMemory(Array<Byte> bytes) : _bytes(std::move(bytes)) {}
 
 	/// The Url "memory:name"; it keeps this object alive.
 	Result<Url> GetUrl(std::string_view name = "memory");

@@ -117,7 +117,7 @@ protected:
 class PoolQueue final : public QueueBase
 {
 public:
-	explicit PoolQueue(Int threadCount) : _threadCount(threadCount) { }
+	explicit PoolQueue(Int threadCount) : _threadCount(threadCount) {}
 	~PoolQueue() override { PoolQueue::End(); }
 
 	void End() noexcept override
@@ -207,7 +207,7 @@ Queues& GetQueues()
 }
 
 template <class T, class... Arguments>
-Result<JobQueueRef> FindOrMake(Ref<T> Queues::* member, Arguments... arguments)
+Result<JobQueueRef> FindOrMake(Ref<T> Queues::*member, Arguments... arguments)
 {
 	Queues& queues = GetQueues();
 	const std::lock_guard guard(queues._lock);
@@ -218,7 +218,7 @@ Result<JobQueueRef> FindOrMake(Ref<T> Queues::* member, Arguments... arguments)
 }
 
 template <class T>
-void EndQueue(Ref<T> Queues::* member) noexcept
+void EndQueue(Ref<T> Queues::*member) noexcept
 {
 	Queues& queues = GetQueues();
 	const Ref<T> queue = Serialize(queues._lock, [&]() { return std::exchange(queues.*member, nullptr); });
@@ -377,7 +377,14 @@ Result<void> JobGroup::EnqueueGroupAndWait(const JobQueueRef& queue)
 	for (Int i = 0; i < tickets; ++i)
 	{
 		// A queue that takes no ticket costs speed only: the work is done here then.
-		if (!queue->Enqueue([state = _state]() -> Result<void> { state->RunJobs(); return OK; }).IsOk())
+		if (!queue
+				 ->Enqueue(
+					 [state = _state]() -> Result<void>
+					 {
+						 state->RunJobs();
+						 return OK;
+					 })
+				 .IsOk())
 			break;
 	}
 	return _state->WaitAndTakeError();

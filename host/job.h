@@ -20,8 +20,8 @@ TORVI_EXPORT Bool IsCurrentJobCancelled() noexcept;
 class TORVI_EXPORT JobQueueInterface : public virtual ObjectInterface
 {
 public:
-	/// Runs a function on a thread of the queue. Nobody hears of its error: what matters goes into a group. Illegal-argument error for an unset
-	/// function, illegal-state error after the end of the queue, system error if no thread can be started.
+	/// Runs a function on a thread of the queue. Nobody hears of its error: what matters goes into a group. Illegal-argument error for an
+	/// unset function, illegal-state error after the end of the queue, system error if no thread can be started.
 	virtual Result<void> Enqueue(JobFunction function) = 0;
 };
 
@@ -53,8 +53,8 @@ public:
 
 	/// Adds a job that has not started; a job of the group may add further ones.
 	Result<void> Add(JobFunction function);
-	/// Runs all jobs on the queue and on this thread, and waits for them; gives the first error, else the operation-cancelled error if a cancel kept
-	/// a job from starting. May be called from inside a job; one call at a time. Null-pointer error without a queue.
+	/// Runs all jobs on the queue and on this thread, and waits for them; gives the first error, else the operation-cancelled error if a
+	/// cancel kept a job from starting. May be called from inside a job; one call at a time. Null-pointer error without a queue.
 	Result<void> EnqueueGroupAndWait(const JobQueueRef& queue);
 	/// Asks the jobs to end; those that have not started do not start. Any thread.
 	void Cancel() noexcept;

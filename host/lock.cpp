@@ -15,7 +15,7 @@ void YieldProcessor()
 
 extern "C"
 {
-void (*g_CpuYieldDelegate)() = &YieldProcessor;
+	void (*g_CpuYieldDelegate)() = &YieldProcessor;
 }
 
 namespace torvi

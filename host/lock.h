@@ -18,7 +18,7 @@ class TORVI_EXPORT SpinLock
 public:
 	SpinLock() noexcept = default;
 	/// A copy of an object has a lock of its own.
-	SpinLock(const SpinLock&) noexcept { }
+	SpinLock(const SpinLock&) noexcept {}
 	SpinLock& operator=(const SpinLock&) noexcept { return *this; }
 
 	void lock() noexcept

@@ -2,6 +2,7 @@
 #include "host/module.h"
 
 #include "host/ids.h"
+#include "host/job.h"
 
 namespace torvi
 {
@@ -13,7 +14,7 @@ namespace
 class DataTypeObject final : public ObjectInterface
 {
 public:
-	explicit DataTypeObject(DataType type) : _type(type) { }
+	explicit DataTypeObject(DataType type) : _type(type) {}
 	DataType GetType() const noexcept { return _type; }
 	String ToString(std::string_view) const override { return MakeString(_type.GetId().GetText()); }
 
@@ -65,6 +66,7 @@ Result<void> Module::OnEnd(void (*function)())
 
 void Module::RunEnd() noexcept
 {
+	JobQueue::End(); // while jobs run, all that they use is there
 	while (!_atEnd.empty())
 	{
 		void (*const function)() = _atEnd.back();

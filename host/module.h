@@ -11,7 +11,7 @@ namespace torvi
 class TORVI_EXPORT Module
 {
 public:
-	explicit Module(HostServices& host) : _host(host) { }
+	explicit Module(HostServices& host) : _host(host) {}
 
 	HostServices& GetHost() const noexcept { return _host; }
 
@@ -38,8 +38,9 @@ public:
 	}
 	Result<void> AddDataType(DataType type);
 
-	/// Calls `function` when the module ends; the latest first.
+	/// Calls `function` when the module ends; the latest first. It must not throw, also not without memory.
 	Result<void> OnEnd(void (*function)());
+	/// Lets the jobs that run or wait come to their end, then calls the functions.
 	void RunEnd() noexcept;
 
 private:

@@ -34,18 +34,15 @@ class Ref
 {
 public:
 	constexpr Ref() noexcept = default;
-	constexpr Ref(std::nullptr_t) noexcept { }
+	constexpr Ref(std::nullptr_t) noexcept {}
 
 	/// A further reference to a living object; null gives the null reference.
 	explicit Ref(T* object) noexcept : _object(object) { AddReference(); }
 	Ref(const Ref& other) noexcept : _object(other._object) { AddReference(); }
-	Ref(Ref&& other) noexcept : _object(std::exchange(other._object, nullptr)) { }
+	Ref(Ref&& other) noexcept : _object(std::exchange(other._object, nullptr)) {}
 	template <class U>
-		requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
-	Ref(const Ref<U>& other) noexcept : _object(other.GetPointer())
-	{
-		AddReference();
-	}
+	requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>) Ref(const Ref<U>& other)
+	noexcept : _object(other.GetPointer()) { AddReference(); }
 	Ref& operator=(Ref other) noexcept
 	{
 		std::swap(_object, other._object);
@@ -91,7 +88,7 @@ class TORVI_EXPORT ObjectInterface
 {
 public:
 	ObjectInterface() noexcept = default;
-	ObjectInterface(const ObjectInterface&) noexcept { }
+	ObjectInterface(const ObjectInterface&) noexcept {}
 	ObjectInterface& operator=(const ObjectInterface&) = delete;
 	virtual ~ObjectInterface() = default;
 
@@ -205,13 +202,13 @@ public:
 		if (_control != nullptr)
 			_control->_weak.fetch_add(1, std::memory_order_relaxed);
 	}
-	WeakRef(const Ref<T>& reference) noexcept : WeakRef(reference.GetPointer()) { }
+	WeakRef(const Ref<T>& reference) noexcept : WeakRef(reference.GetPointer()) {}
 	WeakRef(const WeakRef& other) noexcept : _object(other._object), _control(other._control)
 	{
 		if (_control != nullptr)
 			_control->_weak.fetch_add(1, std::memory_order_relaxed);
 	}
-	WeakRef(WeakRef&& other) noexcept : _object(std::exchange(other._object, nullptr)), _control(std::exchange(other._control, nullptr)) { }
+	WeakRef(WeakRef&& other) noexcept : _object(std::exchange(other._object, nullptr)), _control(std::exchange(other._control, nullptr)) {}
 	WeakRef& operator=(WeakRef other) noexcept
 	{
 		std::swap(_object, other._object);
@@ -244,7 +241,7 @@ public:
 	CowRef() noexcept = default;
 	explicit CowRef(Ref<T> object) noexcept : _object(std::move(object)) { AddOwner(1); }
 	CowRef(const CowRef& other) noexcept : _object(other._object) { AddOwner(1); }
-	CowRef(CowRef&& other) noexcept : _object(std::move(other._object)) { }
+	CowRef(CowRef&& other) noexcept : _object(std::move(other._object)) {}
 	CowRef& operator=(CowRef other) noexcept
 	{
 		std::swap(_object, other._object);
@@ -257,8 +254,8 @@ public:
 	explicit operator bool() const noexcept { return static_cast<bool>(_object); }
 	Bool IsShared() const noexcept { return _object && _object->GetControl()._owners.load(std::memory_order_acquire) > 1; }
 
-	/// The object for writing; a shared one is replaced by its CloneObject first. A null reference gives a null-pointer error. On failure the
-	/// reference keeps what it had. One thread at a time for one reference.
+	/// The object for writing; a shared one is replaced by its CloneObject first. A null reference gives a null-pointer error. On failure
+	/// the reference keeps what it had. One thread at a time for one reference.
 	Result<Ref<T>> MakeWritable()
 	{
 		TORVI_CHECK(_object, NullptrError());

@@ -1,5 +1,5 @@
-// Observables: lists of delegates that are called one after another. All observers are called, also after one has failed; the first error is what
-// Notify gives. Observers may be added and removed while a notification runs; that shows from the next one on.
+// Observables: lists of delegates that are called one after another. All observers are called, also after one has failed; the first error
+// is what Notify gives. Observers may be added and removed while a notification runs; that shows from the next one on.
 #pragma once
 
 #include "host/delegate.h"

@@ -76,7 +76,8 @@ Bool ProgressImpl::IsNotificationDue() noexcept
 
 Result<void> ProgressImpl::CheckBreak() const
 {
-	TORVI_CHECK(!_isCancelled.load(std::memory_order_acquire) && !IsCurrentJobCancelled(), OperationCancelledError("The operation was cancelled."));
+	TORVI_CHECK(!_isCancelled.load(std::memory_order_acquire) && !IsCurrentJobCancelled(),
+				OperationCancelledError("The operation was cancelled."));
 	return OK;
 }
 

@@ -14,14 +14,14 @@ using ProgressRef = Ref<ProgressInterface>;
 class TORVI_EXPORT ProgressInterface : public virtual ObjectInterface
 {
 public:
-	/// Seconds before the first notification, counted from now, and between two of them; both are 0 without this call. Illegal-argument error
-	/// for a time that is negative or no number. Jobs stay.
+	/// Seconds before the first notification, counted from now, and between two of them; both are 0 without this call. Illegal-argument
+	/// error for a time that is negative or no number. Jobs stay.
 	virtual Result<void> InitProgress(Float64 delay, Float64 interval) = 0;
 	/// A new job with nothing done; gives its id. Illegal-argument error for a weight that is negative, infinite or no number.
 	virtual Result<Int> AddProgressJob(Float64 weight, std::string_view name) = 0;
 	/// Sets how much of a job is done, 0 to 1, and notifies when it is time; other values are clamped, no number is 0. Gives the
-	/// operation-cancelled error after Cancel, and when the current job of the host is cancelled; else the error of an observer, which cancels
-	/// the work for all other threads too. Illegal-argument error for an id that is not there.
+	/// operation-cancelled error after Cancel, and when the current job of the host is cancelled; else the error of an observer, which
+	/// cancels the work for all other threads too. Illegal-argument error for an id that is not there.
 	virtual Result<void> SetProgressAndCheckBreak(Int job, Float64 fraction) = 0;
 	/// The weighted fraction done of all jobs, 0 to 1; 0 without jobs. Jobs count alike when none has a weight.
 	virtual Float64 GetProgress() const = 0;

@@ -6,7 +6,6 @@
 #include "host/gfx_basictypes_3d.h"
 #include "host/halffloat_datatype.h"
 #include "host/ids.h"
-#include "host/job.h"
 #include "host/observable.h"
 #include "host/timevalue.h"
 #include "host/url.h"
@@ -18,7 +17,8 @@ namespace torvi
 namespace
 {
 
-/// Counts of bits have an id of their own for what is stored or described; their values are those of Int64, and as a C++ type they are Int64.
+/// Counts of bits have an id of their own for what is stored or described; their values are those of Int64, and as a C++ type they are
+/// Int64.
 constexpr DataTypeRecord BITS_RECORD = []()
 {
 	DataTypeRecord record = detail::MakeDataTypeRecord<BITS>();
@@ -56,11 +56,6 @@ Result<void> RegisterObservable(Module& module)
 	return OK;
 }
 
-Result<void> RegisterJobs(Module& module)
-{
-	return module.OnEnd([]() { JobQueue::End(); });
-}
-
 Result<void> RegisterDescriptions(Module& module)
 {
 	return module.OnEnd([]() { DataDescriptionDatabase::Clear(); });
@@ -77,7 +72,6 @@ constexpr RegistrationStep STEPS[] = {
 	{"file format class", &RegisterFileFormatBase},
 	{"zip conversions", &RegisterZipConversions},
 	{"descriptions", &RegisterDescriptions},
-	{"jobs", &RegisterJobs}, // last: at the end they stop before anything else goes
 };
 
 } // namespace

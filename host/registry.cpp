@@ -5,7 +5,7 @@
 
 extern "C"
 {
-torvi::HostServices* g_torvi = nullptr;
+	torvi::HostServices* g_torvi = nullptr;
 }
 
 namespace torvi

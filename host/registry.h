@@ -13,7 +13,7 @@ namespace torvi
 class TORVI_EXPORT Registry final : public ObjectInterface
 {
 public:
-	explicit Registry(const Id& id) : _id(id) { }
+	explicit Registry(const Id& id) : _id(id) {}
 	/// Drops the latest entry first.
 	~Registry() override;
 
@@ -92,9 +92,8 @@ public:
 
 	/// The registry of that id, made empty on first use.
 	Result<RegistryRef> GetRegistry(const Id& id);
-	/// All classes, and all registries, in order of their making.
+	/// All classes, in order of their making.
 	const Registry& GetClasses() const noexcept { return *_classes; }
-	const Registry& GetRegistries() const noexcept { return *_registries; }
 
 	/// Publishes an object under an id of its own, so that any part of the system finds it.
 	Result<void> DeclareObject(const Id& id, ObjectRef object);

@@ -31,17 +31,16 @@ class [[nodiscard]] Result
 public:
 	using Value = T;
 
-	Result(Error error) noexcept : _error(std::move(error)) { }
+	Result(Error error) noexcept : _error(std::move(error)) {}
 	template <class U>
-		requires(std::is_convertible_v<U &&, T> && !std::is_same_v<std::remove_cvref_t<U>, Result> &&
-	             !std::is_same_v<std::remove_cvref_t<U>, Error>)
-	Result(U&& value) : _value(std::in_place, std::forward<U>(value))
+	requires(std::is_convertible_v<U&&, T> && !std::is_same_v<std::remove_cvref_t<U>, Result> &&
+			 !std::is_same_v<std::remove_cvref_t<U>, Error>) Result(U&& value)
+		: _value(std::in_place, std::forward<U>(value))
 	{
 	}
 	/// From the result of a narrower value, such as a reference to a derived object.
 	template <class U>
-		requires(!std::is_same_v<U, T> && !std::is_void_v<U> && std::is_convertible_v<U &&, T>)
-	Result(Result<U>&& other)
+	requires(!std::is_same_v<U, T> && !std::is_void_v<U> && std::is_convertible_v<U&&, T>) Result(Result<U>&& other)
 	{
 		if (other.IsOk())
 			_value.emplace(other.TakeValue());
@@ -85,14 +84,14 @@ class [[nodiscard]] Result<void>
 public:
 	using Value = void;
 
-	Result(SuccessType) noexcept { }
-	Result(Error error) noexcept : _error(std::move(error)) { }
+	Result(SuccessType) noexcept {}
+	Result(Error error) noexcept : _error(std::move(error)) {}
 	Result(Result&&) noexcept = default;
 	Result& operator=(Result&&) noexcept = default;
 
 	Bool IsOk() const noexcept { return !_error; }
 	explicit operator bool() const noexcept { return IsOk(); }
-	void TakeValue() const noexcept { }
+	void TakeValue() const noexcept {}
 	const Error& GetError() const noexcept { return _error; }
 	Error TakeError() noexcept { return std::move(_error); }
 
@@ -134,26 +133,26 @@ auto NoThrow(Function&& function) noexcept -> std::invoke_result_t<Function>
 
 // __COUNTER__ gives each use a name of its own, so that nested uses do not shadow.
 #define TORVI_TRY(...) TORVI_TRY_(TORVI_JOIN(torviResult_, __COUNTER__), __VA_ARGS__)
-#define TORVI_TRY_(name, ...)                                                                                                            \
-	__extension__({                                                                                                                      \
-		auto name = (__VA_ARGS__);                                                                                                       \
-		if (!name.IsOk()) [[unlikely]]                                                                                                   \
-			return name.TakeError();                                                                                                     \
-		name.TakeValue();                                                                                                                \
+#define TORVI_TRY_(name, ...)                                                                                                              \
+	__extension__({                                                                                                                        \
+		auto name = (__VA_ARGS__);                                                                                                         \
+		if (!name.IsOk()) [[unlikely]]                                                                                                     \
+			return name.TakeError();                                                                                                       \
+		name.TakeValue();                                                                                                                  \
 	})
 
 #define TORVI_MUST(...) TORVI_MUST_(TORVI_JOIN(torviResult_, __COUNTER__), __VA_ARGS__)
-#define TORVI_MUST_(name, ...)                                                                                                           \
-	__extension__({                                                                                                                      \
-		auto name = (__VA_ARGS__);                                                                                                       \
-		if (!name.IsOk()) [[unlikely]]                                                                                                   \
-			std::abort();                                                                                                                \
-		name.TakeValue();                                                                                                                \
+#define TORVI_MUST_(name, ...)                                                                                                             \
+	__extension__({                                                                                                                        \
+		auto name = (__VA_ARGS__);                                                                                                         \
+		if (!name.IsOk()) [[unlikely]]                                                                                                     \
+			std::abort();                                                                                                                  \
+		name.TakeValue();                                                                                                                  \
 	})
 
-#define TORVI_CHECK(condition, ...)                                                                                                      \
-	do                                                                                                                                   \
-	{                                                                                                                                    \
-		if (!(condition)) [[unlikely]]                                                                                                   \
-			return __VA_ARGS__;                                                                                                          \
+#define TORVI_CHECK(condition, ...)                                                                                                        \
+	do                                                                                                                                     \
+	{                                                                                                                                      \
+		if (!(condition)) [[unlikely]]                                                                                                     \
+			return __VA_ARGS__;                                                                                                            \
 	} while (false)

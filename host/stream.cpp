@@ -25,12 +25,12 @@ Result<void> SkipByReading(InputStreamInterface& stream, Int count)
 
 } // namespace
 
-Error EndOfDataError(Int missingBytes, std::source_location location)
+Error EndOfDataError(Int missingBytes, SourceLocation location)
 {
 	return IoError(ErrorMessage("The data ends @ bytes too early.", location), missingBytes);
 }
 
-Error ClosedStreamError(std::source_location location)
+Error ClosedStreamError(SourceLocation location)
 {
 	return IllegalStateError(ErrorMessage("The stream is closed.", location));
 }

@@ -50,6 +50,6 @@ using OutputStreamRef = Ref<OutputStreamInterface>;
 TORVI_EXPORT Error EndOfDataError(Int missingBytes, SourceLocation location = SourceLocation::current());
 
 /// What every call on a closed stream but Close gives.
-TORVI_EXPORT Error ClosedStreamError(std::source_location location = std::source_location::current());
+TORVI_EXPORT Error ClosedStreamError(SourceLocation location = SourceLocation::current());
 
 } // namespace torvi

@@ -72,7 +72,7 @@ String Format(std::string_view format, const Arguments&... arguments)
 	else
 	{
 		const FormatArgument list[] = {{static_cast<const void*>(std::addressof(arguments)), [](const void* value, std::string_view how)
-		                                { return ValueToString(*static_cast<const Arguments*>(value), how); }}...};
+										{ return ValueToString(*static_cast<const Arguments*>(value), how); }}...};
 		return FormatList(format, list);
 	}
 }
@@ -80,7 +80,11 @@ String Format(std::string_view format, const Arguments&... arguments)
 /// The upper-case form by Unicode's simple mapping. Bytes that are no UTF-8 stay as they are.
 TORVI_EXPORT String ToUpper(std::string_view text);
 
-enum class StringCompareMode { CASESENSITIVE, CASEINSENSITIVE };
+enum class StringCompareMode
+{
+	CASESENSITIVE,
+	CASEINSENSITIVE
+};
 
 /// Compares two texts: below 0, 0 or above 0. Without case both are taken in their upper-case form.
 TORVI_EXPORT int ComparePart(std::string_view a, std::string_view b, StringCompareMode mode);

@@ -11,7 +11,7 @@ class TimeValue
 {
 public:
 	constexpr TimeValue() noexcept = default;
-	explicit constexpr TimeValue(Float64 seconds) noexcept : _seconds(seconds) { }
+	explicit constexpr TimeValue(Float64 seconds) noexcept : _seconds(seconds) {}
 
 	constexpr Float64 GetSeconds() const noexcept { return _seconds; }
 	friend constexpr auto operator<=>(const TimeValue&, const TimeValue&) = default;

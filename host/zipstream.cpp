@@ -26,7 +26,7 @@ void FreeForZip(voidpf, voidpf memory)
 	Free(memory);
 }
 
-Error ZipError(int code, const z_stream& zip, std::source_location location = std::source_location::current())
+Error ZipError(int code, const z_stream& zip, SourceLocation location = SourceLocation::current())
 {
 	if (code == Z_MEM_ERROR)
 		return OutOfMemoryError();

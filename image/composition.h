@@ -16,7 +16,6 @@ struct MergeRequest
 	ChannelOffsets _dstChannelOffsets;
 	ColorProfile _dstColorProfile;
 	GETPIXELHANDLERFLAGS _flags = GETPIXELHANDLERFLAGS::NONE;
-	const LayerSet* _layerSet = nullptr; ///< handed to the layers; only read while the handler is made
 };
 
 /// A reader for one thread at a time that keeps the layers and the parent alive. No layers read as zero bytes. Lists with layers have no

@@ -74,7 +74,7 @@ Result<GetPixelHandlerStruct> ImageImpl::GetPixelHandler(const PixelFormat& dstF
 	return NoThrow(
 		[&]() -> Result<GetPixelHandlerStruct>
 		{
-			const ReadRequest request = {dstFormat, dstChannelOffsets, dstColorProfile, flags, layerSet};
+			const ReadRequest request = {dstFormat, dstChannelOffsets, dstColorProfile, flags};
 			if (layerSet == nullptr)
 				return MakeHandler(request);
 			Array<ImageBaseRef> selected = TORVI_TRY(SelectFromImage(*this, *layerSet));
@@ -82,7 +82,8 @@ Result<GetPixelHandlerStruct> ImageImpl::GetPixelHandler(const PixelFormat& dstF
 				return MakeHandler(request);
 			if (selected.size() > 1 || (layerSet->GetMode() == LAYERSETMODE::LAYERS && HasMasks()))
 				return MakeMerge(request, std::move(selected), !HasFlag(flags, GETPIXELHANDLERFLAGS::NOMASKS));
-			return selected.front()->GetPixelHandler(dstFormat, dstChannelOffsets, dstColorProfile, flags, layerSet);
+			// The names were those of this image's tree; what they select shows whole.
+			return selected.front()->GetPixelHandler(dstFormat, dstChannelOffsets, dstColorProfile, flags, nullptr);
 		});
 }
 
@@ -114,7 +115,6 @@ Result<GetPixelHandlerStruct> ImageImpl::MakeMerge(const ReadRequest& request, A
 	merge._dstChannelOffsets = request._dstChannelOffsets;
 	merge._dstColorProfile = request._dstColorProfile;
 	merge._flags = request._flags;
-	merge._layerSet = request._layerSet;
 	return MakeMergedHandler(merge);
 }
 

@@ -71,7 +71,6 @@ private:
 		const ChannelOffsets& _dstChannelOffsets;
 		const ColorProfile& _dstColorProfile;
 		GETPIXELHANDLERFLAGS _flags;
-		const LayerSet* _layerSet;
 	};
 
 	Result<GetPixelHandlerStruct> MakeHandler(const ReadRequest& request);

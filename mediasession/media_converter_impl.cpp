@@ -13,8 +13,9 @@ namespace
 {
 
 constexpr Id SUPPORT_KEYS[] = {
-	ids::MEDIAINPUT_SUPPORTS_IMAGE,  ids::MEDIAINPUT_SUPPORTS_VIDEO,  ids::MEDIAINPUT_SUPPORTS_AUDIO,          ids::MEDIAOUTPUT_SUPPORTS_IMAGE,
-	ids::MEDIAOUTPUT_SUPPORTS_VIDEO, ids::MEDIAOUTPUT_SUPPORTS_AUDIO, ids::MEDIAOUTPUT_SUPPORTS_SYSTEMOPTIONS,
+	ids::MEDIAINPUT_SUPPORTS_IMAGE,          ids::MEDIAINPUT_SUPPORTS_VIDEO,  ids::MEDIAINPUT_SUPPORTS_AUDIO,
+	ids::MEDIAOUTPUT_SUPPORTS_IMAGE,         ids::MEDIAOUTPUT_SUPPORTS_VIDEO, ids::MEDIAOUTPUT_SUPPORTS_AUDIO,
+	ids::MEDIAOUTPUT_SUPPORTS_SYSTEMOPTIONS,
 };
 
 /// Appends the children to the stack so that the first one lies on top.
@@ -121,7 +122,8 @@ Result<void> MediaOutputImpl::SetSelectionHandler(const MediaSelectionHandler& h
 	return OK;
 }
 
-Result<MediaOutputSelectionResult> MediaOutputImpl::CallSelectionHandler(const MediaStreamRef& stream, const MediaStreamFormat& format) const
+Result<MediaOutputSelectionResult> MediaOutputImpl::CallSelectionHandler(const MediaStreamRef& stream,
+																		 const MediaStreamFormat& format) const
 {
 	const MediaSelectionHandler handler = _selectionHandler; // it may replace itself
 	if (!handler)

@@ -1,5 +1,5 @@
-// The implementations that inputs and outputs derive from: the weak link to a session, the published streams, the answers of a converter that has no
-// others, and the selection handler of an output. Stages have no implementation here.
+// The implementations that inputs and outputs derive from: the weak link to a session, the published streams, the answers of a converter
+// that has no others, and the selection handler of an output. Stages have no implementation here.
 #pragma once
 
 #include "torvi/ids_keys.h"

@@ -29,7 +29,7 @@ public:
 
 private:
 	using Stage = Result<void> (MediaConverterInterface::*)(Block<const MediaConverterRef> inputs, const TimeValue& targetTime,
-	                                                        MEDIASESSIONFLAGS flags);
+															MEDIASESSIONFLAGS flags);
 	template <class Function>
 	Result<void> ForEachOutput(Function&& function);
 	Result<void> RunStage(Stage stage, const TimeValue& targetTime, MEDIASESSIONFLAGS flags);
@@ -49,9 +49,9 @@ Result<void> MediaSessionImpl::InitObject()
 Result<void> CheckStrategies(const MediaConverterInterface& input, const MediaConverterInterface& output)
 {
 	TORVI_CHECK(!input.SupportImportStrategy() || output.SupportImportStrategy(),
-	            IllegalStateError("Output doesn't support required import strategy."));
+				IllegalStateError("Output doesn't support required import strategy."));
 	TORVI_CHECK(!output.SupportExportStrategy() || input.SupportExportStrategy(),
-	            IllegalStateError("Input doesn't support required export strategy."));
+				IllegalStateError("Input doesn't support required export strategy."));
 	return OK;
 }
 
@@ -122,7 +122,8 @@ Result<void> MediaSessionImpl::ForEachOutput(Function&& function)
 
 Result<void> MediaSessionImpl::RunStage(Stage stage, const TimeValue& targetTime, MEDIASESSIONFLAGS flags)
 {
-	return ForEachOutput([&](const Connection& connection) { return ((*connection._output).*stage)(connection._inputs, targetTime, flags); });
+	return ForEachOutput([&](const Connection& connection)
+						 { return ((*connection._output).*stage)(connection._inputs, targetTime, flags); });
 }
 
 Result<void> MediaSessionImpl::Convert(const TimeValue& targetTime, MEDIASESSIONFLAGS flags)

@@ -72,15 +72,17 @@ Result<void> MediaStreamImageBaseImpl::AddFormat(const Data& id, const MediaStre
 }
 
 Result<SetPixelHandlerStruct> MediaStreamImageDataImportImpl::SetPixelStream(const MediaStreamProperties& properties,
-                                                                             const ChannelOffsets& channelOffsets, SETPIXELHANDLERFLAGS flags)
+																			 const ChannelOffsets& channelOffsets,
+																			 SETPIXELHANDLERFLAGS flags)
 {
 	return CallPixel<SetPixelHandlerStruct>(properties, channelOffsets, flags);
 }
 
 Result<GetPixelHandlerStruct> MediaStreamImageDataExportImpl::GetPixelStream(const MediaStreamProperties& properties,
-                                                                             const PixelFormat& dstFormat,
-                                                                             const ChannelOffsets& dstChannelOffsets,
-                                                                             const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags)
+																			 const PixelFormat& dstFormat,
+																			 const ChannelOffsets& dstChannelOffsets,
+																			 const ColorProfile& dstColorProfile,
+																			 GETPIXELHANDLERFLAGS flags)
 {
 	return CallPixel<GetPixelHandlerStruct>(properties, dstFormat, dstChannelOffsets, dstColorProfile, flags);
 }

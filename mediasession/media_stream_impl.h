@@ -1,5 +1,5 @@
-// The implementations of streams, which formats derive their own stream classes from: the table of formats, the subscription, and the callbacks of
-// pictures and EXIF data. A callback is called as a copy, so that it may replace itself.
+// The implementations of streams, which formats derive their own stream classes from: the table of formats, the subscription, and the
+// callbacks of pictures and EXIF data. A callback is called as a copy, so that it may replace itself.
 #pragma once
 
 #include "torvi/exif.h"
@@ -84,15 +84,15 @@ class TORVI_EXPORT MediaStreamImageDataImportImpl : public MediaStreamImageDataI
 {
 public:
 	Result<SetPixelHandlerStruct> SetPixelStream(const MediaStreamProperties& properties, const ChannelOffsets& channelOffsets,
-	                                             SETPIXELHANDLERFLAGS flags) override;
+												 SETPIXELHANDLERFLAGS flags) override;
 };
 
 class TORVI_EXPORT MediaStreamImageDataExportImpl : public MediaStreamImageDataImpl<MediaStreamImageDataExportInterface>
 {
 public:
 	Result<GetPixelHandlerStruct> GetPixelStream(const MediaStreamProperties& properties, const PixelFormat& dstFormat,
-	                                             const ChannelOffsets& dstChannelOffsets, const ColorProfile& dstColorProfile,
-	                                             GETPIXELHANDLERFLAGS flags) override;
+												 const ChannelOffsets& dstChannelOffsets, const ColorProfile& dstColorProfile,
+												 GETPIXELHANDLERFLAGS flags) override;
 };
 
 class TORVI_EXPORT MediaStreamExifDataImpl : public MediaStreamImpl, public virtual MediaStreamExifDataInterface

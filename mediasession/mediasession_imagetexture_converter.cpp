@@ -1,7 +1,6 @@
 // How textures reach the session: load and save, as the object that images ask for them.
 #include "host/module.h"
 #include "mediasession/mediasession_imagetexture_selection.h"
-#include "mediasession/mediasession_texture_export.h"
 #include "mediasession/registration.h"
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_fileformats.h"
@@ -16,12 +15,13 @@ class MediaTextureBridgeImpl final : public MediaTextureBridgeInterface
 {
 public:
 	Result<MediaSessionRef> Load(const ImageTextureRef& texture, const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags,
-	                             const ClassRef& storageClass, const LayerSet* layerSet) override;
-	Result<void> Save(const ImageTextureRef& texture, const MediaOutputUrlRef& output, MEDIASESSIONFLAGS flags, MediaSessionRef* session) override;
+								 const ClassRef& storageClass, const LayerSet* layerSet) override;
+	Result<void> Save(const ImageTextureRef& texture, const MediaOutputUrlRef& output, MEDIASESSIONFLAGS flags,
+					  MediaSessionRef* session) override;
 };
 
 Result<MediaSessionRef> LoadInto(const ImageTextureRef& texture, const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags,
-                                 const ClassRef& storageClass, const LayerSet* layerSet)
+								 const ClassRef& storageClass, const LayerSet* layerSet)
 {
 	TORVI_CHECK(texture, NullptrError());
 	const auto output = TORVI_TRY(CreateObject<MediaOutputTextureInterface>(ids::CLASS_MEDIAOUTPUTTEXTURE));
@@ -40,7 +40,7 @@ Result<MediaSessionRef> LoadInto(const ImageTextureRef& texture, const Url& url,
 }
 
 Result<MediaSessionRef> MediaTextureBridgeImpl::Load(const ImageTextureRef& texture, const Url& url, const TimeValue& targetTime,
-                                                     MEDIASESSIONFLAGS flags, const ClassRef& storageClass, const LayerSet* layerSet)
+													 MEDIASESSIONFLAGS flags, const ClassRef& storageClass, const LayerSet* layerSet)
 {
 	return NoThrow(
 		[&]() -> Result<MediaSessionRef>
@@ -62,7 +62,7 @@ Result<MediaSessionRef> ConnectExport(const ImageTextureRef& texture, const Medi
 }
 
 Result<void> MediaTextureBridgeImpl::Save(const ImageTextureRef& texture, const MediaOutputUrlRef& output, MEDIASESSIONFLAGS flags,
-                                          MediaSessionRef* session)
+										  MediaSessionRef* session)
 {
 	MediaSessionRef own = TORVI_TRY(ConnectExport(texture, output));
 	Result<void> result = own->Convert(TimeValue(), flags);

@@ -25,6 +25,7 @@ constexpr KeyMapping KEYS[] = {
 	{KeyGroup::INDEX, ids::MEDIAFORMAT_SUBIMAGEINDEX, ids::IMAGE_SUBIMAGEINDEX, GetDataType<Int>()},
 	{KeyGroup::INDEX, ids::MEDIAFORMAT_HOTSPOTX, ids::IMAGE_HOTSPOTX, GetDataType<Int>()},
 	{KeyGroup::INDEX, ids::MEDIAFORMAT_HOTSPOTY, ids::IMAGE_HOTSPOTY, GetDataType<Int>()},
+	{KeyGroup::INDEX, ids::MEDIAFORMAT_EXPORTSETTINGS, ids::IMAGE_EXPORTSETTINGS, GetDataType<DataDictionary>()},
 	{KeyGroup::PROFILE, ids::MEDIAFORMAT_COLORPROFILE, ids::IMAGE_COLORPROFILE, GetDataType<ColorProfile>()},
 	{KeyGroup::SHAPE, ids::MEDIAFORMAT_ASPECTRATIO, ids::IMAGE_ASPECTRATIO, GetDataType<Float64>()},
 	{KeyGroup::SHAPE, ids::MEDIAFORMAT_DPI, ids::IMAGE_DPI, GetDataType<Float64>()},
@@ -54,7 +55,7 @@ constexpr StreamPlace PLACES[] = {
 };
 
 Result<void> CopyKey(const KeyMapping& key, const DataDictionaryObjectInterface& from, const Id& fromKey, DataDictionaryObjectInterface& to,
-                     const Id& toKey)
+					 const Id& toKey)
 {
 	Result<Data> value = from.GetData(fromKey);
 	if (!value.IsOk())
@@ -62,7 +63,7 @@ Result<void> CopyKey(const KeyMapping& key, const DataDictionaryObjectInterface&
 	if (value.GetValue().IsEmpty())
 		return OK;
 	TORVI_CHECK(value.GetValue().GetType() == key._type, WrongDataTypeError("The key @ needs a value of type @, found @.", fromKey,
-	                                                                        key._type.GetId(), value.GetValue().GetType().GetId()));
+																			key._type.GetId(), value.GetValue().GetType().GetId()));
 	return to.SetData(toKey, value.TakeValue());
 }
 
@@ -79,14 +80,17 @@ MediaStreamType GetStreamType(IMAGEHIERARCHY branch, ImageType imageType)
 	const auto found = std::ranges::find(PLACES, imageType, &StreamPlace::_imageType);
 	switch (branch)
 	{
-		case IMAGEHIERARCHY::IMAGE: return MediaStreamType::IMAGE;
-		case IMAGEHIERARCHY::ALPHA: return MediaStreamType::ALPHA;
-		case IMAGEHIERARCHY::LAYER:
-		case IMAGEHIERARCHY::MASK:
-			if (found != std::end(PLACES) && IsLayerType(found->_type))
-				return found->_type;
-			return branch == IMAGEHIERARCHY::MASK ? MediaStreamType::LAYERMASK : MediaStreamType::RASTERLAYER;
-		case IMAGEHIERARCHY::DEEPIMAGEDATA: return MediaStreamType::DEEPIMAGEDATA;
+	case IMAGEHIERARCHY::IMAGE:
+		return MediaStreamType::IMAGE;
+	case IMAGEHIERARCHY::ALPHA:
+		return MediaStreamType::ALPHA;
+	case IMAGEHIERARCHY::LAYER:
+	case IMAGEHIERARCHY::MASK:
+		if (found != std::end(PLACES) && IsLayerType(found->_type))
+			return found->_type;
+		return branch == IMAGEHIERARCHY::MASK ? MediaStreamType::LAYERMASK : MediaStreamType::RASTERLAYER;
+	case IMAGEHIERARCHY::DEEPIMAGEDATA:
+		return MediaStreamType::DEEPIMAGEDATA;
 	}
 	return MediaStreamType::NONE;
 }

@@ -1,6 +1,6 @@
-// The texture output: turns the streams of an importer into the images, layers, masks and alpha channels of a texture. Objects are built during
-// Analyze, without pixels; the callbacks of the streams give them a storage and a line writer during Execute. Streams refer to the output
-// weakly, the output holds the streams: nothing is left over when the session ends.
+// The texture output: turns the streams of an importer into the images, layers, masks and alpha channels of a texture. Objects are built
+// during Analyze, without pixels; the callbacks of the streams give them a storage and a line writer during Execute. Streams refer to the
+// output weakly, the output holds the streams: nothing is left over when the session ends.
 #include "host/module.h"
 #include "mediasession/media_converter_impl.h"
 #include "mediasession/mediasession_imagetexture_keys.h"
@@ -20,8 +20,8 @@ constexpr Id PIXELFORMAT_GREY8 = "net.torvi.image.pixelformat.grey.u8";
 constexpr Float64 FPS_NOT_SEEN = std::numeric_limits<Float64>::max();
 
 /// What a run writes on the texture itself.
-constexpr Id TEXTURE_KEYS[] = {ids::IMAGE_FPS,      ids::IMAGE_DURATION,    ids::IMAGE_SAMPLETIME,
-                               ids::IMAGE_EXIFDATA, ids::IMAGE_ASPECTRATIO, ids::IMAGE_DPI};
+constexpr Id TEXTURE_KEYS[] = {ids::IMAGE_FPS,         ids::IMAGE_DURATION, ids::IMAGE_SAMPLETIME,    ids::IMAGE_EXIFDATA,
+							   ids::IMAGE_ASPECTRATIO, ids::IMAGE_DPI,      ids::IMAGE_EXPORTSETTINGS};
 
 /// One image stream.
 struct StreamRecord
@@ -83,14 +83,16 @@ Result<void> CopyKeys(ImageInterface& image, MediaStreamType type, const MediaSt
 
 /// Gives the image a storage of the format's shape. Init makes every image a plain one, so the type of layers is stored again after it.
 Result<void> InitImage(ImageInterface& image, MediaStreamType type, const MediaStreamFormatInterface& format, const ClassRef& storageClass,
-                       Block<const Byte> defaultColor)
+					   Block<const Byte> defaultColor)
 {
 	const Shape shape = TORVI_TRY(ReadShape(format));
 	TORVI_TRY(image.Init(shape._width, shape._height, storageClass, shape._pixelFormat, defaultColor));
 	return IsLayerType(type) ? image.Set<Int32>(ids::IMAGE_TYPE, static_cast<Int32>(FindStreamPlace(type)->_imageType)) : OK;
 }
 
-class MediaOutputTextureImpl final : public MediaOutputImpl, public virtual MediaOutputTextureInterface, public virtual MediaOutputRetryInterface
+class MediaOutputTextureImpl final : public MediaOutputImpl,
+									 public virtual MediaOutputTextureInterface,
+									 public virtual MediaOutputRetryInterface
 {
 public:
 	Bool SupportImportStrategy() const override { return true; }
@@ -110,6 +112,7 @@ private:
 	Result<void> VisitImageStream(const MediaStreamRef& stream, const MediaStreamFormat& format, MediaOutputSelectionResult selection);
 	Result<StreamRecord*> AddRecord(const MediaStreamRef& stream, const MediaStreamFormat& format, MediaOutputSelectionResult selection);
 	Result<void> SetMovie(const StreamRecord& record);
+	Result<void> SetExportSettings(const StreamRecord& record);
 	Result<void> CopyStructure(const StreamRecord& record);
 	Result<void> Subscribe(const MediaStreamRef& stream);
 	StreamRecord* FindRecord(const MediaStreamRef& stream);
@@ -119,7 +122,8 @@ private:
 	Result<void> Hang(const ImageRef& image, MediaStreamType type, const ImageBaseRef& parent);
 
 	Result<void> InitSample(const MediaStreamRef& stream, const MediaStreamProperties& properties);
-	Result<SetPixelHandlerStruct> OpenPixels(const MediaStreamRef& stream, const ChannelOffsets& channelOffsets, SETPIXELHANDLERFLAGS flags);
+	Result<SetPixelHandlerStruct> OpenPixels(const MediaStreamRef& stream, const ChannelOffsets& channelOffsets,
+											 SETPIXELHANDLERFLAGS flags);
 	Result<void> FinishSample(const MediaStreamRef& stream, const MediaStreamProperties& properties);
 
 	ImageTextureRef _texture;
@@ -129,9 +133,10 @@ private:
 	Float64 _fps = FPS_NOT_SEEN;
 	TimeValue _duration;
 	Int _sumOfSkipped = 0;
-	Array<StreamRecord> _records;            ///< in the order of the streams, each parent before its children
-	HashMap<MediaStreamRef, Int> _indices;   ///< of the records
-	Array<ImageBaseRef> _roots;              ///< what hangs in the texture since the last reset
+	Bool _hasExportSettings = false;          ///< a picture of this run has given the texture its options
+	Array<StreamRecord> _records;             ///< in the order of the streams, each parent before its children
+	HashMap<MediaStreamRef, Int> _indices;    ///< of the records
+	Array<ImageBaseRef> _roots;               ///< what hangs in the texture since the last reset
 	Array<DataDictionary::Entry> _keysBefore; ///< the texture's own keys before the run; empty values stand for missing ones
 };
 
@@ -156,6 +161,7 @@ Result<void> MediaOutputTextureImpl::ResetConverter()
 	_fps = FPS_NOT_SEEN;
 	_duration = TimeValue();
 	_sumOfSkipped = 0;
+	_hasExportSettings = false;
 	_roots.clear();
 	_keysBefore.clear();
 	return OK;
@@ -200,7 +206,7 @@ Result<void> MediaOutputTextureImpl::Analyze(Block<const MediaConverterRef> inpu
 }
 
 Result<void> MediaOutputTextureImpl::PrepareExecute(Block<const MediaConverterRef> inputs, const TimeValue& targetTime,
-                                                    MEDIASESSIONFLAGS flags)
+													MEDIASESSIONFLAGS flags)
 {
 	return PrepareExecuteInput(TORVI_TRY(GetSingleInput(inputs)), targetTime, flags);
 }
@@ -233,7 +239,7 @@ Result<void> MediaOutputTextureImpl::VisitExifStream(const MediaStreamExifDataRe
 }
 
 Result<void> MediaOutputTextureImpl::VisitImageStream(const MediaStreamRef& stream, const MediaStreamFormat& format,
-                                                      MediaOutputSelectionResult selection)
+													  MediaOutputSelectionResult selection)
 {
 	StreamRecord& record = *TORVI_TRY(AddRecord(stream, format, selection));
 	TORVI_TRY(SetMovie(record));
@@ -249,7 +255,7 @@ Result<void> MediaOutputTextureImpl::VisitImageStream(const MediaStreamRef& stre
 }
 
 Result<StreamRecord*> MediaOutputTextureImpl::AddRecord(const MediaStreamRef& stream, const MediaStreamFormat& format,
-                                                        MediaOutputSelectionResult selection)
+														MediaOutputSelectionResult selection)
 {
 	TORVI_CHECK(format, NullptrError());
 	StreamRecord record;
@@ -285,6 +291,18 @@ Result<void> MediaOutputTextureImpl::SetMovie(const StreamRecord& record)
 	return OK;
 }
 
+/// The first picture that has saving options of its own says which ones a later save of the texture uses.
+Result<void> MediaOutputTextureImpl::SetExportSettings(const StreamRecord& record)
+{
+	if (_hasExportSettings || record._type != MediaStreamType::IMAGE)
+		return OK;
+	const auto settings = TORVI_TRY(ReadOptional<DataDictionary>(*record._format, ids::MEDIAFORMAT_EXPORTSETTINGS));
+	if (!settings)
+		return OK;
+	_hasExportSettings = true;
+	return _texture->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, *settings);
+}
+
 Result<void> MediaOutputTextureImpl::CopyStructure(const StreamRecord& record)
 {
 	TORVI_TRY(CopyKeysToImage(KeyGroup::PROFILE, *record._format, *record._image));
@@ -314,7 +332,7 @@ Result<void> MediaOutputTextureImpl::Subscribe(const MediaStreamRef& stream)
 			return output ? output->InitSample(sender, properties) : OK;
 		},
 		[weak](const ImportRef& sender, const MediaStreamProperties&, const ChannelOffsets& channelOffsets,
-	           SETPIXELHANDLERFLAGS flags) -> Result<SetPixelHandlerStruct>
+			   SETPIXELHANDLERFLAGS flags) -> Result<SetPixelHandlerStruct>
 		{
 			const auto output = weak.Lock();
 			return output ? output->OpenPixels(sender, channelOffsets, flags) : SetPixelHandlerStruct();
@@ -334,6 +352,7 @@ Result<void> MediaOutputTextureImpl::Build(StreamRecord& record)
 	const ImageRef image = TORVI_TRY(CreateObject<ImageInterface>(classId));
 	TORVI_TRY(InitImage(*image, record._type, *record._format, _noDataClass, {}));
 	TORVI_TRY(CopyKeys(*image, record._type, *record._format));
+	TORVI_TRY(SetExportSettings(record));
 	TORVI_TRY(Hang(image, record._type, TORVI_TRY(BuildParent(record))));
 	record._image = image;
 	return OK;
@@ -377,7 +396,7 @@ Result<void> MediaOutputTextureImpl::InitSample(const MediaStreamRef& stream, co
 }
 
 Result<SetPixelHandlerStruct> MediaOutputTextureImpl::OpenPixels(const MediaStreamRef& stream, const ChannelOffsets& channelOffsets,
-                                                                 SETPIXELHANDLERFLAGS flags)
+																 SETPIXELHANDLERFLAGS flags)
 {
 	const StreamRecord* record = FindRecord(stream);
 	if (record == nullptr)

@@ -63,7 +63,7 @@ Result<MediaSelectionHandler> MakeTextureSelectionHandler(const Class& storageCl
 	const Bool isNoData = storageClass.GetId() == ids::IMAGEPIXELSTORAGECLASS_NODATA;
 	const Ref<TextureSelection> selection = TORVI_TRY(NewObject<TextureSelection>(isNoData, layerSet));
 	return MediaSelectionHandler([selection](const MediaStreamRef& stream, const MediaStreamFormat& format)
-	                             { return NoThrow([&]() { return selection->Select(stream, format); }); });
+								 { return NoThrow([&]() { return selection->Select(stream, format); }); });
 }
 
 } // namespace torvi

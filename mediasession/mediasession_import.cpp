@@ -14,7 +14,7 @@ namespace
 class ProgressHook final : public ObjectInterface
 {
 public:
-	explicit ProgressHook(const MediaProgressDelegate& delegate) : _delegate(delegate) { }
+	explicit ProgressHook(const MediaProgressDelegate& delegate) : _delegate(delegate) {}
 	Result<void> Call(const ProgressRef& progress) const { return _delegate(progress); }
 
 private:
@@ -25,7 +25,8 @@ Result<void> HookProgress(const ProgressRef& progress, const MediaProgressDelega
 {
 	TORVI_TRY(progress->InitProgress(0.25, 0.1));
 	const Ref<ProgressHook> hook = TORVI_TRY(NewObject<ProgressHook>(delegate));
-	TORVI_TRY(TORVI_TRY(progress->ObservableProgressNotification())->AddObserver([hook](const ProgressRef& sender) { return hook->Call(sender); }));
+	TORVI_TRY(TORVI_TRY(progress->ObservableProgressNotification())
+				  ->AddObserver([hook](const ProgressRef& sender) { return hook->Call(sender); }));
 	return OK;
 }
 
@@ -111,9 +112,10 @@ void ReportImport(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS
 
 } // namespace
 
-Result<MediaSessionRef> MediaSessionImport(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags, const MediaOutputRef& output,
-                                           const MediaSelectionHandler& selectionHandler, const MediaProgressDelegate& progress,
-                                           const FileFormatHandlerRef& preferredHandler, const MediaFoundDelegate& found)
+Result<MediaSessionRef> MediaSessionImport(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags,
+										   const MediaOutputRef& output, const MediaSelectionHandler& selectionHandler,
+										   const MediaProgressDelegate& progress, const FileFormatHandlerRef& preferredHandler,
+										   const MediaFoundDelegate& found)
 {
 	return NoThrow(
 		[&]() -> Result<MediaSessionRef>

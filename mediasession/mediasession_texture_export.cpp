@@ -1,7 +1,5 @@
-// The texture input: offers each image of a texture's tree as a stream whose pixels are read by the exporter, in the format that it asks for. Layers are
-// merged and colours converted by the image's own handlers while the exporter pulls.
-#include "mediasession/mediasession_texture_export.h"
-
+// The texture input: offers each image of a texture's tree as a stream whose pixels are read by the exporter, in the format that it asks
+// for. Layers are merged and colours converted by the image's own handlers while the exporter pulls.
 #include "host/module.h"
 #include "mediasession/media_converter_impl.h"
 #include "mediasession/mediasession_imagetexture_keys.h"
@@ -63,7 +61,7 @@ void PushChildren(Array<ImageBaseRef>& stack, const ImageBaseInterface& parent)
 MediaStreamImageDataExportInterface::PixelDelegate MakePixelDelegate(const ImageBaseRef& image)
 {
 	return [image](const MediaStreamImageDataExportRef&, const MediaStreamProperties&, const PixelFormat& dstFormat,
-	               const ChannelOffsets& dstChannelOffsets, const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags)
+				   const ChannelOffsets& dstChannelOffsets, const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags)
 	{ return image->GetPixelHandler(dstFormat, dstChannelOffsets, dstColorProfile, flags, nullptr); };
 }
 

@@ -1,5 +1,5 @@
-// The common part of all file exporters: the target, the answers of a format without options, the reading of an export setting with its default, and
-// the check of a picture's size.
+// The common part of all file exporters: the target, the answers of a format without options, the reading of an export setting with its
+// default, and the check of a picture's size.
 #pragma once
 
 #include "mediasession/media_converter_impl.h"
@@ -29,8 +29,8 @@ private:
 	Url _url;
 };
 
-/// The value of an export setting: from the settings if the key stands there, else the default of the key's entry in the description. Key-not-found error
-/// if neither has it.
+/// The value of an export setting: from the settings if the key stands there, else the default of the key's entry in the description.
+/// Key-not-found error if neither has it.
 TORVI_EXPORT Result<Data> FindExportSetting(const DataDictionary& settings, const Id& description, const Id& key);
 
 /// The same as a T; `fallback` if there is none or if it does not convert.

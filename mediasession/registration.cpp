@@ -14,7 +14,7 @@ constexpr RegistrationStep STEPS[] = {
 	{"stream formats", &RegisterMediaStreamFormats},
 	{"streams", &RegisterMediaStreams},
 	{"converters", &RegisterMediaConverters},
-	{"url output", &RegisterMediaOutputUrl},      // built from the converters
+	{"url output", &RegisterMediaOutputUrl}, // built from the converters
 	{"texture output", &RegisterMediaOutputTexture},
 	{"texture input", &RegisterMediaTextureExport},
 	{"texture bridge", &RegisterMediaTextureBridge},

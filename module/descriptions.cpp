@@ -7,14 +7,13 @@
 namespace torvi
 {
 
-Result<void> RegisterDescriptions(Module& module)
+Result<void> RegisterDescriptions(Module&)
 {
 	return NoThrow(
 		[&]() -> Result<void>
 		{
 			const std::string_view text = GetDescriptionsText();
 			const Ref<IoMemory> file = TORVI_TRY(NewObject<IoMemory>(Array<Byte>(text.begin(), text.end())));
-			TORVI_TRY(module.OnEnd(&DataDescriptionDatabase::Clear));
 			const Url url = TORVI_TRY(file->GetUrl("net.torvi.image/descriptions.json"));
 			return DataDescriptionDatabase::RegisterDatabaseWithUrl(Id("net.torvi.image.module"), url);
 		});

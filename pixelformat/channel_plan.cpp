@@ -60,7 +60,7 @@ ColorSpace EffectiveColorSpace(const PixelFormatInterface& format, const ColorSp
 Bool MayBeMissing(CHANNELTYPE type)
 {
 	return type == CHANNELTYPE::ALPHA || type == CHANNELTYPE::UNKNOWN || type == CHANNELTYPE::DEPTH || type == CHANNELTYPE::DEPTHBACK ||
-	       type == CHANNELTYPE::UNUSED;
+		   type == CHANNELTYPE::UNUSED;
 }
 
 Bool PlanHolds(Block<const ImageChannel> destination, Block<const Int> sources, const ColorSpace& sourceSpace)
@@ -88,7 +88,7 @@ Result<ChannelPlace> PlaceOf(const ImageChannel& channel, BITS offset)
 } // namespace
 
 Result<ConvertPixelFunc> PlanByChannels(const PixelFormatInterface& srcFormat, const ChannelOffsets& srcOffsets,
-                                        const PixelFormatInterface& dstFormat, const ChannelOffsets& dstOffsets)
+										const PixelFormatInterface& dstFormat, const ChannelOffsets& dstOffsets)
 {
 	const Block<const ImageChannel> source = srcFormat.GetChannels();
 	const Block<const ImageChannel> destination = dstFormat.GetChannels();

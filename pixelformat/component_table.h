@@ -16,9 +16,11 @@ template <class Implementation, const auto& TABLE>
 constexpr auto MakeComponentTable()
 {
 	constexpr std::size_t COUNT = std::tuple_size_v<std::remove_cvref_t<decltype(TABLE)>>;
-	return []<std::size_t... INDEX>(std::index_sequence<INDEX...>) {
+	return []<std::size_t... INDEX>(std::index_sequence<INDEX...>)
+	{
 		return std::array<CreateFunction, COUNT>{+[]() -> Result<ObjectRef> { return NewObject<Implementation>(TABLE[INDEX]); }...};
-	}(std::make_index_sequence<COUNT>());
+	}
+	(std::make_index_sequence<COUNT>());
 }
 
 } // namespace torvi

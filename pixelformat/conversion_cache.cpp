@@ -34,7 +34,7 @@ ConversionEntry::ConversionEntry(const ConversionKey& key, UInt64 hash, const Co
 Bool ConversionEntry::Matches(const ConversionKey& key, UInt64 hash) const
 {
 	return hash == _hash && key._sourceId == _sourceId && key._fastLayout == _fastLayout &&
-	       std::ranges::equal(key._srcOffsets, _srcOffsets) && std::ranges::equal(key._dstOffsets, _dstOffsets);
+		   std::ranges::equal(key._srcOffsets, _srcOffsets) && std::ranges::equal(key._dstOffsets, _dstOffsets);
 }
 
 const ConvertPixelFunc* ConversionCache::Find(const ConversionKey& key, UInt64 hash)

@@ -19,27 +19,28 @@ struct OffsetConversion
 	KernelOffsets _offsets;
 };
 
+/// The run from pixel `start` on, which is a multiple of CHUNK_PIXELS and so begins on a whole byte.
+PixelBuffer PixelAt(const PixelBuffer& run, Int start)
+{
+	return PixelBuffer(run._pixel + run._stride * start / 8, run._stride);
+}
+
 struct Composition
 {
 	ConvertPixelFunc _toIntermediate;
 	ConvertPixelFunc _fromIntermediate;
 	BITS _bits;
 
+	/// The last chunk comes first: it is the one that a function may refuse, and then nothing has been written.
 	Result<void> Run(const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32 flags) const
 	{
 		alignas(16) Byte buffer[BytesOf(CHUNK_PIXELS * INTERMEDIATE_MAXIMUM_BITS)];
 		const PixelBuffer intermediate(buffer, _bits);
-		PixelBuffer from(source._pixel, source._stride);
-		PixelBuffer to(destination._pixel, destination._stride);
-		for (Int done = 0; done < count; done += CHUNK_PIXELS)
+		for (Int start = (count - 1) & -CHUNK_PIXELS; start >= 0; start -= CHUNK_PIXELS)
 		{
-			const Int chunk = std::min(CHUNK_PIXELS, count - done);
-			TORVI_TRY(_toIntermediate(intermediate, chunk, from, flags));
-			TORVI_TRY(_fromIntermediate(to, chunk, intermediate, flags));
-			if (done + chunk == count)
-				break; // beyond the last pixel there may be no address
-			from._pixel += source._stride * CHUNK_PIXELS / 8; // exact: the chunk is a multiple of 8 pixels
-			to._pixel += destination._stride * CHUNK_PIXELS / 8;
+			const Int chunk = std::min(CHUNK_PIXELS, count - start);
+			TORVI_TRY(_toIntermediate(intermediate, chunk, PixelAt(source, start), flags));
+			TORVI_TRY(_fromIntermediate(PixelAt(destination, start), chunk, intermediate, flags));
 		}
 		return OK;
 	}
@@ -91,12 +92,13 @@ ConvertPixelFunc CopyFunction(Int bytesPerPixel)
 }
 
 Result<ConvertPixelFunc> ComposeFunctions(const ConvertPixelFunc& toIntermediate, const ConvertPixelFunc& fromIntermediate,
-                                          BITS intermediateBits)
+										  BITS intermediateBits)
 {
-	TORVI_CHECK(intermediateBits <= INTERMEDIATE_MAXIMUM_BITS, IllegalArgumentError("An intermediate pixel has at most @ bits.", INTERMEDIATE_MAXIMUM_BITS));
+	TORVI_CHECK(intermediateBits <= INTERMEDIATE_MAXIMUM_BITS,
+				IllegalArgumentError("An intermediate pixel has at most @ bits.", INTERMEDIATE_MAXIMUM_BITS));
 	auto record = TORVI_TRY(NewObject<SharedRecord<Composition>>(Composition{toIntermediate, fromIntermediate, intermediateBits}));
 	return ConvertPixelFunc([record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32 flags)
-	                        { return record->GetValue().Run(destination, count, source, flags); });
+							{ return record->GetValue().Run(destination, count, source, flags); });
 }
 
 } // namespace torvi

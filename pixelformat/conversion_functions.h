@@ -13,7 +13,7 @@ template <class T>
 class SharedRecord final : public ObjectInterface
 {
 public:
-	explicit SharedRecord(T value) : _value(std::move(value)) { }
+	explicit SharedRecord(T value) : _value(std::move(value)) {}
 	const T& GetValue() const noexcept { return _value; }
 
 private:
@@ -40,7 +40,7 @@ ConvertPixelFunc CopyFunction(Int bytesPerPixel);
 /// A function that runs `toIntermediate` and `fromIntermediate` over chunks of 64 pixels, with a buffer on the stack between them.
 /// `intermediateBits` is at most INTERMEDIATE_MAXIMUM_BITS.
 Result<ConvertPixelFunc> ComposeFunctions(const ConvertPixelFunc& toIntermediate, const ConvertPixelFunc& fromIntermediate,
-                                          BITS intermediateBits);
+										  BITS intermediateBits);
 
 constexpr BITS INTERMEDIATE_MAXIMUM_BITS = 4 * 64; // the widest fixed format
 

@@ -12,10 +12,30 @@ namespace torvi
 {
 
 /// What one number of a pixel means.
-enum class Channel : UChar { Red, Green, Blue, Alpha, Grey, Unused };
+enum class Channel : UChar
+{
+	Red,
+	Green,
+	Blue,
+	Alpha,
+	Grey,
+	Unused
+};
 
-/// How one number of a pixel is stored, in the order "uchar", "char", "uint16", "int16", "uint32", "int32", "float16", "float32", "float64".
-enum class ValueType : UChar { U8, S8, U16, S16, U32, S32, F16, F32, F64 };
+/// How one number of a pixel is stored, in the order "uchar", "char", "uint16", "int16", "uint32", "int32", "float16", "float32",
+/// "float64".
+enum class ValueType : UChar
+{
+	U8,
+	S8,
+	U16,
+	S16,
+	U32,
+	S32,
+	F16,
+	F32,
+	F64
+};
 
 constexpr Int VALUE_TYPE_COUNT = 9;
 
@@ -26,7 +46,22 @@ constexpr Int SizeOf(ValueType type)
 	return SIZES[static_cast<std::size_t>(type)];
 }
 
-enum class FixedFamily : UChar { RGB, RGBA, ARGB, XRGB, RGBX, BGR, BGRA, BGRX, ABGR, GREY, GREYA, AGREY, ALPHA };
+enum class FixedFamily : UChar
+{
+	RGB,
+	RGBA,
+	ARGB,
+	XRGB,
+	RGBX,
+	BGR,
+	BGRA,
+	BGRX,
+	ABGR,
+	GREY,
+	GREYA,
+	AGREY,
+	ALPHA
+};
 
 constexpr Int FIXED_FAMILY_COUNT = 13;
 
@@ -62,7 +97,6 @@ struct FixedFormatInfo
 		return -1;
 	}
 	constexpr bool Has(Channel channel) const { return Find(channel) >= 0; }
-	constexpr Int GetBytesPerPixel() const { return _channelCount * SizeOf(_type); }
 
 	/// The bit offset of channel `index` in the packed layout; with `_channelCount` the bits per pixel.
 	constexpr BITS GetBitOffset(Int index) const { return index * SizeOf(_type) * 8; }
@@ -72,7 +106,7 @@ namespace fixed_formats_detail
 {
 
 constexpr FixedFormatInfo MakeInfo(FixedFormat format, FixedFamily family, ValueType type, std::string_view shortName,
-	std::initializer_list<Channel> channels)
+								   std::initializer_list<Channel> channels)
 {
 	FixedFormatInfo info = {format, family, type, shortName, {}, static_cast<Int>(channels.size()), {}};
 	std::size_t length = 0;
@@ -92,10 +126,11 @@ constexpr FixedFormatInfo MakeInfo(FixedFormat format, FixedFamily family, Value
 } // namespace fixed_formats_detail
 
 /// All fixed formats; the index is the value of `FixedFormat`.
-inline constexpr std::array FIXED_FORMATS = [] {
+inline constexpr std::array FIXED_FORMATS = []
+{
 	using enum Channel;
 	return std::array{
-#define FIXED_FORMAT(family, type, ...) \
+#define FIXED_FORMAT(family, type, ...)                                                                                                    \
 	fixed_formats_detail::MakeInfo(FixedFormat::family##_##type, FixedFamily::family, ValueType::type, #family "::" #type, {__VA_ARGS__}),
 #include "pixelformat/fixed_formats.inc"
 #undef FIXED_FORMAT

@@ -38,7 +38,7 @@ constexpr std::array<GroupInfo, 16> GROUPS = {{
 class PixelFormatGroupImpl final : public PixelFormatGroupInterface
 {
 public:
-	explicit PixelFormatGroupImpl(const GroupInfo& info) : _info(info) { }
+	explicit PixelFormatGroupImpl(const GroupInfo& info) : _info(info) {}
 
 	Registry::Iterator GetEntries() const override
 	{

@@ -1,8 +1,8 @@
 // How the families enter their formats: the class, its one object, the object's group and the family's registry.
 #pragma once
 
-#include "pixelformat/component_table.h"
 #include "host/module.h"
+#include "pixelformat/component_table.h"
 #include "torvi/gfx_image_pixelformat.h"
 
 namespace torvi
@@ -11,8 +11,8 @@ namespace torvi
 /// One format as it is registered.
 struct FormatEntry
 {
-	std::string_view _name;  ///< "rgb.u8", the id without its head
-	CString _shortName;      ///< "RGB::U8"; with a dot it is also the class id without its head
+	std::string_view _name; ///< "rgb.u8", the id without its head
+	CString _shortName;     ///< "RGB::U8"; with a dot it is also the class id without its head
 	Id _group;
 	Id _registry;
 };

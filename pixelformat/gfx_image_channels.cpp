@@ -84,15 +84,24 @@ auto WithValueType(ValueType type, Function&& function)
 {
 	switch (type)
 	{
-	case ValueType::U8: return function(UChar());
-	case ValueType::S8: return function(Char());
-	case ValueType::U16: return function(UInt16());
-	case ValueType::S16: return function(Int16());
-	case ValueType::U32: return function(UInt32());
-	case ValueType::S32: return function(Int32());
-	case ValueType::F16: return function(HalfFloat());
-	case ValueType::F32: return function(Float32());
-	default: return function(Float64());
+	case ValueType::U8:
+		return function(UChar());
+	case ValueType::S8:
+		return function(Char());
+	case ValueType::U16:
+		return function(UInt16());
+	case ValueType::S16:
+		return function(Int16());
+	case ValueType::U32:
+		return function(UInt32());
+	case ValueType::S32:
+		return function(Int32());
+	case ValueType::F16:
+		return function(HalfFloat());
+	case ValueType::F32:
+		return function(Float32());
+	default:
+		return function(Float64());
 	}
 }
 
@@ -140,17 +149,14 @@ String TextOf(const ChannelTypeInfo& info, std::string_view format)
 class ImageChannelImpl final : public ImageChannelInterface
 {
 public:
-	explicit ImageChannelImpl(const ChannelClassInfo& info) : _class(info) { }
+	explicit ImageChannelImpl(const ChannelClassInfo& info) : _class(info) {}
 
-	/// Called once, by the type that makes the channel and keeps it.
-	void SetType(const ImageChannelType& type, const ChannelTypeInfo& info)
-	{
-		_type = type;
-		_typeInfo = &info;
-	}
+	/// Called by the type that makes the channel.
+	void SetTypeInfo(const ChannelTypeInfo& info) { _typeInfo = &info; }
+	void SetType(const ImageChannelType& type) { _type = type; }
 
 	BITS GetChannelBits() const override { return SizeOf(_class._type) * 8; }
-	ImageChannelType GetChannelType() const override { return _type.Lock(); }
+	ImageChannelType GetChannelType() const override { return _type; }
 	DataType GetDataType() const override { return _class._dataType; }
 	Bool IsIdenticalComponent(const Byte* a, const Byte* b, UChar threshold) const override
 	{
@@ -164,25 +170,32 @@ public:
 private:
 	const ChannelClassInfo& _class;
 	const ChannelTypeInfo* _typeInfo = nullptr;
-	WeakRef<ImageChannelTypeInterface> _type;
+	ImageChannelType _type; // which holds this channel until the module ends
 };
 
 class ImageChannelTypeImpl final : public ImageChannelTypeInterface
 {
 public:
-	explicit ImageChannelTypeImpl(const ChannelTypeInfo& info) : _info(info) { }
+	explicit ImageChannelTypeImpl(const ChannelTypeInfo& info) : _info(info) {}
 
 	Result<void> InitObject() override
 	{
 		_colorSpace = FindDeclared<ColorSpaceInterface>(_info._colorSpace);
 		for (std::size_t i = 0; i < CHANNEL_CLASSES.size(); ++i)
 		{
-			const Ref<ImageChannelImpl> channel = TORVI_TRY(CreateObject<ImageChannelImpl>(CHANNEL_CLASSES[i]._classId));
-			channel->SetType(ImageChannelType(this), _info);
-			_channels[i] = channel;
+			_channels[i] = TORVI_TRY(CreateObject<ImageChannelImpl>(CHANNEL_CLASSES[i]._classId));
+			_channels[i]->SetTypeInfo(_info);
 		}
 		return OK;
 	}
+
+	/// From here on type and channels hold each other, until DropChannels.
+	void JoinChannels()
+	{
+		for (const Ref<ImageChannelImpl>& channel : _channels)
+			channel->SetType(ImageChannelType(this));
+	}
+	void DropChannels() { _channels = {}; }
 
 	UChar GetDefaultFillValue() const override { return _info._fill; }
 	ColorSpace GetColorSpace() const override { return _colorSpace; }
@@ -190,15 +203,28 @@ public:
 	ImageChannel GetChannel(DataType dataType) const override
 	{
 		const std::optional<ValueType> type = ValueTypeOf(dataType);
-		return type ? _channels[static_cast<std::size_t>(*type)] : ImageChannel();
+		return type ? ImageChannel(_channels[static_cast<std::size_t>(*type)]) : ImageChannel();
 	}
 	String ToString(std::string_view format) const override { return TextOf(_info, format); }
 
 private:
 	const ChannelTypeInfo& _info;
 	ColorSpace _colorSpace;
-	std::array<ImageChannel, VALUE_TYPE_COUNT> _channels;
+	std::array<Ref<ImageChannelImpl>, VALUE_TYPE_COUNT> _channels;
 };
+
+/// Channels that a format still holds keep their type; the others go.
+void DropAllChannels()
+{
+	const Result<RegistryRef> types = g_torvi->GetRegistry(ids::REGISTRY_IMAGECHANNELTYPES);
+	if (!types.IsOk())
+		return;
+	for (Registry::Iterator it = types.GetValue()->CreateIterator(); it.HasValue(); it.MoveToNext())
+	{
+		if (const auto type = Cast<ImageChannelTypeImpl>(it.GetEntry()))
+			type->DropChannels();
+	}
+}
 
 constexpr auto CHANNEL_COMPONENTS = MakeComponentTable<ImageChannelImpl, CHANNEL_CLASSES>();
 constexpr auto TYPE_COMPONENTS = MakeComponentTable<ImageChannelTypeImpl, CHANNEL_TYPES>();
@@ -237,11 +263,14 @@ Result<void> RegisterChannelTypes(Module& module)
 {
 	for (std::size_t i = 0; i < CHANNEL_CLASSES.size(); ++i)
 		TORVI_TRY(module.AddClass(CHANNEL_CLASSES[i]._classId, Id(), {{CHANNEL_CLASSES[i]._classId, CHANNEL_COMPONENTS[i]}}));
+	TORVI_TRY(module.OnEnd(&DropAllChannels));
 	for (std::size_t i = 0; i < CHANNEL_TYPES.size(); ++i)
 	{
 		const Id id = CHANNEL_TYPES[i]._id;
 		const ClassRef record = TORVI_TRY(module.AddClass(id, Id(), {{id, TYPE_COMPONENTS[i]}}));
-		TORVI_TRY(module.AddObject(ids::REGISTRY_IMAGECHANNELTYPES, id, TORVI_TRY(record->Create())));
+		const auto type = TORVI_TRY(record->Create<ImageChannelTypeImpl>());
+		TORVI_TRY(module.AddObject(ids::REGISTRY_IMAGECHANNELTYPES, id, type));
+		type->JoinChannels();
 	}
 	return OK;
 }

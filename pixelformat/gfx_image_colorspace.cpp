@@ -29,7 +29,7 @@ constexpr std::array<ColorSpaceInfo, 5> COLOR_SPACES = {{
 class ColorSpaceImpl final : public ColorSpaceInterface
 {
 public:
-	explicit ColorSpaceImpl(const ColorSpaceInfo& info) : _info(info) { }
+	explicit ColorSpaceImpl(const ColorSpaceInfo& info) : _info(info) {}
 
 	ColorProfile GetDefaultNonlinearColorProfile() const override { return GetBuiltInColorProfile(_info._nonlinearProfile); }
 	ColorProfile GetDefaultLinearColorProfile() const override { return GetBuiltInColorProfile(_info._linearProfile); }

@@ -39,22 +39,33 @@ const char* LabelOf(CHANNELTYPE type)
 {
 	switch (type)
 	{
-	case CHANNELTYPE::RED: return "R";
-	case CHANNELTYPE::GREEN: return "G";
-	case CHANNELTYPE::BLUE: return "B";
-	case CHANNELTYPE::ALPHA: return "A";
+	case CHANNELTYPE::RED:
+		return "R";
+	case CHANNELTYPE::GREEN:
+		return "G";
+	case CHANNELTYPE::BLUE:
+		return "B";
+	case CHANNELTYPE::ALPHA:
+		return "A";
 	case CHANNELTYPE::CMYK_C:
-	case CHANNELTYPE::CMYK_IC: return "C";
+	case CHANNELTYPE::CMYK_IC:
+		return "C";
 	case CHANNELTYPE::CMYK_M:
-	case CHANNELTYPE::CMYK_IM: return "M";
+	case CHANNELTYPE::CMYK_IM:
+		return "M";
 	case CHANNELTYPE::CMYK_Y:
-	case CHANNELTYPE::CMYK_IY: return "Y";
+	case CHANNELTYPE::CMYK_IY:
+		return "Y";
 	case CHANNELTYPE::CMYK_K:
-	case CHANNELTYPE::CMYK_IK: return "K";
-	case CHANNELTYPE::GREY: return "Grey";
+	case CHANNELTYPE::CMYK_IK:
+		return "K";
+	case CHANNELTYPE::GREY:
+		return "Grey";
 	case CHANNELTYPE::DEPTH:
-	case CHANNELTYPE::DEPTHBACK: return "Depth";
-	default: return "";
+	case CHANNELTYPE::DEPTHBACK:
+		return "Depth";
+	default:
+		return "";
 	}
 }
 
@@ -65,9 +76,7 @@ Result<ObjectRef> CreateAbstract()
 
 } // namespace
 
-PixelFormatBaseImpl::PixelFormatBaseImpl() : _uniqueId(NextUniqueId())
-{
-}
+PixelFormatBaseImpl::PixelFormatBaseImpl() : _uniqueId(NextUniqueId()) {}
 
 PixelFormatBaseImpl::PixelFormatBaseImpl(const PixelFormatBaseImpl& other)
 	: ObjectInterface(other), PixelFormatInterface(other), _group(other._group), _shortName(other._shortName), _uniqueId(NextUniqueId())
@@ -116,8 +125,8 @@ ColorProfile PixelFormatBaseImpl::GetDefaultColorProfile() const
 }
 
 Result<void> PixelFormatBaseImpl::ConvertPixelFromSlow(const PixelBuffer& destination, Int count, const PixelBuffer& source,
-                                                       const ColorProfile* srcProfile, ColorProfile* dstProfile, Bool forceProfiles,
-                                                       UInt32 convertFlags) const
+													   const ColorProfile* srcProfile, ColorProfile* dstProfile, Bool forceProfiles,
+													   UInt32 convertFlags) const
 {
 	TORVI_CHECK(source._format, IllegalArgumentError("srcformat must not be nullptr."));
 	const ChannelOffsets& srcOffsets = source._channelOffsets != nullptr ? *source._channelOffsets : source._format->GetChannelOffsets();
@@ -137,14 +146,15 @@ Bool PixelFormatBaseImpl::IsIdenticalPixel(const PixelBuffer& pixel1, const Pixe
 	for (std::size_t i = 0; i < channels.size(); ++i)
 	{
 		const Bool isUsed = channels[i]->GetChannelType()->GetType() != CHANNELTYPE::UNUSED;
-		if (isUsed && !channels[i]->IsIdenticalComponent(pixel1._pixel + BytesOf(offsets1[i]), pixel2._pixel + BytesOf(offsets2[i]), threshold))
+		if (isUsed &&
+			!channels[i]->IsIdenticalComponent(pixel1._pixel + BytesOf(offsets1[i]), pixel2._pixel + BytesOf(offsets2[i]), threshold))
 			return false;
 	}
 	return true;
 }
 
 Result<ConvertPixelFunc> PixelFormatBaseImpl::GetConvertPixelToFunc(const PixelFormat&, const ChannelOffsets&, const ChannelOffsets&, Bool,
-                                                                    Bool&) const
+																	Bool&) const
 {
 	return ConvertPixelFunc();
 }

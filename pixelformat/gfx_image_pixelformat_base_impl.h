@@ -38,18 +38,18 @@ public:
 	Result<AlphaPixelFormat> GetAlphaPixelFormat() const override;
 	ColorProfile GetDefaultColorProfile() const override;
 	Result<ConvertPixelFunc> GetConvertPixelFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                             const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile, ColorProfile* dstProfile,
-	                                             Bool forceProfiles, Bool& isColorConverted) const override;
+												 const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile, ColorProfile* dstProfile,
+												 Bool forceProfiles, Bool& isColorConverted) const override;
 	Result<ConvertPixelFunc> GetConvertPixelFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                             const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile, ColorProfile* dstProfile,
-	                                             Bool forceProfiles, UInt32 flags, Bool& isColorConverted) const override;
+												 const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile, ColorProfile* dstProfile,
+												 Bool forceProfiles, UInt32 flags, Bool& isColorConverted) const override;
 	Result<void> ConvertPixelFromSlow(const PixelBuffer& destination, Int count, const PixelBuffer& source, const ColorProfile* srcProfile,
-	                                  ColorProfile* dstProfile, Bool forceProfiles, UInt32 convertFlags) const override;
+									  ColorProfile* dstProfile, Bool forceProfiles, UInt32 convertFlags) const override;
 	/// Compares the channels of GetChannels; formats without channels override it.
 	Bool IsIdenticalPixel(const PixelBuffer& pixel1, const PixelBuffer& pixel2, UChar threshold) const override;
 	Result<ConvertPixelFunc> GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-	                                               const ChannelOffsets& srcOffsets, Bool fastLayout,
-	                                               Bool& isColorConverted) const override;
+												   const ChannelOffsets& srcOffsets, Bool fastLayout,
+												   Bool& isColorConverted) const override;
 	CString GetShortName() const override { return _shortName; }
 	UInt64 GetUniqueId() const override { return _uniqueId; }
 
@@ -75,14 +75,14 @@ private:
 	Result<ConvertPixelFunc> FindConversion(const ConversionRequest& request, Bool& isColorConverted) const;
 	Result<ConvertPixelFunc> FindRemembered(const ConversionRequest& request, const ColorProfile& srcProfile, Bool& isColorConverted) const;
 	Result<ConvertPixelFunc> SearchConversion(const ConversionRequest& request, const ColorProfile& srcProfile, Bool fastLayout,
-	                                          Bool& isColorConverted) const;
+											  Bool& isColorConverted) const;
 	Result<ConvertPixelFunc> ConvertByIntermediate(const ConversionRequest& request, const ColorProfile& srcProfile,
-	                                               Bool& isColorConverted) const;
+												   Bool& isColorConverted) const;
 	Result<ConvertPixelFunc> Remember(const ConversionKey& key, UInt64 hash, const ConvertPixelFunc& function) const;
 	Bool IsOwnLayout(const ChannelOffsets& offsets) const;
 
 	mutable SpinLock _cacheLock;
-	mutable ConversionCache _cache;                 // under the lock
+	mutable ConversionCache _cache;                  // under the lock
 	mutable LookupInProgress* _inProgress = nullptr; // under the lock
 	PixelFormatGroup _group;
 	CString _shortName = "";

@@ -59,11 +59,11 @@ public:
 	ColorProfile GetDefaultColorProfile() const override { return DefaultProfileOf(_colorSpace, _dataType); }
 	String PixToString(const Byte* pixel) const override;
 	Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                                 const ChannelOffsets& dstOffsets, Bool fastLayout,
-	                                                 Bool& isColorConverted) const override;
+													 const ChannelOffsets& dstOffsets, Bool fastLayout,
+													 Bool& isColorConverted) const override;
 	Result<ConvertPixelFunc> GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-	                                               const ChannelOffsets& srcOffsets, Bool fastLayout,
-	                                               Bool& isColorConverted) const override;
+												   const ChannelOffsets& srcOffsets, Bool fastLayout,
+												   Bool& isColorConverted) const override;
 
 private:
 	Result<void> Append(const ImageChannel& channel);
@@ -134,12 +134,18 @@ Int* PixelFormatDynamicImpl::IndexOf(CHANNELTYPE type)
 {
 	switch (type)
 	{
-	case CHANNELTYPE::RED: return &_redIndex;
-	case CHANNELTYPE::GREEN: return &_greenIndex;
-	case CHANNELTYPE::BLUE: return &_blueIndex;
-	case CHANNELTYPE::ALPHA: return &_alphaIndex;
-	case CHANNELTYPE::GREY: return &_greyIndex;
-	default: return nullptr;
+	case CHANNELTYPE::RED:
+		return &_redIndex;
+	case CHANNELTYPE::GREEN:
+		return &_greenIndex;
+	case CHANNELTYPE::BLUE:
+		return &_blueIndex;
+	case CHANNELTYPE::ALPHA:
+		return &_alphaIndex;
+	case CHANNELTYPE::GREY:
+		return &_greyIndex;
+	default:
+		return nullptr;
 	}
 }
 
@@ -202,10 +208,10 @@ Result<LayoutPlaces> PixelFormatDynamicImpl::PlacesOf(const ChannelOffsets& offs
 	TORVI_CHECK(offsets.size() == _channels.size() + 1, IllegalArgumentError("The channel offsets do not fit @.", GetShortName()));
 	LayoutPlaces places;
 	const std::pair<std::optional<ChannelPlace>*, Int> roles[] = {{&places._layout._red, _redIndex},
-	                                                              {&places._layout._green, _greenIndex},
-	                                                              {&places._layout._blue, _blueIndex},
-	                                                              {&places._layout._alpha, _alphaIndex},
-	                                                              {&places._layout._grey, _greyIndex}};
+																  {&places._layout._green, _greenIndex},
+																  {&places._layout._blue, _blueIndex},
+																  {&places._layout._alpha, _alphaIndex},
+																  {&places._layout._grey, _greyIndex}};
 	for (const auto& [place, index] : roles)
 	{
 		if (index != NO_CHANNEL)
@@ -223,7 +229,7 @@ Result<ConvertPixelFunc> PixelFormatDynamicImpl::CopyOfChannels(const ChannelOff
 		return CopyFunction(BytesOf(_bitsPerPixel));
 	const std::size_t needed = _channels.size() + 1;
 	TORVI_CHECK(srcOffsets.size() == needed && dstOffsets.size() == needed,
-	            IllegalArgumentError("The channel offsets do not fit @.", GetShortName()));
+				IllegalArgumentError("The channel offsets do not fit @.", GetShortName()));
 	Array<ChannelStep> steps;
 	for (std::size_t i = 0; i < _channels.size(); ++i)
 		steps.push_back(MoverStep(TORVI_TRY(PlaceOf(i, dstOffsets)), TORVI_TRY(PlaceOf(i, srcOffsets))));
@@ -231,7 +237,7 @@ Result<ConvertPixelFunc> PixelFormatDynamicImpl::CopyOfChannels(const ChannelOff
 }
 
 Result<ConvertPixelFunc> PixelFormatDynamicImpl::GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-                                                                         const ChannelOffsets& dstOffsets, Bool, Bool&) const
+																		 const ChannelOffsets& dstOffsets, Bool, Bool&) const
 {
 	if (IsEqual(*srcFormat))
 		return CopyOfChannels(srcOffsets, dstOffsets);
@@ -247,7 +253,7 @@ Result<ConvertPixelFunc> PixelFormatDynamicImpl::GetConvertPixelFromFunc(const P
 }
 
 Result<ConvertPixelFunc> PixelFormatDynamicImpl::GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-                                                                       const ChannelOffsets& srcOffsets, Bool, Bool&) const
+																	   const ChannelOffsets& srcOffsets, Bool, Bool&) const
 {
 	const std::optional<FixedFormat> destination = FixedFormatOf(dstFormat);
 	if (!destination || !IsDynamicPartner(*destination))
@@ -291,8 +297,7 @@ constexpr std::array<DeclaredRow, 16> DECLARED = {{
 
 Result<void> RegisterDynamicFormats(Module& module)
 {
-	const ClassRef record =
-		TORVI_TRY(module.AddClass<PixelFormatDynamicImpl>(ids::CLASS_PIXELFORMATDYNAMIC, ids::CLASS_PIXELFORMATBASE));
+	const ClassRef record = TORVI_TRY(module.AddClass<PixelFormatDynamicImpl>(ids::CLASS_PIXELFORMATDYNAMIC, ids::CLASS_PIXELFORMATBASE));
 	constexpr CHANNELTYPE TYPES[] = {CHANNELTYPE::RED, CHANNELTYPE::GREEN};
 	for (const DeclaredRow& row : DECLARED)
 	{

@@ -46,12 +46,18 @@ constexpr CHANNELTYPE ChannelTypeOf(Channel channel)
 {
 	switch (channel)
 	{
-	case Red: return CHANNELTYPE::RED;
-	case Green: return CHANNELTYPE::GREEN;
-	case Blue: return CHANNELTYPE::BLUE;
-	case Alpha: return CHANNELTYPE::ALPHA;
-	case Grey: return CHANNELTYPE::GREY;
-	default: return CHANNELTYPE::UNUSED;
+	case Red:
+		return CHANNELTYPE::RED;
+	case Green:
+		return CHANNELTYPE::GREEN;
+	case Blue:
+		return CHANNELTYPE::BLUE;
+	case Alpha:
+		return CHANNELTYPE::ALPHA;
+	case Grey:
+		return CHANNELTYPE::GREY;
+	default:
+		return CHANNELTYPE::UNUSED;
 	}
 }
 
@@ -105,7 +111,7 @@ public:
 	}
 
 	Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                                 const ChannelOffsets& dstOffsets, Bool fastLayout, Bool&) const override
+													 const ChannelOffsets& dstOffsets, Bool fastLayout, Bool&) const override
 	{
 		const std::optional<FixedFormat> source = FixedFormatOf(srcFormat);
 		if (!source || !IsDirectSource(*source))

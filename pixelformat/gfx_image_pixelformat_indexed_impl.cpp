@@ -1,12 +1,12 @@
-// Indexed formats. The colour table is kept twice: in its own format, and as floats, from which indices turn into colours. The floats lie in
-// a record that conversion functions share, so that a function sees a later change of the table and outlives the format; it does not hold
-// the format itself, which would then live in the memory of its destinations.
+// Indexed formats. The colour table is kept twice: in its own format, and as floats, from which indices turn into colours. The floats lie
+// in a record that conversion functions share, so that a function sees a later change of the table and outlives the format; it does not
+// hold the format itself, which would then live in the memory of its destinations.
 #include "pixelformat/gfx_image_pixelformat_indexed_impl.h"
 
+#include "pixelformat/conversion_functions.h"
 #include "pixelformat/format_registration.h"
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
-#include "pixelformat/conversion_functions.h"
 #include "pixelformat/kernel_indexed.h"
 #include "pixelformat/kernel_table.h"
 #include "torvi/ids_formats.h"
@@ -56,7 +56,7 @@ struct IndexConversion
 class PixelFormatIndexedImpl final : public PixelFormatBaseImpl, public PixelFormatIndexedColorInterface
 {
 public:
-	explicit PixelFormatIndexedImpl(const IndexedRow& row) : _offsetValues{0, row._bits}, _offsets(_offsetValues) { }
+	explicit PixelFormatIndexedImpl(const IndexedRow& row) : _offsetValues{0, row._bits}, _offsets(_offsetValues) {}
 	PixelFormatIndexedImpl(const PixelFormatIndexedImpl& other)
 		: ObjectInterface(other), PixelFormatInterface(other), PixelFormatBaseImpl(other), PixelFormatIndexedColorInterface(other),
 		  _offsetValues(other._offsetValues), _offsets(_offsetValues), _tableFormat(other._tableFormat), _floatFormat(other._floatFormat),
@@ -102,11 +102,11 @@ public:
 	Bool IsIdenticalPixel(const PixelBuffer&, const PixelBuffer&, UChar) const override { return false; }
 	String PixToString(const Byte*) const override { return String(); }
 	Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                                 const ChannelOffsets& dstOffsets, Bool fastLayout,
-	                                                 Bool& isColorConverted) const override;
+													 const ChannelOffsets& dstOffsets, Bool fastLayout,
+													 Bool& isColorConverted) const override;
 	Result<ConvertPixelFunc> GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-	                                               const ChannelOffsets& srcOffsets, Bool fastLayout,
-	                                               Bool& isColorConverted) const override;
+												   const ChannelOffsets& srcOffsets, Bool fastLayout,
+												   Bool& isColorConverted) const override;
 
 private:
 	Int GetBits() const { return _offsetValues[1]; }
@@ -134,7 +134,8 @@ Result<void> PixelFormatIndexedImpl::InitColorTable(Int count, const PixelFormat
 	TORVI_CHECK(count >= 0, IllegalArgumentError("A colour table can not have @ rows.", count));
 	TORVI_CHECK(format, IllegalArgumentError("A colour table needs a pixel format."));
 	const Bool isIndexed = static_cast<Bool>(Cast<PixelFormatIndexedColorInterface>(format));
-	TORVI_CHECK(!isIndexed && format->GetBitsPerPixel() % 8 == 0, IllegalArgumentError("@ can not be the format of a colour table.", format));
+	TORVI_CHECK(!isIndexed && format->GetBitsPerPixel() % 8 == 0,
+				IllegalArgumentError("@ can not be the format of a colour table.", format));
 	return NoThrow(
 		[&]() -> Result<void>
 		{
@@ -175,7 +176,7 @@ Bool PixelFormatIndexedImpl::IsEqual(const ObjectInterface& other) const
 {
 	const auto* const indexed = dynamic_cast<const PixelFormatIndexedImpl*>(&other);
 	return indexed != nullptr && indexed->GetBits() == GetBits() && indexed->_tableSize == _tableSize &&
-	       indexed->_tableFormat->IsEqual(*_tableFormat) && indexed->_table == _table;
+		   indexed->_tableFormat->IsEqual(*_tableFormat) && indexed->_table == _table;
 }
 
 UInt64 PixelFormatIndexedImpl::GetHashCodeImpl() const
@@ -194,13 +195,13 @@ ConvertPixelFunc PixelFormatIndexedImpl::CopyOfIndices() const
 }
 
 Result<ConvertPixelFunc> PixelFormatIndexedImpl::GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets&,
-                                                                         const ChannelOffsets&, Bool fastLayout, Bool&) const
+																		 const ChannelOffsets&, Bool fastLayout, Bool&) const
 {
 	return fastLayout && IsSame(srcFormat) ? CopyOfIndices() : ConvertPixelFunc();
 }
 
 Result<ConvertPixelFunc> PixelFormatIndexedImpl::GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-                                                                       const ChannelOffsets&, Bool fastLayout, Bool&) const
+																	   const ChannelOffsets&, Bool fastLayout, Bool&) const
 {
 	if (fastLayout && IsSame(dstFormat))
 		return CopyOfIndices();
@@ -218,7 +219,7 @@ Result<ConvertPixelFunc> PixelFormatIndexedImpl::GetConvertPixelToFunc(const Pix
 			const IndexTable table = {conversion._table->_bytes.data(), conversion._table->_count};
 			if (count > 0)
 				conversion._kernel({destination._pixel, BytesOf(destination._stride), source._pixel, 0, source._stride, count},
-			                       conversion._bits, table, conversion._offsets);
+								   conversion._bits, table, conversion._offsets);
 			return OK;
 		});
 }

@@ -29,7 +29,7 @@ Result<PixelFormat> FindIntermediate(const PixelFormatInterface& dstFormat, cons
 	const Bool isRadiance = srcFormat == GetPixelFormat(ids::PIXELFORMAT_RGB_RGBE);
 	const DataType dataType = isRadiance ? GetDataType<HalfFloat>() : GetDataType<UChar>();
 	const ImageChannel channels[] = {GetImageChannel(CHANNELTYPE::ALPHA, dataType), GetImageChannel(CHANNELTYPE::RED, dataType),
-	                                 GetImageChannel(CHANNELTYPE::GREEN, dataType), GetImageChannel(CHANNELTYPE::BLUE, dataType)};
+									 GetImageChannel(CHANNELTYPE::GREEN, dataType), GetImageChannel(CHANNELTYPE::BLUE, dataType)};
 	const Bool hasAlpha = srcFormat->HasAlpha() && dstFormat.HasAlpha();
 	return FindOrCreatePixelFormat(Block<const ImageChannel>(channels).subspan(hasAlpha ? 0 : 1));
 }
@@ -40,7 +40,7 @@ Result<PixelFormat> FindIntermediate(const PixelFormatInterface& dstFormat, cons
 class PixelFormatBaseImpl::LookupGuard
 {
 public:
-	explicit LookupGuard(const PixelFormatBaseImpl& format) : _format(format) { }
+	explicit LookupGuard(const PixelFormatBaseImpl& format) : _format(format) {}
 	LookupGuard(const LookupGuard&) = delete;
 	LookupGuard& operator=(const LookupGuard&) = delete;
 	~LookupGuard()
@@ -75,18 +75,18 @@ private:
 };
 
 Result<ConvertPixelFunc> PixelFormatBaseImpl::GetConvertPixelFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-                                                                  const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile,
-                                                                  ColorProfile* dstProfile, Bool forceProfiles,
-                                                                  Bool& isColorConverted) const
+																  const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile,
+																  ColorProfile* dstProfile, Bool forceProfiles,
+																  Bool& isColorConverted) const
 {
 	return GetConvertPixelFunc(srcFormat, srcOffsets, dstOffsets, srcProfile, dstProfile, forceProfiles, BLACK_POINT_COMPENSATION,
-	                           isColorConverted);
+							   isColorConverted);
 }
 
 Result<ConvertPixelFunc> PixelFormatBaseImpl::GetConvertPixelFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-                                                                  const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile,
-                                                                  ColorProfile* dstProfile, Bool forceProfiles, UInt32 flags,
-                                                                  Bool& isColorConverted) const
+																  const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile,
+																  ColorProfile* dstProfile, Bool forceProfiles, UInt32 flags,
+																  Bool& isColorConverted) const
 {
 	const ConversionRequest request = {srcFormat, srcOffsets, dstOffsets, srcProfile, dstProfile, forceProfiles, flags, isColorConverted};
 	return NoThrow([&]() { return FindConversion(request, isColorConverted); });
@@ -104,7 +104,7 @@ Result<ConvertPixelFunc> PixelFormatBaseImpl::FindConversion(const ConversionReq
 		{
 			ConvertPixelFunc function =
 				TORVI_TRY(stage->FindConversion(*this, request._srcFormat, request._srcOffsets, request._dstOffsets, srcProfile,
-			                                    request._dstProfile, request._forceProfiles, request._flags, isColorConverted));
+												request._dstProfile, request._forceProfiles, request._flags, isColorConverted));
 			if (function)
 				return function;
 		}
@@ -113,11 +113,10 @@ Result<ConvertPixelFunc> PixelFormatBaseImpl::FindConversion(const ConversionReq
 }
 
 Result<ConvertPixelFunc> PixelFormatBaseImpl::FindRemembered(const ConversionRequest& request, const ColorProfile& srcProfile,
-                                                             Bool& isColorConverted) const
+															 Bool& isColorConverted) const
 {
 	const PixelFormatInterface& srcFormat = *request._srcFormat;
-	const Bool fastLayout =
-		!request._isInner && !isColorConverted && IsOwnLayout(request._srcOffsets) && IsOwnLayout(request._dstOffsets);
+	const Bool fastLayout = !request._isInner && !isColorConverted && IsOwnLayout(request._srcOffsets) && IsOwnLayout(request._dstOffsets);
 	const ConversionKey key = {srcFormat.GetUniqueId(), fastLayout, request._srcOffsets, request._dstOffsets};
 	const UInt64 hash = key.GetHashCode();
 	const UInt64 job = GetCurrentJobKey();
@@ -137,7 +136,7 @@ Result<ConvertPixelFunc> PixelFormatBaseImpl::FindRemembered(const ConversionReq
 }
 
 Result<ConvertPixelFunc> PixelFormatBaseImpl::SearchConversion(const ConversionRequest& request, const ColorProfile& srcProfile,
-                                                               Bool fastLayout, Bool& isColorConverted) const
+															   Bool fastLayout, Bool& isColorConverted) const
 {
 	const PixelFormat& srcFormat = request._srcFormat;
 	ConvertPixelFunc function =
@@ -161,7 +160,7 @@ Result<ConvertPixelFunc> PixelFormatBaseImpl::SearchConversion(const ConversionR
 }
 
 Result<ConvertPixelFunc> PixelFormatBaseImpl::ConvertByIntermediate(const ConversionRequest& request, const ColorProfile& srcProfile,
-                                                                    Bool& isColorConverted) const
+																	Bool& isColorConverted) const
 {
 	const PixelFormat intermediate = TORVI_TRY(FindIntermediate(*this, request._srcFormat));
 	const Ref<PixelFormatBaseImpl> lookup = Cast<PixelFormatBaseImpl>(intermediate);
@@ -170,11 +169,11 @@ Result<ConvertPixelFunc> PixelFormatBaseImpl::ConvertByIntermediate(const Conver
 	ColorProfile profile = srcProfile;
 	Bool isFirstConverted = false; // unlike the request's own flag, these tell whether profiles are converted on the way
 	Bool isSecondConverted = false;
-	const ConversionRequest first = {request._srcFormat, request._srcOffsets, offsets, &srcProfile, &profile,
-	                                 request._forceProfiles, request._flags, true};
+	const ConversionRequest first = {request._srcFormat, request._srcOffsets,    offsets,        &srcProfile,
+									 &profile,           request._forceProfiles, request._flags, true};
 	const ConvertPixelFunc toIntermediate = TORVI_TRY(lookup->FindConversion(first, isFirstConverted));
-	const ConversionRequest second = {intermediate, offsets, request._dstOffsets, &profile, request._dstProfile,
-	                                  request._forceProfiles, request._flags, true};
+	const ConversionRequest second = {intermediate,   offsets, request._dstOffsets, &profile, request._dstProfile, request._forceProfiles,
+									  request._flags, true};
 	const ConvertPixelFunc fromIntermediate = TORVI_TRY(FindConversion(second, isSecondConverted));
 	isColorConverted |= isFirstConverted || isSecondConverted;
 	return ComposeFunctions(toIntermediate, fromIntermediate, intermediate->GetBitsPerPixel());

@@ -1,6 +1,6 @@
 // The packed formats of 16 bits: what tells them apart is the row of their bit fields.
-#include "pixelformat/format_registration.h"
 #include "pixelformat/gfx_image_pixelformat_packed_impl.h"
+#include "pixelformat/format_registration.h"
 #include "pixelformat/gfx_image_pixelformat_special_impl.h"
 #include "pixelformat/kernel_packed16.h"
 #include "pixelformat/kernel_values.h"
@@ -41,7 +41,7 @@ struct ExpandedPixel
 {
 	ExpandedPixel(const Packed16Info& info, UInt16 pixel)
 		: _values{ExpandColour(pixel, info._red), ExpandColour(pixel, info._green), ExpandColour(pixel, info._blue),
-	              ExpandAlpha(pixel, info._alpha)}
+				  ExpandAlpha(pixel, info._alpha)}
 	{
 	}
 
@@ -51,7 +51,8 @@ struct ExpandedPixel
 class PixelFormatPackedImpl final : public PixelFormatSpecialImpl
 {
 public:
-	explicit PixelFormatPackedImpl(const PackedRow& row) : PixelFormatSpecialImpl(PACKED_INFO), _format(row._format), _packed(InfoOf(row._format))
+	explicit PixelFormatPackedImpl(const PackedRow& row)
+		: PixelFormatSpecialImpl(PACKED_INFO), _format(row._format), _packed(InfoOf(row._format))
 	{
 	}
 

@@ -18,7 +18,7 @@ constexpr SpecialFormatInfo RGBE_INFO = {ids::COLORSPACE_RGB, ids::COLORPROFILE_
 class PixelFormatRgbeImpl final : public PixelFormatSpecialImpl
 {
 public:
-	PixelFormatRgbeImpl() : PixelFormatSpecialImpl(RGBE_INFO) { }
+	PixelFormatRgbeImpl() : PixelFormatSpecialImpl(RGBE_INFO) {}
 
 	Result<AlphaPixelFormat> GetAlphaPixelFormat() const override { return IllegalArgumentError("@ has no alpha.", GetShortName()); }
 
@@ -26,7 +26,8 @@ public:
 	{
 		const auto a = DecodeRgbe(pixel1._pixel);
 		const auto b = DecodeRgbe(pixel2._pixel);
-		return IsIdenticalFloat(a[0], b[0], threshold) && IsIdenticalFloat(a[1], b[1], threshold) && IsIdenticalFloat(a[2], b[2], threshold);
+		return IsIdenticalFloat(a[0], b[0], threshold) && IsIdenticalFloat(a[1], b[1], threshold) &&
+			   IsIdenticalFloat(a[2], b[2], threshold);
 	}
 
 	String PixToString(const Byte* pixel) const override
@@ -46,7 +47,7 @@ protected:
 Result<void> RegisterRgbeFormat(Module& module)
 {
 	return AddPixelFormat(module, {"rgb.rgbe", "RGB::RGBE", ids::PIXELFORMATGROUP_RGB, ids::REGISTRY_RGB},
-	                      &CreateComponent<PixelFormatRgbeImpl>);
+						  &CreateComponent<PixelFormatRgbeImpl>);
 }
 
 } // namespace torvi

@@ -29,7 +29,7 @@ Result<void> PixelFormatSpecialImpl::InitObject()
 }
 
 Result<ConvertPixelFunc> PixelFormatSpecialImpl::GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-                                                                         const ChannelOffsets&, Bool, Bool&) const
+																		 const ChannelOffsets&, Bool, Bool&) const
 {
 	const std::optional<FixedFormat> source = FixedFormatOf(srcFormat);
 	const RunKernel kernel = source ? KernelFromFixed(*source) : KernelFromSpecial(*srcFormat);
@@ -42,7 +42,7 @@ Result<ConvertPixelFunc> PixelFormatSpecialImpl::GetConvertPixelFromFunc(const P
 }
 
 Result<ConvertPixelFunc> PixelFormatSpecialImpl::GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-                                                                       const ChannelOffsets&, Bool, Bool&) const
+																	   const ChannelOffsets&, Bool, Bool&) const
 {
 	const std::optional<FixedFormat> destination = FixedFormatOf(dstFormat);
 	const RunKernel kernel = destination ? KernelToFixed(*destination) : nullptr;

@@ -35,11 +35,11 @@ public:
 	ColorSpace GetColorSpace() const override { return _colorSpace; }
 	ColorProfile GetDefaultColorProfile() const override { return GetBuiltInColorProfile(_info._defaultProfile); }
 	Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                                 const ChannelOffsets& dstOffsets, Bool fastLayout,
-	                                                 Bool& isColorConverted) const override;
+													 const ChannelOffsets& dstOffsets, Bool fastLayout,
+													 Bool& isColorConverted) const override;
 	Result<ConvertPixelFunc> GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-	                                               const ChannelOffsets& srcOffsets, Bool fastLayout,
-	                                               Bool& isColorConverted) const override;
+												   const ChannelOffsets& srcOffsets, Bool fastLayout,
+												   Bool& isColorConverted) const override;
 
 protected:
 	virtual RunKernel KernelFromFixed(FixedFormat source) const = 0;

@@ -18,7 +18,7 @@ constexpr SpecialFormatInfo YUV_INFO = {ids::COLORSPACE_YUV, ids::COLORPROFILE_S
 class PixelFormatYuvImpl final : public PixelFormatSpecialImpl
 {
 public:
-	explicit PixelFormatYuvImpl(YuvFormat format) : PixelFormatSpecialImpl(YUV_INFO), _format(format) { }
+	explicit PixelFormatYuvImpl(YuvFormat format) : PixelFormatSpecialImpl(YUV_INFO), _format(format) {}
 
 	Bool IsIdenticalPixel(const PixelBuffer&, const PixelBuffer&, UChar) const override { return false; }
 	String PixToString(const Byte*) const override { return MakeString("YUV unsupported"); }

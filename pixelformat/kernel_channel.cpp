@@ -23,17 +23,21 @@ template <class D, class S>
 void MoveChannel(const KernelRun& run, const ChannelStep& step)
 {
 	ForEachPixel<sizeof(D), sizeof(S)>(Shifted(run, step._destinationOffset, step._sourceOffsets[0]),
-		[](Byte* destination, const Byte* source) { StoreValue(destination, ConvertValue<D>(LoadValue<S>(source))); });
+									   [](Byte* destination, const Byte* source)
+									   { StoreValue(destination, ConvertValue<D>(LoadValue<S>(source))); });
 }
 
 template <class D, class S>
 void MoveMean(const KernelRun& run, const ChannelStep& step)
 {
 	const std::array<Int, 3> offsets = step._sourceOffsets;
-	ForEachPixel<sizeof(D), sizeof(S)>(Shifted(run, step._destinationOffset, 0), [&offsets](Byte* destination, const Byte* source) {
-		StoreValue(destination, ConvertValue<D>(MeanOfThree(LoadValue<S>(source + offsets[0]), LoadValue<S>(source + offsets[1]),
-									LoadValue<S>(source + offsets[2]))));
-	});
+	ForEachPixel<sizeof(D), sizeof(S)>(
+		Shifted(run, step._destinationOffset, 0),
+		[&offsets](Byte* destination, const Byte* source)
+		{
+			StoreValue(destination, ConvertValue<D>(MeanOfThree(LoadValue<S>(source + offsets[0]), LoadValue<S>(source + offsets[1]),
+																LoadValue<S>(source + offsets[2]))));
+		});
 }
 
 template <class T>
@@ -66,8 +70,8 @@ constexpr FunctionTable MakeMovers(std::index_sequence<PAIR...>)
 {
 	FunctionTable table = {};
 	((table[PAIR / TYPE_COUNT][PAIR % TYPE_COUNT] =
-			 &MoveChannel<ValueOf<static_cast<ValueType>(PAIR / TYPE_COUNT)>, ValueOf<static_cast<ValueType>(PAIR % TYPE_COUNT)>>),
-		...);
+		  &MoveChannel<ValueOf<static_cast<ValueType>(PAIR / TYPE_COUNT)>, ValueOf<static_cast<ValueType>(PAIR % TYPE_COUNT)>>),
+	 ...);
 	return table;
 }
 
@@ -86,10 +90,14 @@ ChannelStep::Function FillOfSize(Int size)
 {
 	switch (size)
 	{
-	case 1: return &FillChannel<UChar>;
-	case 2: return &FillChannel<UInt16>;
-	case 4: return &FillChannel<UInt32>;
-	default: return &FillChannel<UInt64>;
+	case 1:
+		return &FillChannel<UChar>;
+	case 2:
+		return &FillChannel<UInt16>;
+	case 4:
+		return &FillChannel<UInt32>;
+	default:
+		return &FillChannel<UInt64>;
 	}
 }
 
@@ -99,14 +107,22 @@ UInt64 FillBits(ValueType type, UChar value, std::index_sequence<TYPE...>)
 	std::array<Byte, 8> bytes = {};
 	((static_cast<std::size_t>(type) == TYPE ? StoreValue(bytes.data(), ConvertValue<ValueOf<static_cast<ValueType>(TYPE)>>(value))
 											 : void()),
-		...);
+	 ...);
 	UInt64 bits = 0; // from the lowest byte, also where the machine's order is another
 	switch (SizeOf(type))
 	{
-	case 1: bits = LoadValue<UChar>(bytes.data()); break;
-	case 2: bits = LoadValue<UInt16>(bytes.data()); break;
-	case 4: bits = LoadValue<UInt32>(bytes.data()); break;
-	default: bits = LoadValue<UInt64>(bytes.data()); break;
+	case 1:
+		bits = LoadValue<UChar>(bytes.data());
+		break;
+	case 2:
+		bits = LoadValue<UInt16>(bytes.data());
+		break;
+	case 4:
+		bits = LoadValue<UInt32>(bytes.data());
+		break;
+	default:
+		bits = LoadValue<UInt64>(bytes.data());
+		break;
 	}
 	return bits;
 }
@@ -141,7 +157,7 @@ void RunSteps(Block<const ChannelStep> steps, const KernelRun& run)
 	for (Int done = 0; done < run._count; done += PIXELS_AT_A_TIME)
 	{
 		const KernelRun part = {run._destination + done * run._destinationStride, run._destinationStride,
-			run._source + done * run._sourceStride, run._sourceStride, std::min(PIXELS_AT_A_TIME, run._count - done)};
+								run._source + done * run._sourceStride, run._sourceStride, std::min(PIXELS_AT_A_TIME, run._count - done)};
 		for (const ChannelStep& step : steps)
 			step._function(part, step);
 	}

@@ -41,23 +41,25 @@ void CopyChannels(const KernelRun& run, const KernelOffsets& offsets)
 	constexpr Int COLOURS = COUNT >= 3 ? 3 : 1;
 	constexpr bool HAS_LAST = COUNT == 0 || COUNT == 2 || COUNT == 4;
 	const KernelOffsets local = offsets;
-	CopyInOrder(run, [&local](Byte* destination, const Byte* source) {
-		std::array<T, MAXIMUM_CHANNELS> pixel;
-		for (std::size_t i = FIRST; i < COLOURS; ++i)
-			pixel[i] = LoadValue<T>(source + local._source[i]);
-		if constexpr (HAS_LAST)
-			pixel[3] = LoadValue<T>(source + local._source[3]);
-		for (std::size_t i = FIRST; i < COLOURS; ++i)
-			StoreValue(destination + local._destination[i], pixel[i]);
-		if constexpr (HAS_LAST)
-			StoreValue(destination + local._destination[3], pixel[3]);
-	});
+	CopyInOrder(run,
+				[&local](Byte* destination, const Byte* source)
+				{
+					std::array<T, MAXIMUM_CHANNELS> pixel;
+					for (std::size_t i = FIRST; i < COLOURS; ++i)
+						pixel[i] = LoadValue<T>(source + local._source[i]);
+					if constexpr (HAS_LAST)
+						pixel[3] = LoadValue<T>(source + local._source[3]);
+					for (std::size_t i = FIRST; i < COLOURS; ++i)
+						StoreValue(destination + local._destination[i], pixel[i]);
+					if constexpr (HAS_LAST)
+						StoreValue(destination + local._destination[3], pixel[3]);
+				});
 }
 
 // By count of channels; 0 stands for alpha alone.
 template <class T>
-constexpr std::array<OffsetKernel, 5> CHANNEL_COPIES = {
-	&CopyChannels<T, 0>, &CopyChannels<T, 1>, &CopyChannels<T, 2>, &CopyChannels<T, 3>, &CopyChannels<T, 4>};
+constexpr std::array<OffsetKernel, 5> CHANNEL_COPIES = {&CopyChannels<T, 0>, &CopyChannels<T, 1>, &CopyChannels<T, 2>, &CopyChannels<T, 3>,
+														&CopyChannels<T, 4>};
 
 } // namespace
 
@@ -68,9 +70,8 @@ void CopyPixels(const KernelRun& run, Int bytesPerPixel)
 	if (run._destinationStride == bytesPerPixel && run._sourceStride == bytesPerPixel)
 		std::memmove(run._destination, run._source, static_cast<std::size_t>(run._count * bytesPerPixel));
 	else
-		CopyInOrder(run, [size = static_cast<std::size_t>(bytesPerPixel)](Byte* destination, const Byte* source) {
-			std::memmove(destination, source, size);
-		});
+		CopyInOrder(run, [size = static_cast<std::size_t>(bytesPerPixel)](Byte* destination, const Byte* source)
+					{ std::memmove(destination, source, size); });
 }
 
 OffsetKernel ChannelCopyKernel(FixedFormat format)
@@ -80,10 +81,14 @@ OffsetKernel ChannelCopyKernel(FixedFormat format)
 	const auto index = static_cast<std::size_t>(alphaAlone ? 0 : info._channelCount);
 	switch (SizeOf(info._type))
 	{
-	case 1: return CHANNEL_COPIES<UChar>[index];
-	case 2: return CHANNEL_COPIES<UInt16>[index];
-	case 4: return CHANNEL_COPIES<UInt32>[index];
-	default: return CHANNEL_COPIES<UInt64>[index];
+	case 1:
+		return CHANNEL_COPIES<UChar>[index];
+	case 2:
+		return CHANNEL_COPIES<UInt16>[index];
+	case 4:
+		return CHANNEL_COPIES<UInt32>[index];
+	default:
+		return CHANNEL_COPIES<UInt64>[index];
 	}
 }
 

@@ -38,14 +38,16 @@ TORVI_KERNEL_INLINE typename D::Value PickChannel(const Byte* pixel)
 template <class D, class S>
 TORVI_KERNEL_INLINE void ConvertPixel(Byte* destination, const Byte* source)
 {
-	[&]<std::size_t... INDEX>(std::index_sequence<INDEX...>) {
+	[&]<std::size_t... INDEX>(std::index_sequence<INDEX...>)
+	{
 		(StoreValue(destination + Int(INDEX) * D::VALUE_SIZE, PickChannel<D::INFO._channels[INDEX], D, S>(source)), ...);
-	}(std::make_index_sequence<D::COUNT>());
+	}
+	(std::make_index_sequence<D::COUNT>());
 }
 
 /// Same channels in the same order: the number of channels no longer matters.
 template <class D, class S>
-constexpr bool SAME_CHANNELS = D::COUNT == S::COUNT && D::INFO._channels == S::INFO._channels && !D::Has(Channel::Unused);
+constexpr bool SAME_CHANNELS = D::COUNT == S::COUNT&& D::INFO._channels == S::INFO._channels && !D::Has(Channel::Unused);
 
 template <FixedFormat DESTINATION, FixedFormat SOURCE>
 void ConvertDefault(const KernelRun& run)
@@ -55,10 +57,10 @@ void ConvertDefault(const KernelRun& run)
 	if constexpr (DESTINATION == SOURCE)
 		CopyPixels(run, D::PIXEL_SIZE);
 	else if (SAME_CHANNELS<D, S> && run._destinationStride == D::PIXEL_SIZE && run._sourceStride == S::PIXEL_SIZE)
-		ForEachContiguous<D::VALUE_SIZE, S::VALUE_SIZE>(run._destination, run._source, run._count * D::COUNT,
-			[](Byte* destination, const Byte* source) {
-				StoreValue(destination, ConvertValue<typename D::Value>(LoadValue<typename S::Value>(source)));
-			});
+		ForEachContiguous<D::VALUE_SIZE, S::VALUE_SIZE>(
+			run._destination, run._source, run._count * D::COUNT,
+			[](Byte* destination, const Byte* source)
+			{ StoreValue(destination, ConvertValue<typename D::Value>(LoadValue<typename S::Value>(source))); });
 	else
 		ForEachPixel<D::PIXEL_SIZE, S::PIXEL_SIZE>(run, &ConvertPixel<D, S>);
 }
@@ -66,9 +68,11 @@ void ConvertDefault(const KernelRun& run)
 template <FixedFormat DESTINATION>
 const KernelRow& KernelRowTo()
 {
-	static constexpr KernelRow ROW = []<std::size_t... SOURCE>(std::index_sequence<SOURCE...>) {
+	static constexpr KernelRow ROW = []<std::size_t... SOURCE>(std::index_sequence<SOURCE...>)
+	{
 		return KernelRow{&ConvertDefault<DESTINATION, static_cast<FixedFormat>(SOURCE)>...};
-	}(std::make_index_sequence<FIXED_SOURCE_COUNT>());
+	}
+	(std::make_index_sequence<FIXED_SOURCE_COUNT>());
 	return ROW;
 }
 

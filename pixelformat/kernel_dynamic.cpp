@@ -39,7 +39,7 @@ Int MostStepsToDynamic(const DynamicLayout& layout)
 }
 
 Int PlanToDynamic(Block<ChannelStep> steps, const DynamicLayout& layout, FixedFormat source,
-	const std::array<Int, MAXIMUM_CHANNELS>& sourceOffsets)
+				  const std::array<Int, MAXIMUM_CHANNELS>& sourceOffsets)
 {
 	StepList list(steps);
 	const FixedFormatInfo& info = InfoOf(source);
@@ -57,7 +57,7 @@ Int PlanToDynamic(Block<ChannelStep> steps, const DynamicLayout& layout, FixedFo
 }
 
 Int PlanFromDynamic(Block<ChannelStep> steps, const DynamicLayout& layout, FixedFormat destination,
-	const std::array<Int, MAXIMUM_CHANNELS>& destinationOffsets)
+					const std::array<Int, MAXIMUM_CHANNELS>& destinationOffsets)
 {
 	StepList list(steps);
 	const FixedFormatInfo& info = InfoOf(destination);

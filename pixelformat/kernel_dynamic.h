@@ -29,11 +29,11 @@ Int MostStepsToDynamic(const DynamicLayout& layout);
 /// Writes the plan from `source`, one of the eight, to `layout` into `steps` and returns the count of steps. `sourceOffsets` are byte
 /// offsets by role (`OffsetsByRole`). Grey gets the mean; alpha the source's, or full scale; others get zero bytes.
 Int PlanToDynamic(Block<ChannelStep> steps, const DynamicLayout& layout, FixedFormat source,
-	const std::array<Int, MAXIMUM_CHANNELS>& sourceOffsets);
+				  const std::array<Int, MAXIMUM_CHANNELS>& sourceOffsets);
 
 /// Writes the plan from `layout` to `destination`, one of the eight, into `steps`, at most four, and returns their count. A grey channel
 /// feeds all colours; without it a missing colour is 0; missing alpha is full scale.
 Int PlanFromDynamic(Block<ChannelStep> steps, const DynamicLayout& layout, FixedFormat destination,
-	const std::array<Int, MAXIMUM_CHANNELS>& destinationOffsets);
+					const std::array<Int, MAXIMUM_CHANNELS>& destinationOffsets);
 
 } // namespace torvi

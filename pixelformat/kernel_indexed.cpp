@@ -37,7 +37,7 @@ TORVI_KERNEL_INLINE UInt32 Extract(const Byte* base, BITS position, Int bits)
 	if (bits <= 8)
 		return ExtractBits(base, position, bits);
 	const std::array<Byte, 2> bytes = {static_cast<Byte>(ExtractBits(base, position, 8)),
-		static_cast<Byte>(ExtractBits(base, position + 8, 8))};
+									   static_cast<Byte>(ExtractBits(base, position + 8, 8))};
 	return LoadValue<UInt16>(bytes.data());
 }
 
@@ -85,12 +85,12 @@ void CopyIndices(const IndexCopyRun& run, Int bits)
 	if (onBytes && run._destinationStride == bits && run._sourceStride == bits)
 	{
 		std::memmove(run._destination + (run._destinationBit >> 3), run._source + (run._sourceBit >> 3),
-			static_cast<std::size_t>(BytesOf(run._count * bits)));
+					 static_cast<std::size_t>(BytesOf(run._count * bits)));
 		return;
 	}
 	for (Int i = 0; i < run._count; ++i)
 		InsertIndex(run._destination, run._destinationBit + i * run._destinationStride, bits,
-			ExtractIndex(run._source, run._sourceBit + i * run._sourceStride, bits));
+					ExtractIndex(run._source, run._sourceBit + i * run._sourceStride, bits));
 }
 
 IndexKernel IndexKernelTo(FixedFormat destination)
@@ -98,20 +98,29 @@ IndexKernel IndexKernelTo(FixedFormat destination)
 	switch (destination)
 	{
 	case FixedFormat::RGB_U8:
-	case FixedFormat::BGR_U8: return &ConvertIndices<UChar, false>;
+	case FixedFormat::BGR_U8:
+		return &ConvertIndices<UChar, false>;
 	case FixedFormat::RGBA_U8:
 	case FixedFormat::RGBX_U8:
 	case FixedFormat::ARGB_U8:
 	case FixedFormat::XRGB_U8:
 	case FixedFormat::BGRA_U8:
-	case FixedFormat::BGRX_U8: return &ConvertIndices<UChar, true>;
-	case FixedFormat::RGB_U16: return &ConvertIndices<UInt16, false>;
-	case FixedFormat::RGBA_U16: return &ConvertIndices<UInt16, true>;
-	case FixedFormat::RGB_F32: return &ConvertIndices<Float32, false>;
-	case FixedFormat::RGBA_F32: return &ConvertIndices<Float32, true>;
-	case FixedFormat::RGB_F64: return &ConvertIndices<Float64, false>;
-	case FixedFormat::RGBA_F64: return &ConvertIndices<Float64, true>;
-	default: return nullptr;
+	case FixedFormat::BGRX_U8:
+		return &ConvertIndices<UChar, true>;
+	case FixedFormat::RGB_U16:
+		return &ConvertIndices<UInt16, false>;
+	case FixedFormat::RGBA_U16:
+		return &ConvertIndices<UInt16, true>;
+	case FixedFormat::RGB_F32:
+		return &ConvertIndices<Float32, false>;
+	case FixedFormat::RGBA_F32:
+		return &ConvertIndices<Float32, true>;
+	case FixedFormat::RGB_F64:
+		return &ConvertIndices<Float64, false>;
+	case FixedFormat::RGBA_F64:
+		return &ConvertIndices<Float64, true>;
+	default:
+		return nullptr;
 	}
 }
 

@@ -60,7 +60,8 @@ void ConvertWithOffsets(const KernelRun& run, const KernelOffsets& offsets)
 using NeededKernels = std::array<std::array<std::array<bool, LAST_MODE_COUNT>, COLOUR_MODE_COUNT>, VALUE_TYPE_COUNT>;
 
 template <ValueType DESTINATION>
-constexpr NeededKernels NEEDED_KERNELS = [] {
+constexpr NeededKernels NEEDED_KERNELS = []
+{
 	NeededKernels needed = {};
 	for (const FixedFormatInfo& destination : FIXED_FORMATS)
 		for (const FixedFormatInfo& source : FIXED_FORMATS)
@@ -75,7 +76,7 @@ constexpr OffsetKernel OffsetKernelIfNeeded()
 {
 	if constexpr (NEEDED_KERNELS<DESTINATION>[SOURCE][COLOURS][LAST])
 		return &ConvertWithOffsets<ValueOf<DESTINATION>, ValueOf<static_cast<ValueType>(SOURCE)>, static_cast<ColourMode>(COLOURS),
-			static_cast<LastMode>(LAST)>;
+								   static_cast<LastMode>(LAST)>;
 	else
 		return nullptr;
 }
@@ -85,9 +86,9 @@ constexpr OffsetKernelRows MakeOffsetKernelRows(std::index_sequence<INDEX...>)
 {
 	constexpr std::size_t PER_TYPE = COLOUR_MODE_COUNT * LAST_MODE_COUNT;
 	OffsetKernelRows rows = {};
-	((rows[INDEX / PER_TYPE][INDEX / LAST_MODE_COUNT % COLOUR_MODE_COUNT][INDEX % LAST_MODE_COUNT] = OffsetKernelIfNeeded<DESTINATION,
-		  INDEX / PER_TYPE, INDEX / LAST_MODE_COUNT % COLOUR_MODE_COUNT, INDEX % LAST_MODE_COUNT>()),
-		...);
+	((rows[INDEX / PER_TYPE][INDEX / LAST_MODE_COUNT % COLOUR_MODE_COUNT][INDEX % LAST_MODE_COUNT] =
+		  OffsetKernelIfNeeded<DESTINATION, INDEX / PER_TYPE, INDEX / LAST_MODE_COUNT % COLOUR_MODE_COUNT, INDEX % LAST_MODE_COUNT>()),
+	 ...);
 	return rows;
 }
 

@@ -13,8 +13,8 @@ namespace
 {
 
 constexpr Int PIXEL_SIZE = 2;
-constexpr std::array PARTNERS = {FixedFormat::RGB_U8, FixedFormat::ARGB_U8, FixedFormat::RGB_U16, FixedFormat::ARGB_U16,
-	FixedFormat::RGB_F32, FixedFormat::ARGB_F32, FixedFormat::RGB_F64, FixedFormat::ARGB_F64};
+constexpr std::array PARTNERS = {FixedFormat::RGB_U8,  FixedFormat::ARGB_U8,  FixedFormat::RGB_U16, FixedFormat::ARGB_U16,
+								 FixedFormat::RGB_F32, FixedFormat::ARGB_F32, FixedFormat::RGB_F64, FixedFormat::ARGB_F64};
 constexpr std::size_t PARTNER_COUNT = PARTNERS.size();
 
 constexpr UInt32 Pack(UChar value, Packed16Field field)
@@ -27,17 +27,19 @@ void PackRun(const KernelRun& run)
 {
 	using S = Layout<SOURCE>;
 	using enum Channel;
-	ForEachPixel<PIXEL_SIZE, S::PIXEL_SIZE>(run, [](Byte* destination, const Byte* source) {
-		constexpr Packed16Info INFO = InfoOf(PACKED);
-		UInt32 pixel = Pack(ConvertValue<UChar>(S::template Load<Red>(source)), INFO._red) |
-					   Pack(ConvertValue<UChar>(S::template Load<Green>(source)), INFO._green) |
-					   Pack(ConvertValue<UChar>(S::template Load<Blue>(source)), INFO._blue);
-		if constexpr (INFO.HasAlpha() && S::Has(Alpha))
-			pixel |= Pack(ConvertValue<UChar>(S::template Load<Alpha>(source)), INFO._alpha);
-		else if constexpr (INFO.HasAlpha())
-			pixel |= Pack(255, INFO._alpha);
-		StoreValue(destination, static_cast<UInt16>(pixel));
-	});
+	ForEachPixel<PIXEL_SIZE, S::PIXEL_SIZE>(run,
+											[](Byte* destination, const Byte* source)
+											{
+												constexpr Packed16Info INFO = InfoOf(PACKED);
+												UInt32 pixel = Pack(ConvertValue<UChar>(S::template Load<Red>(source)), INFO._red) |
+															   Pack(ConvertValue<UChar>(S::template Load<Green>(source)), INFO._green) |
+															   Pack(ConvertValue<UChar>(S::template Load<Blue>(source)), INFO._blue);
+												if constexpr (INFO.HasAlpha() && S::Has(Alpha))
+													pixel |= Pack(ConvertValue<UChar>(S::template Load<Alpha>(source)), INFO._alpha);
+												else if constexpr (INFO.HasAlpha())
+													pixel |= Pack(255, INFO._alpha);
+												StoreValue(destination, static_cast<UInt16>(pixel));
+											});
 }
 
 template <FixedFormat DESTINATION, Packed16Format PACKED>
@@ -46,24 +48,27 @@ void UnpackRun(const KernelRun& run)
 	using D = Layout<DESTINATION>;
 	using Value = typename D::Value;
 	using enum Channel;
-	ForEachPixel<D::PIXEL_SIZE, PIXEL_SIZE>(run, [](Byte* destination, const Byte* source) {
-		constexpr Packed16Info INFO = InfoOf(PACKED);
-		const UInt16 pixel = LoadValue<UInt16>(source);
-		D::template Store<Red>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._red)));
-		D::template Store<Green>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._green)));
-		D::template Store<Blue>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._blue)));
-		if constexpr (D::Has(Alpha))
-			D::template Store<Alpha>(destination, ConvertValue<Value>(ExpandAlpha(pixel, INFO._alpha)));
-	});
+	ForEachPixel<D::PIXEL_SIZE, PIXEL_SIZE>(
+		run,
+		[](Byte* destination, const Byte* source)
+		{
+			constexpr Packed16Info INFO = InfoOf(PACKED);
+			const UInt16 pixel = LoadValue<UInt16>(source);
+			D::template Store<Red>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._red)));
+			D::template Store<Green>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._green)));
+			D::template Store<Blue>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._blue)));
+			if constexpr (D::Has(Alpha))
+				D::template Store<Alpha>(destination, ConvertValue<Value>(ExpandAlpha(pixel, INFO._alpha)));
+		});
 }
 
 // Between twins only the alpha bits change: all set, or none.
 template <UInt16 COLOUR_BITS, UInt16 ALPHA_BITS>
 void TwinRun(const KernelRun& run)
 {
-	ForEachPixel<PIXEL_SIZE, PIXEL_SIZE>(run, [](Byte* destination, const Byte* source) {
-		StoreValue(destination, static_cast<UInt16>((LoadValue<UInt16>(source) & COLOUR_BITS) | ALPHA_BITS));
-	});
+	ForEachPixel<PIXEL_SIZE, PIXEL_SIZE>(
+		run, [](Byte* destination, const Byte* source)
+		{ StoreValue(destination, static_cast<UInt16>((LoadValue<UInt16>(source) & COLOUR_BITS) | ALPHA_BITS)); });
 }
 
 void CopyRun(const KernelRun& run)
@@ -82,9 +87,9 @@ constexpr PartnerTable MakePartnerTable(std::index_sequence<PAIR...>)
 {
 	PartnerTable table = {};
 	((table[PAIR / PARTNER_COUNT][PAIR % PARTNER_COUNT] =
-			 {&PackRun<static_cast<Packed16Format>(PAIR / PARTNER_COUNT), PARTNERS[PAIR % PARTNER_COUNT]>,
-				 &UnpackRun<PARTNERS[PAIR % PARTNER_COUNT], static_cast<Packed16Format>(PAIR / PARTNER_COUNT)>}),
-		...);
+		  {&PackRun<static_cast<Packed16Format>(PAIR / PARTNER_COUNT), PARTNERS[PAIR % PARTNER_COUNT]>,
+		   &UnpackRun<PARTNERS[PAIR % PARTNER_COUNT], static_cast<Packed16Format>(PAIR / PARTNER_COUNT)>}),
+	 ...);
 	return table;
 }
 

@@ -54,11 +54,14 @@ void EncodeRun(const KernelRun& run)
 {
 	using S = Layout<SOURCE>;
 	using enum Channel;
-	ForEachPixel<RGBE_PIXEL_SIZE, S::PIXEL_SIZE>(run, [](Byte* destination, const Byte* source) {
-		const auto pixel = Encode(ConvertValue<Float32>(S::template Load<Red>(source)),
-			ConvertValue<Float32>(S::template Load<Green>(source)), ConvertValue<Float32>(S::template Load<Blue>(source)));
-		std::memcpy(destination, pixel.data(), RGBE_PIXEL_SIZE);
-	});
+	ForEachPixel<RGBE_PIXEL_SIZE, S::PIXEL_SIZE>(run,
+												 [](Byte* destination, const Byte* source)
+												 {
+													 const auto pixel = Encode(ConvertValue<Float32>(S::template Load<Red>(source)),
+																			   ConvertValue<Float32>(S::template Load<Green>(source)),
+																			   ConvertValue<Float32>(S::template Load<Blue>(source)));
+													 std::memcpy(destination, pixel.data(), RGBE_PIXEL_SIZE);
+												 });
 }
 
 template <FixedFormat DESTINATION>
@@ -67,12 +70,14 @@ void DecodeRun(const KernelRun& run)
 	using D = Layout<DESTINATION>;
 	using Value = typename D::Value;
 	using enum Channel;
-	ForEachPixel<D::PIXEL_SIZE, RGBE_PIXEL_SIZE>(run, [](Byte* destination, const Byte* source) {
-		const std::array<Float32, 3> colours = Decode(source);
-		D::template Store<Red>(destination, ConvertValue<Value>(colours[0]));
-		D::template Store<Green>(destination, ConvertValue<Value>(colours[1]));
-		D::template Store<Blue>(destination, ConvertValue<Value>(colours[2]));
-	});
+	ForEachPixel<D::PIXEL_SIZE, RGBE_PIXEL_SIZE>(run,
+												 [](Byte* destination, const Byte* source)
+												 {
+													 const std::array<Float32, 3> colours = Decode(source);
+													 D::template Store<Red>(destination, ConvertValue<Value>(colours[0]));
+													 D::template Store<Green>(destination, ConvertValue<Value>(colours[1]));
+													 D::template Store<Blue>(destination, ConvertValue<Value>(colours[2]));
+												 });
 }
 
 void CopyRun(const KernelRun& run)
@@ -96,12 +101,18 @@ RunKernel RgbeKernelFrom(FixedFormat source)
 {
 	switch (source)
 	{
-	case FixedFormat::RGB_U8: return &EncodeRun<FixedFormat::RGB_U8>;
-	case FixedFormat::RGB_U16: return &EncodeRun<FixedFormat::RGB_U16>;
-	case FixedFormat::RGB_F16: return &EncodeRun<FixedFormat::RGB_F16>;
-	case FixedFormat::RGB_F32: return &EncodeRun<FixedFormat::RGB_F32>;
-	case FixedFormat::RGB_F64: return &EncodeRun<FixedFormat::RGB_F64>;
-	default: return nullptr;
+	case FixedFormat::RGB_U8:
+		return &EncodeRun<FixedFormat::RGB_U8>;
+	case FixedFormat::RGB_U16:
+		return &EncodeRun<FixedFormat::RGB_U16>;
+	case FixedFormat::RGB_F16:
+		return &EncodeRun<FixedFormat::RGB_F16>;
+	case FixedFormat::RGB_F32:
+		return &EncodeRun<FixedFormat::RGB_F32>;
+	case FixedFormat::RGB_F64:
+		return &EncodeRun<FixedFormat::RGB_F64>;
+	default:
+		return nullptr;
 	}
 }
 
@@ -109,12 +120,18 @@ RunKernel RgbeKernelTo(FixedFormat destination)
 {
 	switch (destination)
 	{
-	case FixedFormat::RGB_U8: return &DecodeRun<FixedFormat::RGB_U8>;
-	case FixedFormat::RGB_U16: return &DecodeRun<FixedFormat::RGB_U16>;
-	case FixedFormat::RGB_F16: return &DecodeRun<FixedFormat::RGB_F16>;
-	case FixedFormat::RGB_F32: return &DecodeRun<FixedFormat::RGB_F32>;
-	case FixedFormat::RGB_F64: return &DecodeRun<FixedFormat::RGB_F64>;
-	default: return nullptr;
+	case FixedFormat::RGB_U8:
+		return &DecodeRun<FixedFormat::RGB_U8>;
+	case FixedFormat::RGB_U16:
+		return &DecodeRun<FixedFormat::RGB_U16>;
+	case FixedFormat::RGB_F16:
+		return &DecodeRun<FixedFormat::RGB_F16>;
+	case FixedFormat::RGB_F32:
+		return &DecodeRun<FixedFormat::RGB_F32>;
+	case FixedFormat::RGB_F64:
+		return &DecodeRun<FixedFormat::RGB_F64>;
+	default:
+		return nullptr;
 	}
 }
 

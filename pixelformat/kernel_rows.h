@@ -13,10 +13,24 @@ template <FixedFormat DESTINATION>
 const KernelRow& KernelRowTo();
 
 /// Which colours an offset kernel writes from which: three from three, three from one, one from one, one from the mean of three, a zero.
-enum class ColourMode : UChar { None, ThreeFromThree, ThreeFromOne, OneFromOne, OneFromMean, OneFromNothing };
+enum class ColourMode : UChar
+{
+	None,
+	ThreeFromThree,
+	ThreeFromOne,
+	OneFromOne,
+	OneFromMean,
+	OneFromNothing
+};
 
 /// What it writes to the last role: nothing, the alpha of the source, full scale, or zero to an unused channel.
-enum class LastMode : UChar { None, Copy, Full, Zero };
+enum class LastMode : UChar
+{
+	None,
+	Copy,
+	Full,
+	Zero
+};
 
 constexpr std::size_t COLOUR_MODE_COUNT = 6;
 constexpr std::size_t LAST_MODE_COUNT = 4;

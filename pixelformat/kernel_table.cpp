@@ -20,13 +20,20 @@ const OffsetKernelRows& OffsetRowsOf(ValueType destination)
 {
 	switch (destination)
 	{
-	case ValueType::U8: return OffsetKernelRowsTo<ValueType::U8>();
-	case ValueType::U16: return OffsetKernelRowsTo<ValueType::U16>();
-	case ValueType::U32: return OffsetKernelRowsTo<ValueType::U32>();
-	case ValueType::S32: return OffsetKernelRowsTo<ValueType::S32>();
-	case ValueType::F16: return OffsetKernelRowsTo<ValueType::F16>();
-	case ValueType::F32: return OffsetKernelRowsTo<ValueType::F32>();
-	default: return OffsetKernelRowsTo<ValueType::F64>();
+	case ValueType::U8:
+		return OffsetKernelRowsTo<ValueType::U8>();
+	case ValueType::U16:
+		return OffsetKernelRowsTo<ValueType::U16>();
+	case ValueType::U32:
+		return OffsetKernelRowsTo<ValueType::U32>();
+	case ValueType::S32:
+		return OffsetKernelRowsTo<ValueType::S32>();
+	case ValueType::F16:
+		return OffsetKernelRowsTo<ValueType::F16>();
+	case ValueType::F32:
+		return OffsetKernelRowsTo<ValueType::F32>();
+	default:
+		return OffsetKernelRowsTo<ValueType::F64>();
 	}
 }
 
@@ -39,11 +46,15 @@ constexpr std::size_t RoleOf(Channel channel)
 {
 	switch (channel)
 	{
-	case Channel::Green: return 1;
-	case Channel::Blue: return 2;
+	case Channel::Green:
+		return 1;
+	case Channel::Blue:
+		return 2;
 	case Channel::Alpha:
-	case Channel::Unused: return 3;
-	default: return 0;
+	case Channel::Unused:
+		return 3;
+	default:
+		return 0;
 	}
 }
 
@@ -89,7 +100,7 @@ std::optional<std::array<Int, MAXIMUM_CHANNELS>> OffsetsByRole(FixedFormat forma
 }
 
 std::optional<KernelOffsets> MakeKernelOffsets(FixedFormat destination, Block<const BITS> destinationOffsets, FixedFormat source,
-	Block<const BITS> sourceOffsets)
+											   Block<const BITS> sourceOffsets)
 {
 	const auto to = OffsetsByRole(destination, destinationOffsets);
 	const auto from = OffsetsByRole(source, sourceOffsets);

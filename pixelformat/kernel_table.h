@@ -24,6 +24,6 @@ std::optional<std::array<Int, MAXIMUM_CHANNELS>> OffsetsByRole(FixedFormat forma
 
 /// The captured offsets for `OffsetKernelFor`; empty when a block has not one entry per channel and one more.
 std::optional<KernelOffsets> MakeKernelOffsets(FixedFormat destination, Block<const BITS> destinationOffsets, FixedFormat source,
-	Block<const BITS> sourceOffsets);
+											   Block<const BITS> sourceOffsets);
 
 } // namespace torvi

@@ -19,15 +19,51 @@ namespace torvi
 
 template <ValueType T>
 struct ValueOfType;
-template <> struct ValueOfType<ValueType::U8> { using Type = UChar; };
-template <> struct ValueOfType<ValueType::S8> { using Type = Char; };
-template <> struct ValueOfType<ValueType::U16> { using Type = UInt16; };
-template <> struct ValueOfType<ValueType::S16> { using Type = Int16; };
-template <> struct ValueOfType<ValueType::U32> { using Type = UInt32; };
-template <> struct ValueOfType<ValueType::S32> { using Type = Int32; };
-template <> struct ValueOfType<ValueType::F16> { using Type = HalfFloat; };
-template <> struct ValueOfType<ValueType::F32> { using Type = Float32; };
-template <> struct ValueOfType<ValueType::F64> { using Type = Float64; };
+template <>
+struct ValueOfType<ValueType::U8>
+{
+	using Type = UChar;
+};
+template <>
+struct ValueOfType<ValueType::S8>
+{
+	using Type = Char;
+};
+template <>
+struct ValueOfType<ValueType::U16>
+{
+	using Type = UInt16;
+};
+template <>
+struct ValueOfType<ValueType::S16>
+{
+	using Type = Int16;
+};
+template <>
+struct ValueOfType<ValueType::U32>
+{
+	using Type = UInt32;
+};
+template <>
+struct ValueOfType<ValueType::S32>
+{
+	using Type = Int32;
+};
+template <>
+struct ValueOfType<ValueType::F16>
+{
+	using Type = HalfFloat;
+};
+template <>
+struct ValueOfType<ValueType::F32>
+{
+	using Type = Float32;
+};
+template <>
+struct ValueOfType<ValueType::F64>
+{
+	using Type = Float64;
+};
 
 /// The C++ type that holds one value of the data type.
 template <ValueType T>

@@ -13,9 +13,9 @@ namespace torvi
 namespace
 {
 
-constexpr std::array PARTNERS = {FixedFormat::RGB_U8, FixedFormat::RGBA_U8, FixedFormat::RGBX_U8, FixedFormat::ARGB_U8,
-	FixedFormat::XRGB_U8, FixedFormat::BGR_U8, FixedFormat::BGRA_U8, FixedFormat::BGRX_U8, FixedFormat::RGB_U16, FixedFormat::RGB_F32,
-	FixedFormat::RGB_F64};
+constexpr std::array PARTNERS = {FixedFormat::RGB_U8,  FixedFormat::RGBA_U8, FixedFormat::RGBX_U8, FixedFormat::ARGB_U8,
+								 FixedFormat::XRGB_U8, FixedFormat::BGR_U8,  FixedFormat::BGRA_U8, FixedFormat::BGRX_U8,
+								 FixedFormat::RGB_U16, FixedFormat::RGB_F32, FixedFormat::RGB_F64};
 constexpr std::size_t PARTNER_COUNT = PARTNERS.size();
 constexpr std::size_t FORMAT_COUNT = 2;
 
@@ -35,7 +35,7 @@ TORVI_KERNEL_INLINE Colour LoadColour(const Byte* pixel)
 {
 	using enum Channel;
 	return {ConvertValue<UChar>(S::template Load<Red>(pixel)), ConvertValue<UChar>(S::template Load<Green>(pixel)),
-		ConvertValue<UChar>(S::template Load<Blue>(pixel))};
+			ConvertValue<UChar>(S::template Load<Blue>(pixel))};
 }
 
 TORVI_KERNEL_INLINE Byte LumaOf(const Colour& colour)
@@ -108,9 +108,9 @@ constexpr PartnerTable MakePartnerTable(std::index_sequence<PAIR...>)
 {
 	PartnerTable table = {};
 	((table[PAIR / PARTNER_COUNT][PAIR % PARTNER_COUNT] =
-			 {&EncodeRun<static_cast<YuvFormat>(PAIR / PARTNER_COUNT), PARTNERS[PAIR % PARTNER_COUNT]>,
-				 &DecodeRun<PARTNERS[PAIR % PARTNER_COUNT], static_cast<YuvFormat>(PAIR / PARTNER_COUNT)>}),
-		...);
+		  {&EncodeRun<static_cast<YuvFormat>(PAIR / PARTNER_COUNT), PARTNERS[PAIR % PARTNER_COUNT]>,
+		   &DecodeRun<PARTNERS[PAIR % PARTNER_COUNT], static_cast<YuvFormat>(PAIR / PARTNER_COUNT)>}),
+	 ...);
 	return table;
 }
 

@@ -9,7 +9,11 @@ namespace torvi
 {
 
 /// I422A is Y0, U, Y1, V; I422B is U, Y0, V, Y1.
-enum class YuvFormat : UChar { I422A, I422B };
+enum class YuvFormat : UChar
+{
+	I422A,
+	I422B
+};
 
 constexpr Int YUV_PIXEL_SIZE = 2;
 

@@ -64,6 +64,7 @@ public:
 	Result<PixelFormat> FindOrCreatePixelFormat(Block<const ImageChannel> channels) override
 	{
 		TORVI_CHECK(!channels.empty(), IllegalArgumentError("FindOrCreatePixelFormat() needs at least 1 channel."));
+		TORVI_CHECK(g_torvi != nullptr, IllegalStateError("The module is not started."));
 		return NoThrow([&]() { return FindOrCreate(channels); });
 	}
 
@@ -139,7 +140,9 @@ Result<void> FindStartLists(PixelFormatsInterface& formats)
 	TORVI_TRY(FindList(formats, {{GREY, ValueType::U32}}));
 	TORVI_TRY(FindList(formats, {{GREY, ValueType::S32}}));
 	TORVI_TRY(FindList(formats, {{RED, ValueType::U8}, {GREEN, ValueType::U16}, {BLUE, ValueType::F32}, {ALPHA, ValueType::U32}}));
-	return FindList(formats, {{DEPTH, ValueType::F32}, {ALPHA, ValueType::F32}, {RED, ValueType::F32}, {GREEN, ValueType::F32}, {BLUE, ValueType::F32}});
+	return FindList(
+		formats,
+		{{DEPTH, ValueType::F32}, {ALPHA, ValueType::F32}, {RED, ValueType::F32}, {GREEN, ValueType::F32}, {BLUE, ValueType::F32}});
 }
 
 } // namespace

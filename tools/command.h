@@ -1,8 +1,6 @@
-// What all commands of torvi-image share: how they fail, how they read and write, and the names that users give.
+// What all commands of torvi-image share: how they fail, and the names that users give.
 #pragma once
 
-#include "host/iomemory.h"
-#include "host/url.h"
 #include "torvi/gfx_image_pixelformat.h"
 
 #include <CLI/CLI.hpp>
@@ -17,6 +15,8 @@ constexpr int STATUS_OK = 0;
 constexpr int STATUS_FAILED = 1;
 constexpr int STATUS_USAGE = 2;
 
+inline constexpr std::string_view PIXELFORMAT_PREFIX = "net.torvi.image.pixelformat.";
+
 /// A command that the parser has chosen; gives the exit status.
 using Run = std::function<int()>;
 
@@ -27,19 +27,11 @@ void AddConvertPixels(CLI::App& app, Run& run);
 void AddList(CLI::App& app, Run& run);
 void AddLaterCommands(CLI::App& app, Run& run);
 
-/// Prints the one line of a failed file, with id and message of the innermost cause.
+/// Prints the one line of a failed file, with id and message of the innermost cause. One thread at a time.
 void PrintError(const std::string& file, const Error& error);
 
 /// 0, or 1 after PrintError.
 int Report(const std::string& file, const Result<void>& result);
-
-/// "-" is standard input, read to its end into memory.
-Result<Url> OpenInput(const std::string& name);
-Result<Array<Byte>> ReadInput(const std::string& name);
-
-/// Calls `write` with a Url to write to, which becomes `name` only if all goes well: a file beside it is renamed. "-" or no name is standard
-/// output.
-Result<void> WriteOutput(const std::string& name, const std::function<Result<void>(const Url&)>& write);
 
 /// A published format by its id or the id's last part, or a dynamic format by its channels: "rgba.u8", "{uchar#Red,uint16#Green}".
 Result<PixelFormat> ParsePixelFormat(const std::string& name);

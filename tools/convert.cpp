@@ -1,12 +1,15 @@
 // torvi-image convert: one file into another, or many files into a folder.
 #include "host/description.h"
+#include "tools/files.h"
 #include "tools/picture.h"
+#include "tools/watch.h"
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_fileformats.h"
 
 #include <atomic>
 #include <filesystem>
 #include <mutex>
+#include <set>
 #include <thread>
 
 namespace torvi::tool
@@ -19,42 +22,58 @@ constexpr std::string_view KEY_PREFIX = "net.torvi.mediasession.";
 
 struct ConvertOptions
 {
-	std::vector<std::string> _names; ///< IN OUT, or IN... with --to
-	std::string _suffix;
-	std::string _folder;
+	std::vector<std::string> _names; ///< IN OUT, or IN... with --into
+	std::string _suffix;             ///< empty: that of OUT
+	std::string _folder;             ///< empty: IN OUT
 	std::string _profile = "keep";
 	std::vector<std::string> _settings;
 	PictureChoice _choice;
 	int _jobs = 1;
-	Bool _keepGoing = false;
+	Bool _keepGoing = true;
 };
 
-/// The exporter that writes files of a suffix, with its class.
-Result<MediaOutputUrlRef> CreateExporter(const std::string& suffix)
+Result<Bool> HasSuffix(const FileFormatRef& format, std::string_view suffix)
+{
+	const auto suffixes = TORVI_TRY(format->Get<Array<String>>(ids::FILEFORMAT_COMMONSUFFIXES));
+	return std::ranges::any_of(suffixes,
+							   [&](const String& known) { return ComparePart(known, suffix, StringCompareMode::CASEINSENSITIVE) == 0; });
+}
+
+/// The exporter that writes files of a suffix.
+Result<MediaOutputUrlRef> CreateExporter(std::string_view suffix)
 {
 	for (const auto& record : TORVI_TRY(g_torvi->GetRegistry(ids::REGISTRY_IMAGESAVERCLASSES))->GetEntries<Class>())
 	{
 		MediaOutputUrlRef exporter = TORVI_TRY(record->Create<MediaOutputUrlInterface>());
-		const FileFormatRef format = TORVI_TRY(exporter->GetFileFormat());
-		for (const String& known : TORVI_TRY(format->Get<Array<String>>(ids::FILEFORMAT_COMMONSUFFIXES)))
-		{
-			if (ComparePart(known, suffix, StringCompareMode::CASEINSENSITIVE) == 0)
-				return exporter;
-		}
+		if (TORVI_TRY(HasSuffix(TORVI_TRY(exporter->GetFileFormat()), suffix)))
+			return exporter;
 	}
 	return IllegalArgumentError("No format that is written here has the suffix \"@\".", suffix);
 }
 
-/// The value of a setting in the type that the exporter's description, or the one of all exporters, gives its default.
+/// The exporter of the format that a texture came from, for standard output, which has no suffix.
+Result<MediaOutputUrlRef> CreateExporterOfSource(const ImageTextureInterface& texture)
+{
+	const auto format = TORVI_TRY(texture.Get<FileFormatRef>(ids::IMAGE_FILEFORMAT));
+	const auto suffixes = TORVI_TRY(format->Get<Array<String>>(ids::FILEFORMAT_COMMONSUFFIXES));
+	return CreateExporter(suffixes.empty() ? String() : suffixes.front());
+}
+
+/// The value of a setting in the type that the exporter's description, or the one of all exporters, states.
 Result<Data> ParseSetting(const Id& exporter, const Id& key, const std::string& value)
 {
 	for (const Id& description : {exporter, ids::EXPORT_DESCRIPTION})
 	{
 		const Result<const DataDescription*> found = DataDescriptionDatabase::LoadDescription(description);
 		const DataDictionary* entry = found.IsOk() ? found.GetValue()->GetEntry(key) : nullptr;
-		const Data* standard = entry != nullptr ? entry->FindData(ids::DESCRIPTION_DEFAULTVALUE) : nullptr;
-		if (standard != nullptr)
-			return TORVI_TRY(Data::Make<String>(MakeString(value))).Convert(standard->GetType());
+		if (entry == nullptr)
+			continue;
+		const DataType type = TORVI_TRY(entry->Get<DataType>(ids::DESCRIPTION_DATATYPE));
+		const Data text = TORVI_TRY(Data::Make<String>(MakeString(value)));
+		if (type != GetDataType<BytesValue>())
+			return text.Convert(type);
+		const Data count = TORVI_TRY(text.Convert(GetDataType<Int64>()));
+		return Data::Make<BytesValue>(BytesValue{*count.GetPtr<Int64>()});
 	}
 	return IllegalArgumentError("There is no setting @.", key);
 }
@@ -67,22 +86,28 @@ Result<void> AddSetting(DataDictionary& settings, const Id& exporter, const std:
 	return settings.SetData(key, TORVI_TRY(ParseSetting(exporter, key, assignment.substr(mark + 1))));
 }
 
-/// A texture of one image with the pixels that a layer set chooses.
-Result<ImageTextureRef> TakePart(const ImageBaseRef& image, const LayerSet& part)
+/// A texture of one image with the pixels of a part of a picture, and what the picture says about them.
+Result<ImageTextureRef> TakePart(const ImageBaseRef& picture, const PicturePart& part)
 {
-	const PixelFormat format = image->GetPixelFormat();
+	const PixelFormat format = part._image->GetPixelFormat();
 	TORVI_CHECK(format, IllegalStateError("The picture has no pixel format."));
-	const PictureReader reader = TORVI_TRY(PictureReader::Open(image, format, ColorProfile(), PictureReader::Alpha::NONE, &part));
+	const PictureReader reader = TORVI_TRY(PictureReader::Open(part, format, ColorProfile(), PictureReader::Alpha::NONE));
 	const auto texture = TORVI_TRY(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
 	const auto copy = TORVI_TRY(CreateObject<ImageInterface>(ids::IMAGECLASS_IMAGE));
 	const ClassRef storage = TORVI_TRY(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NORMAL));
 	TORVI_TRY(copy->Init(reader.GetWidth(), reader.GetHeight(), storage, format, {}));
+	for (const Id& key : {ids::IMAGE_COLORPROFILE, ids::IMAGE_DPI, ids::IMAGE_ASPECTRATIO})
+	{
+		if (Result<Data> value = picture->GetData(key); value.IsOk())
+			TORVI_TRY(copy->SetData(key, value.TakeValue()));
+	}
 	TORVI_TRY(texture->AddChildren(IMAGEHIERARCHY::IMAGE, copy, ImageBaseRef()));
 	SetPixelHandlerStruct writer =
 		TORVI_TRY(copy->SetPixelHandler(format, format->GetChannelOffsets(), ColorProfile(), SETPIXELHANDLERFLAGS::NONE));
 	Array<Byte> line(static_cast<std::size_t>(reader.GetBytesPerLine()));
 	for (Int y = 0; y < reader.GetHeight(); ++y)
 	{
+		TORVI_TRY(CheckInterrupt());
 		TORVI_TRY(reader.ReadLine(y, line));
 		TORVI_TRY(writer.SetLine({0, y, reader.GetWidth()}, PixelBuffer(line.data(), format->GetBitsPerPixel()), 0));
 	}
@@ -95,8 +120,8 @@ Result<ImageTextureRef> LoadWanted(const ConvertOptions& options, const std::str
 	ImageTextureRef texture = TORVI_TRY(LoadPicture(TORVI_TRY(OpenInput(in)), in, options._choice));
 	if (!ChoosesPart(options._choice))
 		return texture;
-	const ImageBaseRef image = TORVI_TRY(GetFirstImage(texture));
-	return TakePart(image, TORVI_TRY(MakeLayerSet(image, options._choice)));
+	const ImageBaseRef picture = TORVI_TRY(GetFirstImage(texture));
+	return TakePart(picture, TORVI_TRY(FindPart(picture, options._choice)));
 }
 
 std::string SuffixOf(const std::string& name)
@@ -105,74 +130,121 @@ std::string SuffixOf(const std::string& name)
 	return suffix.empty() ? suffix : suffix.substr(1);
 }
 
+Result<void> ApplySettings(const ConvertOptions& options, const Id& exporter, ImageTextureInterface& texture)
+{
+	DataDictionary settings = texture.GetOr<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, DataDictionary());
+	for (const std::string& setting : options._settings)
+		TORVI_TRY(AddSetting(settings, exporter, setting));
+	return texture.Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, settings);
+}
+
 Result<void> ConvertFile(const ConvertOptions& options, const std::string& in, const std::string& out)
 {
+	TORVI_TRY(CheckInterrupt());
 	TORVI_CHECK(options._profile == "keep",
-	            UnsupportedOperationError("This build converts no colours: only --profile keep can be used, not @.", options._profile));
-	const MediaOutputUrlRef exporter = TORVI_TRY(CreateExporter(SuffixOf(out)));
+				UnsupportedOperationError("This build converts no colours: only --profile keep can be used, not @.", options._profile));
+	const std::string suffix = options._suffix.empty() ? SuffixOf(out) : options._suffix;
+	const Bool isAsSource = suffix.empty() && out == "-";
+	MediaOutputUrlRef exporter = isAsSource ? MediaOutputUrlRef() : TORVI_TRY(CreateExporter(suffix));
 	const ImageTextureRef texture = TORVI_TRY(LoadWanted(options, in));
-	DataDictionary settings = texture->GetOr<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, DataDictionary());
-	for (const std::string& setting : options._settings)
-		TORVI_TRY(AddSetting(settings, exporter->GetClassId(), setting));
-	TORVI_TRY(texture->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, settings));
+	if (isAsSource)
+		exporter = TORVI_TRY(CreateExporterOfSource(*texture));
+	TORVI_TRY(ApplySettings(options, exporter->GetClassId(), *texture));
 	return WriteOutput(out,
-	                   [&](const Url& url) -> Result<void>
-	                   {
+					   [&](const Url& url) -> Result<void>
+					   {
 						   TORVI_TRY(exporter->SetOutputUrl(url));
-						   TORVI_TRY(CheckInterrupt(ProgressRef()));
-						   return texture->Save(exporter, MEDIASESSIONFLAGS::NONE, nullptr);
+						   return SavePicture(texture, exporter);
 					   });
 }
 
-int ConvertOne(const ConvertOptions& options, const std::string& in, const std::string& out)
+/// The work of one run, from several threads.
+class Conversion
 {
-	static std::mutex s_printLock;
-	const Result<void> result = NoThrow([&]() { return ConvertFile(options, in, out); });
-	const std::lock_guard guard(s_printLock);
-	return Report(in, result);
+public:
+	explicit Conversion(const ConvertOptions& options) : _options(options) {}
+
+	void Convert(const std::string& in, const std::string& out)
+	{
+		End(in, NoThrow([&]() { return ConvertFile(_options, in, out); }));
+	}
+	/// Each file for itself, several at a time. After Ctrl-C none is started, nor after a failure with --no-keep-going.
+	void ConvertAll();
+	int GetStatus() const { return _status; }
+
+private:
+	struct File
+	{
+		std::string _in;
+		std::string _out;
+	};
+	std::vector<File> NameFiles();
+	void End(const std::string& in, const Result<void>& result);
+	Bool IsOver() const { return _status != STATUS_OK && (!_options._keepGoing || IsInterrupted()); }
+
+	const ConvertOptions& _options;
+	std::mutex _printLock;
+	std::atomic<int> _status{STATUS_OK};
+};
+
+void Conversion::End(const std::string& in, const Result<void>& result)
+{
+	CountFile();
+	const std::lock_guard guard(_printLock);
+	if (Report(in, result) != STATUS_OK)
+		_status = STATUS_FAILED;
 }
 
-std::string NameInFolder(const ConvertOptions& options, const std::string& in)
+/// The files with their names in the folder. Of two with the same name there the second fails: neither may be lost without a word.
+std::vector<Conversion::File> Conversion::NameFiles()
 {
-	const std::string stem = in == "-" ? "stdin" : std::filesystem::path(in).stem().string();
-	return (std::filesystem::path(options._folder) / (stem + "." + options._suffix)).string();
+	std::vector<File> files;
+	std::set<std::string> taken;
+	for (const std::string& in : _options._names)
+	{
+		const std::string stem = in == "-" ? "stdin" : std::filesystem::path(in).stem().string();
+		const std::string out = (std::filesystem::path(_options._folder) / (stem + "." + _options._suffix)).string();
+		if (taken.insert(out).second)
+			files.push_back({in, out});
+		else
+			End(in, IllegalArgumentError("\"@\" is written from another file already.", out));
+	}
+	return files;
 }
 
-/// Each file for itself, several at a time; without --keep-going no further file is started after a failure.
-int ConvertMany(const ConvertOptions& options)
+void Conversion::ConvertAll()
 {
-	std::error_code code;
-	std::filesystem::create_directories(options._folder, code);
+	std::error_code code; // without the folder each file says why it can not be written
+	std::filesystem::create_directories(_options._folder, code);
+	SetFileCount(_options._names.size());
+	const std::vector<File> files = NameFiles();
 	std::atomic<std::size_t> next{0};
-	std::atomic<int> status{STATUS_OK};
 	const auto work = [&]()
 	{
-		for (std::size_t i = next++; i < options._names.size(); i = next++)
-		{
-			if (status != STATUS_OK && !options._keepGoing)
-				return;
-			if (ConvertOne(options, options._names[i], NameInFolder(options, options._names[i])) != STATUS_OK)
-				status = STATUS_FAILED;
-		}
+		for (std::size_t i = next++; i < files.size() && !IsOver(); i = next++)
+			Convert(files[i]._in, files[i]._out);
 	};
 	std::vector<std::jthread> threads;
-	for (int i = 1; i < options._jobs; ++i)
+	for (std::size_t i = 1; i < std::min(static_cast<std::size_t>(_options._jobs), files.size()); ++i)
 		threads.emplace_back(work);
 	work();
-	threads.clear();
-	return status;
 }
 
 int RunConvert(const ConvertOptions& options)
 {
-	return options._suffix.empty() ? ConvertOne(options, options._names[0], options._names[1]) : ConvertMany(options);
+	Conversion conversion(options);
+	if (options._folder.empty())
+		conversion.Convert(options._names[0], options._names[1]);
+	else
+		conversion.ConvertAll();
+	return conversion.GetStatus();
 }
 
 void CheckUsage(const ConvertOptions& options)
 {
-	if (options._suffix.empty() != options._folder.empty())
-		throw CLI::ValidationError("convert", "--to and --into go together");
-	if (options._suffix.empty() && options._names.size() != 2)
+	if (options._suffix.empty() && !options._folder.empty())
+		throw CLI::ValidationError("--into", "needs --to SUFFIX");
+	if (options._folder.empty() && options._names.size() != 2)
 		throw CLI::ValidationError("convert", "IN and OUT are needed, or IN... with --to and --into");
 	for (const std::string& setting : options._settings)
 	{
@@ -188,11 +260,14 @@ void AddConvert(CLI::App& app, Run& run)
 	auto options = std::make_shared<ConvertOptions>();
 	CLI::App* command = app.add_subcommand("convert", "Converts a picture file: IN OUT, or IN... --to SUFFIX --into DIR.");
 	command->add_option("FILES", options->_names, "IN and OUT, or several IN")->required();
-	command->add_option("--to", options->_suffix, "suffix of the files to write")->type_name("SUFFIX");
+	command->add_option("--to", options->_suffix, "suffix of the files to write; default that of OUT, for standard output that of IN")
+		->type_name("SUFFIX");
 	command->add_option("--into", options->_folder, "folder to write them to")->type_name("DIR");
 	command->add_option("--jobs", options->_jobs, "files at a time")->check(CLI::Range(1, 256))->capture_default_str();
-	command->add_flag("--keep-going", options->_keepGoing, "go on with further files after a failure");
-	command->add_option("--set", options->_settings, "export setting, with or without its net.torvi.mediasession. head")->type_name("KEY=VALUE");
+	command->add_flag("--keep-going,!--no-keep-going", options->_keepGoing,
+					  "go on with further files after a failure, as is the default, or not");
+	command->add_option("--set", options->_settings, "export setting, with or without its net.torvi.mediasession. head")
+		->type_name("KEY=VALUE");
 	command->add_option("--profile", options->_profile, "keep, srgb, linear, or an ICC file")->capture_default_str();
 	AddImageOptions(*command, options->_choice);
 	command->callback(

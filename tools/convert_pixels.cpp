@@ -1,5 +1,6 @@
 // torvi-image convert-pixels: raw pixels from one format into another, through the same lookup that everything else uses.
 #include "tools/command.h"
+#include "tools/files.h"
 
 namespace torvi::tool
 {
@@ -27,7 +28,7 @@ struct ConvertPixelsOptions
 Result<PixelFormat> MakeIndexedFormat(const PixelFormat& formatTemplate, const std::string& palette)
 {
 	TORVI_CHECK(Cast<PixelFormatIndexedColorInterface>(formatTemplate),
-	            IllegalArgumentError("@ takes no palette.", formatTemplate->GetShortName()));
+				IllegalArgumentError("@ takes no palette.", formatTemplate->GetShortName()));
 	Array<Byte> rows = TORVI_TRY(ReadInput(palette));
 	TORVI_CHECK(rows.size() % 4 == 0, IllegalArgumentError("A palette has four bytes a row; @ has @ bytes.", palette, rows.size()));
 	PixelFormat format = TORVI_TRY(CreateObject<PixelFormatInterface>(formatTemplate->GetClassId()));
@@ -37,7 +38,8 @@ Result<PixelFormat> MakeIndexedFormat(const PixelFormat& formatTemplate, const s
 	TORVI_TRY(table->InitColorTable(CountOf(rows) / 4, rowFormat));
 	for (Int i = 0; i < CountOf(rows) / 4; ++i)
 	{
-		const PixelBuffer row(&rows[static_cast<std::size_t>(4 * i)], rowFormat->GetBitsPerPixel(), &rowFormat->GetChannelOffsets(), rowFormat);
+		const PixelBuffer row(&rows[static_cast<std::size_t>(4 * i)], rowFormat->GetBitsPerPixel(), &rowFormat->GetChannelOffsets(),
+							  rowFormat);
 		TORVI_TRY(table->SetIndex(i, row));
 	}
 	return format;
@@ -78,15 +80,9 @@ Result<void> RunConvertPixels(const ConvertPixelsOptions& options)
 	Bool isColorConverted = false;
 	const ConvertPixelFunc convert =
 		TORVI_TRY(to->GetConvertPixelFunc(from, from->GetChannelOffsets(), to->GetChannelOffsets(), &fromProfile, &toProfile,
-	                                      options._forceProfiles, options._flags, isColorConverted));
+										  options._forceProfiles, options._flags, isColorConverted));
 	TORVI_TRY(convert(PixelBuffer(destination.data(), toStride), count, PixelBuffer(source.data(), fromStride), options._flags));
-	return WriteOutput(options._out,
-	                   [&](const Url& url) -> Result<void>
-	                   {
-						   const OutputStreamRef stream = TORVI_TRY(url.OpenOutputStream());
-						   TORVI_TRY(stream->Write(destination));
-						   return stream->Close();
-					   });
+	return WriteBytes(options._out, [&](const ByteSink& sink) { return sink(destination); });
 }
 
 } // namespace
@@ -108,8 +104,13 @@ void AddConvertPixels(CLI::App& app, Run& run)
 	command->add_option("--flags", options->_flags, "flags of the conversion")->capture_default_str();
 	command->add_option("IN", options->_in, "file of raw pixels, - for standard input")->capture_default_str();
 	command->add_option("-o,--output", options->_out, "file to write, - for standard output")->type_name("FILE");
-	command->callback([options, &run]()
-	                  { run = [options]() { return Report(options->_in, NoThrow([&]() { return RunConvertPixels(*options); })); }; });
+	command->callback(
+		[options, &run]()
+		{
+			if (options->_palette == "-" && options->_in == "-")
+				throw CLI::ValidationError("--palette", "standard input can not be palette and pixels");
+			run = [options]() { return Report(options->_in, NoThrow([&]() { return RunConvertPixels(*options); })); };
+		});
 }
 
 } // namespace torvi::tool

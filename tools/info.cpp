@@ -1,10 +1,12 @@
 // torvi-image info: what files hold, without decoding their pixels.
+#include "tools/files.h"
 #include "tools/picture.h"
+#include "tools/watch.h"
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_fileformats.h"
 
-#include <iostream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 namespace torvi::tool
 {
@@ -51,18 +53,18 @@ Json FormatOf(const ImageBaseInterface& image)
 	const PixelFormat format = image.GetPixelFormat();
 	if (!format)
 		return {};
-	// A palette's format has the name of its class's template.
-	if (Cast<PixelFormatIndexedColorInterface>(format))
-		return "net.torvi.image.pixelformat.indexed." + ShortId(format->GetShortName(), "Indexed::");
+	std::string templateId; // a format with a palette of its own has the class of its template
 	for (const auto& group : g_torvi->GetRegistry(ids::REGISTRY_PIXELFORMATGROUPS).TakeValue()->GetEntries<PixelFormatGroupInterface>())
 	{
 		for (Registry::Iterator it = group->GetEntries(); it.HasValue(); it.MoveToNext())
 		{
 			if (it.GetEntry() == format)
 				return ToStd(it.GetEntryId().GetText());
+			if (const PixelFormat entry = Cast<PixelFormatInterface>(it.GetEntry()); entry && entry->GetClassId() == format->GetClassId())
+				templateId = ToStd(it.GetEntryId().GetText());
 		}
 	}
-	return format->GetShortName();
+	return templateId.empty() ? std::string(format->GetShortName()) : templateId;
 }
 
 Json ProfileOf(const ImageBaseInterface& image)
@@ -90,12 +92,14 @@ Json BoundsOf(const ImageBaseInterface& image)
 		return value != nullptr ? *value : fallback;
 	};
 	return {stored(ids::IMAGE_LAYER_BOUNDINGBOX_X, 0), stored(ids::IMAGE_LAYER_BOUNDINGBOX_Y, 0),
-	        stored(ids::IMAGE_LAYER_BOUNDINGBOX_W, image.GetWidth()), stored(ids::IMAGE_LAYER_BOUNDINGBOX_H, image.GetHeight())};
+			stored(ids::IMAGE_LAYER_BOUNDINGBOX_W, image.GetWidth()), stored(ids::IMAGE_LAYER_BOUNDINGBOX_H, image.GetHeight())};
 }
 
 Json DescribeMask(const ImageBaseInterface& mask)
 {
-	return {{"name", NameOf(mask, ids::IMAGE_NAME)}, {"bounds", BoundsOf(mask)}, {"default", Stored<UChar>(mask, ids::IMAGE_LAYER_MASKDEFCOLOR)}};
+	return {{"name", NameOf(mask, ids::IMAGE_NAME)},
+			{"bounds", BoundsOf(mask)},
+			{"default", Stored<UChar>(mask, ids::IMAGE_LAYER_MASKDEFCOLOR)}};
 }
 
 std::string KindOf(const ImageBaseInterface& layer)
@@ -123,21 +127,24 @@ Json List(const HierarchyObjectInterface& parent, IMAGEHIERARCHY branch, Describ
 Json DescribeLayer(const ImageBaseInterface& layer)
 {
 	return {{"kind", KindOf(layer)},
-	        {"name", NameOf(layer, ids::IMAGE_NAME)},
-	        {"enabled", Stored<Bool>(layer, ids::IMAGE_LAYER_ENABLED)},
-	        {"opacity", Stored<Float64>(layer, ids::IMAGE_LAYER_OPACITY)},
-	        {"fillopacity", Stored<Float64>(layer, ids::IMAGE_LAYER_FILLOPACITY)},
-	        {"blendmode", BlendModeOf(layer)},
-	        {"bounds", BoundsOf(layer)},
-	        {"pixelformat", FormatOf(layer)},
-	        {"colorprofile", ProfileOf(layer)},
-	        {"masks", List(layer, IMAGEHIERARCHY::MASK, &DescribeMask)},
-	        {"layers", List(layer, IMAGEHIERARCHY::LAYER, &DescribeLayer)}};
+			{"name", NameOf(layer, ids::IMAGE_NAME)},
+			{"enabled", Stored<Bool>(layer, ids::IMAGE_LAYER_ENABLED)},
+			{"opacity", Stored<Float64>(layer, ids::IMAGE_LAYER_OPACITY)},
+			{"fillopacity", Stored<Float64>(layer, ids::IMAGE_LAYER_FILLOPACITY)},
+			{"blendmode", BlendModeOf(layer)},
+			{"bounds", BoundsOf(layer)},
+			{"pixelformat", FormatOf(layer)},
+			{"colorprofile", ProfileOf(layer)},
+			{"masks", List(layer, IMAGEHIERARCHY::MASK, &DescribeMask)},
+			{"layers", List(layer, IMAGEHIERARCHY::LAYER, &DescribeLayer)}};
 }
 
 Json DescribeAlpha(const ImageBaseInterface& alpha)
 {
-	return {{"name", NameOf(alpha, ids::IMAGE_ALPHANAME)}, {"width", alpha.GetWidth()}, {"height", alpha.GetHeight()}, {"pixelformat", FormatOf(alpha)}};
+	return {{"name", NameOf(alpha, ids::IMAGE_ALPHANAME)},
+			{"width", alpha.GetWidth()},
+			{"height", alpha.GetHeight()},
+			{"pixelformat", FormatOf(alpha)}};
 }
 
 Json DescribeImage(const ImageBaseInterface& image)
@@ -146,81 +153,87 @@ Json DescribeImage(const ImageBaseInterface& image)
 	const Int* hotSpotX = FindStored<Int>(image, ids::IMAGE_HOTSPOTX);
 	const Int* hotSpotY = FindStored<Int>(image, ids::IMAGE_HOTSPOTY);
 	return {{"index", index != nullptr ? *index : 0},
-	        {"name", NameOf(image, ids::IMAGE_NAME)},
-	        {"width", image.GetWidth()},
-	        {"height", image.GetHeight()},
-	        {"pixelformat", FormatOf(image)},
-	        {"colorprofile", ProfileOf(image)},
-	        {"dpi", Stored<Float64>(image, ids::IMAGE_DPI)},
-	        {"aspectratio", Stored<Float64>(image, ids::IMAGE_ASPECTRATIO)},
-	        {"hotspot", hotSpotX != nullptr && hotSpotY != nullptr ? Json({*hotSpotX, *hotSpotY}) : Json()},
-	        {"exportsettings", SettingsOf(image)},
-	        {"alphas", List(image, IMAGEHIERARCHY::ALPHA, &DescribeAlpha)},
-	        {"layers", List(image, IMAGEHIERARCHY::LAYER, &DescribeLayer)}};
+			{"name", NameOf(image, ids::IMAGE_NAME)},
+			{"width", image.GetWidth()},
+			{"height", image.GetHeight()},
+			{"pixelformat", FormatOf(image)},
+			{"colorprofile", ProfileOf(image)},
+			{"dpi", Stored<Float64>(image, ids::IMAGE_DPI)},
+			{"aspectratio", Stored<Float64>(image, ids::IMAGE_ASPECTRATIO)},
+			{"hotspot", hotSpotX != nullptr && hotSpotY != nullptr ? Json({*hotSpotX, *hotSpotY}) : Json()},
+			{"exportsettings", SettingsOf(image)},
+			{"alphas", List(image, IMAGEHIERARCHY::ALPHA, &DescribeAlpha)},
+			{"layers", List(image, IMAGEHIERARCHY::LAYER, &DescribeLayer)}};
 }
 
 Result<Json> DescribeFile(const std::string& name)
 {
+	TORVI_TRY(CheckInterrupt());
 	const ImageTextureRef texture = TORVI_TRY(LoadStructure(TORVI_TRY(OpenInput(name))));
 	const FileFormatRef* format = FindStored<FileFormatRef>(*texture, ids::IMAGE_FILEFORMAT);
 	Json exif = false;
 	for (const DataDictionary::Entry& entry : texture->InitIterator())
 		exif = exif || entry._key == ids::IMAGE_EXIFDATA;
 	return Json{{"file", name},
-	            {"fileformat", format != nullptr && *format ? Json(ToStd((*format)->GetClassId().GetText())) : Json()},
-	            {"fps", Stored<Float64>(*texture, ids::IMAGE_FPS)},
-	            {"duration", Stored<TimeValue>(*texture, ids::IMAGE_DURATION)},
-	            {"exif", exif},
-	            {"images", List(*texture, IMAGEHIERARCHY::IMAGE, &DescribeImage)},
-	            {"audio", Json()}};
+				{"fileformat", format != nullptr && *format ? Json(ToStd((*format)->GetClassId().GetText())) : Json()},
+				{"fps", Stored<Float64>(*texture, ids::IMAGE_FPS)},
+				{"duration", Stored<TimeValue>(*texture, ids::IMAGE_DURATION)},
+				{"exif", exif},
+				{"images", List(*texture, IMAGEHIERARCHY::IMAGE, &DescribeImage)},
+				{"audio", Json()}};
 }
 
-void PrintLayers(const Json& layers, const std::string& indent)
+void WriteLayers(std::ostream& text, const Json& layers, const std::string& indent)
 {
 	for (const Json& layer : layers)
 	{
-		std::cout << indent << layer["kind"].get<std::string>() << " \"" << layer["name"].get<std::string>() << "\"\n";
-		PrintLayers(layer["layers"], indent + "  ");
+		text << indent << layer["kind"].get<std::string>() << " \"" << layer["name"].get<std::string>() << "\"\n";
+		WriteLayers(text, layer["layers"], indent + "  ");
 	}
 }
 
-void PrintText(const Json& file)
+std::string TextOr(const Json& value)
 {
-	std::cout << file["file"].get<std::string>() << ": " << (file["fileformat"].is_null() ? "?" : file["fileformat"].get<std::string>()) << "\n";
+	return value.is_null() ? "?" : value.get<std::string>();
+}
+
+std::string MakeText(const Json& file)
+{
+	std::ostringstream text;
+	text << file["file"].get<std::string>() << ": " << TextOr(file["fileformat"]) << "\n";
 	for (const Json& image : file["images"])
 	{
-		std::cout << "  " << image["width"] << " x " << image["height"] << " "
-				  << (image["pixelformat"].is_null() ? "?" : ShortId(image["pixelformat"].get<std::string>(), "net.torvi.image.pixelformat."));
+		text << "  " << image["width"] << " x " << image["height"] << " " << ShortId(TextOr(image["pixelformat"]), PIXELFORMAT_PREFIX);
 		if (!image["colorprofile"].is_null())
-			std::cout << ", " << image["colorprofile"].get<std::string>();
+			text << ", " << image["colorprofile"].get<std::string>();
 		if (!image["dpi"].is_null())
-			std::cout << ", " << image["dpi"] << " dpi";
+			text << ", " << image["dpi"] << " dpi";
 		for (const Json& alpha : image["alphas"])
-			std::cout << ", alpha channel \"" << alpha["name"].get<std::string>() << "\"";
-		std::cout << "\n";
-		PrintLayers(image["layers"], "    ");
+			text << ", alpha channel \"" << alpha["name"].get<std::string>() << "\"";
+		text << "\n";
+		WriteLayers(text, image["layers"], "    ");
 	}
+	return text.str();
+}
+
+/// One file; its object joins the list, or its text is printed.
+Result<void> ShowFile(const std::string& name, Bool asJson, Json& list)
+{
+	Json description = TORVI_TRY(DescribeFile(name));
+	if (!asJson)
+		return Print(MakeText(description));
+	list.push_back(std::move(description));
+	return OK;
 }
 
 int RunInfo(const std::vector<std::string>& files, Bool asJson)
 {
 	int status = STATUS_OK;
 	Json list = Json::array();
-	for (const std::string& file : files)
-	{
-		Result<Json> description = NoThrow([&]() { return DescribeFile(file); });
-		if (!description.IsOk())
-		{
-			PrintError(file, description.GetError());
-			status = STATUS_FAILED;
-		}
-		else if (asJson)
-			list.push_back(description.TakeValue());
-		else
-			PrintText(description.GetValue());
-	}
+	for (std::size_t i = 0; i < files.size() && !(IsInterrupted() && status == STATUS_FAILED); ++i)
+		status = std::max(status, Report(files[i], NoThrow([&]() { return ShowFile(files[i], asJson, list); })));
 	if (asJson)
-		std::cout << list.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+		status = std::max(status, Report("standard output", Print(list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n")));
 	return status;
 }
 

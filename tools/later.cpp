@@ -29,7 +29,7 @@ void AddLaterCommands(CLI::App& app, Run& run)
 		CLI::App* command = app.add_subcommand(later._name, later._help);
 		command->allow_extras();
 		command->callback([&later, &run]()
-		                  { run = [&later]() { return Report(later._name, UnsupportedOperationError(later._message)); }; });
+						  { run = [&later]() { return Report(later._name, UnsupportedOperationError(later._message)); }; });
 	}
 }
 

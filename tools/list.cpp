@@ -1,9 +1,9 @@
 // torvi-image list: what the library knows.
 #include "host/ids.h"
 #include "tools/command.h"
+#include "tools/files.h"
 #include "torvi/mediasession_fileformats.h"
 
-#include <iostream>
 #include <nlohmann/json.hpp>
 
 namespace torvi::tool
@@ -46,10 +46,10 @@ Json DescribeFormat(const std::string& id, const PixelFormatInterface& format)
 	for (const ImageChannel& channel : format.GetChannels())
 		channels.push_back(ToStd(channel->ToString()));
 	return {{"id", id},
-	        {"name", format.GetShortName()},
-	        {"channels", channels},
-	        {"bits", format.GetBitsPerPixel()},
-	        {"group", IdIn(ids::REGISTRY_PIXELFORMATGROUPS, format.GetPixelFormatGroup())}};
+			{"name", format.GetShortName()},
+			{"channels", channels},
+			{"bits", format.GetBitsPerPixel()},
+			{"group", IdIn(ids::REGISTRY_PIXELFORMATGROUPS, format.GetPixelFormatGroup())}};
 }
 
 Result<Json> ListFormats()
@@ -69,8 +69,8 @@ Result<Json> ListFormats()
 Result<Json> ListGroups()
 {
 	return ListRegistry<PixelFormatGroupInterface>(ids::REGISTRY_PIXELFORMATGROUPS,
-	                                               [](const std::string& id, const PixelFormatGroupInterface& group)
-	                                               {
+												   [](const std::string& id, const PixelFormatGroupInterface& group)
+												   {
 													   Json members = Json::array();
 													   for (Registry::Iterator it = group.GetEntries(); it.HasValue(); it.MoveToNext())
 														   members.push_back(ToStd(it.GetEntryId().GetText()));
@@ -80,16 +80,16 @@ Result<Json> ListGroups()
 
 Result<Json> ListChannels()
 {
-	return ListRegistry<ImageChannelTypeInterface>(
-		ids::REGISTRY_IMAGECHANNELTYPES,
-		[](const std::string& id, const ImageChannelTypeInterface& type)
-		{
-			const ColorSpace space = type.GetColorSpace();
-			return Json{{"id", id},
-		                {"name", ToStd(type.ToString())},
-		                {"fill", type.GetDefaultFillValue()},
-		                {"colorspace", space ? Json(IdIn(ids::REGISTRY_COLORSPACES, space)) : Json()}};
-		});
+	return ListRegistry<ImageChannelTypeInterface>(ids::REGISTRY_IMAGECHANNELTYPES,
+												   [](const std::string& id, const ImageChannelTypeInterface& type)
+												   {
+													   const ColorSpace space = type.GetColorSpace();
+													   return Json{
+														   {"id", id},
+														   {"name", ToStd(type.ToString())},
+														   {"fill", type.GetDefaultFillValue()},
+														   {"colorspace", space ? Json(IdIn(ids::REGISTRY_COLORSPACES, space)) : Json()}};
+												   });
 }
 
 /// The exporter of a file format; the empty id for formats that are only read.
@@ -113,14 +113,15 @@ Result<Json> ListCodecs()
 		for (const String& suffix : format->GetOr<Array<String>>(ids::FILEFORMAT_COMMONSUFFIXES, {}))
 			suffixes.push_back(ToStd(suffix));
 		Bool isRead = false;
-		for (const auto& handler : TORVI_TRY(g_torvi->GetRegistry(ids::REGISTRY_FILEFORMATHANDLERS))->GetEntries<FileFormatHandlerInterface>())
+		for (const auto& handler :
+			 TORVI_TRY(g_torvi->GetRegistry(ids::REGISTRY_FILEFORMATHANDLERS))->GetEntries<FileFormatHandlerInterface>())
 			isRead = isRead || TORVI_TRY(handler->GetFileFormat()) == format;
 		const std::string exporter = TORVI_TRY(FindExporter(*format));
 		list.push_back({{"id", IdIn(ids::REGISTRY_FILEFORMATS, format)},
-		                {"suffixes", suffixes},
-		                {"read", isRead},
-		                {"write", !exporter.empty()},
-		                {"exporter", exporter.empty() ? Json() : Json(exporter)}});
+						{"suffixes", suffixes},
+						{"read", isRead},
+						{"write", !exporter.empty()},
+						{"exporter", exporter.empty() ? Json() : Json(exporter)}});
 	}
 	return list;
 }
@@ -128,13 +129,17 @@ Result<Json> ListCodecs()
 Result<Json> ListBlendModes()
 {
 	return ListRegistry<ImagePixelBlendInterface>(ids::REGISTRY_BLENDMODES,
-	                                              [](const std::string& id, const ImagePixelBlendInterface&) { return Json{{"id", id}}; });
+												  [](const std::string& id, const ImagePixelBlendInterface&) {
+													  return Json{{"id", id}};
+												  });
 }
 
 Result<Json> ListProfiles()
 {
-	return ListRegistry<ColorProfileObject>(ids::REGISTRY_COLORPROFILES, [](const std::string& id, const ColorProfileObject& object)
-	                                        { return Json{{"id", id}, {"description", ToStd(object.GetProfile().ToString())}}; });
+	return ListRegistry<ColorProfileObject>(ids::REGISTRY_COLORPROFILES,
+											[](const std::string& id, const ColorProfileObject& object) {
+												return Json{{"id", id}, {"description", ToStd(object.GetProfile().ToString())}};
+											});
 }
 
 Result<Json> ListClasses()
@@ -155,39 +160,31 @@ struct Subject
 };
 
 constexpr Subject SUBJECTS[] = {
-	{"formats", &ListFormats},         {"groups", &ListGroups},     {"channels", &ListChannels}, {"codecs", &ListCodecs},
+	{"formats", &ListFormats},        {"groups", &ListGroups},     {"channels", &ListChannels}, {"codecs", &ListCodecs},
 	{"blend-modes", &ListBlendModes}, {"profiles", &ListProfiles}, {"classes", &ListClasses},
 };
 
 /// One line an entry: the id, then the other values.
-void PrintText(const Json& list)
+std::string MakeText(const Json& list)
 {
+	std::string text;
 	for (const Json& entry : list)
 	{
 		std::string line;
 		for (const auto& [key, value] : entry.items())
 		{
-			const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
-			line += (line.empty() ? "" : "  ") + (key == "id" ? text : key + "=" + text);
+			const std::string shown = value.is_string() ? value.get<std::string>() : value.dump();
+			line += (line.empty() ? "" : "  ") + (key == "id" ? shown : key + "=" + shown);
 		}
-		std::cout << line << "\n";
+		text += line + "\n";
 	}
+	return text;
 }
 
-int RunList(const std::string& name, Bool asJson)
+Result<void> RunList(const std::string& name, Bool asJson)
 {
-	const auto subject = std::ranges::find(SUBJECTS, name, &Subject::_name);
-	const Result<Json> list = NoThrow([&]() { return subject->_list(); });
-	if (!list.IsOk())
-	{
-		PrintError(name, list.GetError());
-		return STATUS_FAILED;
-	}
-	if (asJson)
-		std::cout << list.GetValue().dump(2) << "\n";
-	else
-		PrintText(list.GetValue());
-	return STATUS_OK;
+	const Json list = TORVI_TRY(std::ranges::find(SUBJECTS, name, &Subject::_name)->_list());
+	return Print(asJson ? list.dump(2) + "\n" : MakeText(list));
 }
 
 } // namespace
@@ -202,7 +199,7 @@ void AddList(CLI::App& app, Run& run)
 	CLI::App* command = app.add_subcommand("list", "Lists what the library knows.");
 	command->add_option("WHAT", *name, "what to list")->required()->check(CLI::IsMember(names));
 	command->add_flag("--json", *asJson, "an array with one object per entry");
-	command->callback([=, &run]() { run = [=]() { return RunList(*name, *asJson); }; });
+	command->callback([=, &run]() { run = [=]() { return Report(*name, NoThrow([&]() { return RunList(*name, *asJson); })); }; });
 }
 
 } // namespace torvi::tool

@@ -1,10 +1,10 @@
 // torvi-image: a small host program over the library. It looks at picture files, converts them, and shows what the library knows.
 #include "tools/command.h"
+#include "tools/watch.h"
 #include "torvi/module.h"
 #include "torvi/version.h"
 
-#include <csignal>
-#include <iostream>
+#include <exception>
 
 namespace
 {
@@ -49,14 +49,15 @@ int Main(int argumentCount, char** arguments)
 
 int main(int argumentCount, char** arguments)
 {
-	std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is a write error
+	torvi::tool::CatchSignals();
 	try
 	{
-		return Main(argumentCount, arguments);
+		const int status = Main(argumentCount, arguments);
+		torvi::tool::ClearProgressLine();
+		return status;
 	}
 	catch (const std::exception& exception)
 	{
-		std::cerr << "torvi-image: " << exception.what() << "\n";
-		return torvi::tool::STATUS_FAILED;
+		return torvi::tool::Report("module", torvi::UnknownError("@", exception.what()));
 	}
 }

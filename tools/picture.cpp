@@ -1,12 +1,11 @@
-// Loading for the commands.
+// Loading and saving for the commands.
 #include "tools/picture.h"
 
+#include "tools/watch.h"
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_fileformats.h"
 
-#include <csignal>
-#include <cstdio>
-#include <unistd.h>
+#include <map>
 
 namespace torvi::tool
 {
@@ -14,28 +13,13 @@ namespace torvi::tool
 namespace
 {
 
-volatile std::sig_atomic_t s_isInterrupted = 0;
-std::atomic<Bool> s_isLineDrawn{false};
-
-void Interrupt(int)
-{
-	s_isInterrupted = 1;
-}
-
-void DrawLine(Float64 fraction)
-{
-	if (isatty(STDERR_FILENO) == 0)
-		return;
-	std::fprintf(stderr, "\r%3d %%", static_cast<int>(fraction * 100.0));
-	s_isLineDrawn = true;
-}
-
 /// What a load takes of a file; shared by the delegate's copies.
 class SelectionRules final : public ObjectInterface
 {
 public:
 	Bool _structureOnly = false;
 	std::string _image;
+	std::map<Int, DataDictionary> _exportSettings; ///< found while selecting, by index of the picture; textures do not keep them
 };
 
 /// The name of a picture as users give it: its own, or "#N".
@@ -55,13 +39,15 @@ Bool IsWanted(const SelectionRules& rules, const MediaStreamFormatInterface& for
 }
 
 /// The wish for a picture, which its layers, masks and alpha channels share. Mipmap levels have no place in a texture.
-Result<MediaOutputSelectionResult> Select(const SelectionRules& rules, const MediaStreamRef& stream, const MediaStreamFormat& format)
+Result<MediaOutputSelectionResult> Select(SelectionRules& rules, const MediaStreamRef& stream, const MediaStreamFormat& format)
 {
 	const auto all = rules._structureOnly ? MediaOutputSelectionResult::SELECTSTRUCTURE : MediaOutputSelectionResult::SELECTALL;
 	if (!format || !Cast<MediaStreamImageBaseInterface>(stream))
 		return MediaOutputSelectionResult::SELECTALL;
 	if (static_cast<MediaStreamType>(format->GetOr<UInt32>(ids::MEDIAFORMAT_TYPE, 0)) == MediaStreamType::MIPMAP)
 		return MediaOutputSelectionResult::SELECTNONE;
+	if (Result<DataDictionary> settings = format->Get<DataDictionary>(ids::MEDIAFORMAT_EXPORTSETTINGS); settings.IsOk())
+		rules._exportSettings.insert_or_assign(format->GetOr<Int>(ids::MEDIAFORMAT_SUBIMAGEINDEX, 0), settings.TakeValue());
 	HierarchyObjectRef root = stream;
 	for (HierarchyObjectRef parent = root->GetParent(); parent; parent = root->GetParent())
 		root = parent;
@@ -71,64 +57,105 @@ Result<MediaOutputSelectionResult> Select(const SelectionRules& rules, const Med
 	return isWanted ? all : MediaOutputSelectionResult::SELECTNONE;
 }
 
-Result<ImageTextureRef> Load(const Url& url, const SelectionRules& wanted, double time)
+Result<ImageTextureRef> Load(const Url& url, const Ref<SelectionRules>& rules, double time)
 {
 	const auto texture = TORVI_TRY(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
 	const auto output = TORVI_TRY(CreateObject<MediaOutputTextureInterface>(ids::CLASS_MEDIAOUTPUTTEXTURE));
-	const Id storage = wanted._structureOnly ? ids::IMAGEPIXELSTORAGECLASS_NODATA : ids::IMAGEPIXELSTORAGECLASS_NORMAL;
+	const Id storage = rules->_structureOnly ? ids::IMAGEPIXELSTORAGECLASS_NODATA : ids::IMAGEPIXELSTORAGECLASS_NORMAL;
 	TORVI_TRY(output->SetOutputTexture(texture, TORVI_TRY(g_torvi->GetClass(storage))));
-	const auto rules = TORVI_TRY(NewObject<SelectionRules>(wanted));
 	const auto select = [rules](const MediaStreamRef& stream, const MediaStreamFormat& format) { return Select(*rules, stream, format); };
 	const auto found = [texture](const FileFormatHandlerRef& handler) -> Result<void>
 	{ return texture->Set<FileFormatRef>(ids::IMAGE_FILEFORMAT, TORVI_TRY(handler->GetFileFormat())); };
-	const auto flags = wanted._structureOnly ? MEDIASESSIONFLAGS::RUNONLYANALYZE : MEDIASESSIONFLAGS::NONE;
-	const Result<MediaSessionRef> session =
-		MediaSessionImport(url, TimeValue(time), flags, output, select, WatchProgress(), FileFormatHandlerRef(), found);
-	EndProgressLine();
-	if (!session.IsOk())
-		return session.GetError().Share();
+	const auto flags = rules->_structureOnly ? MEDIASESSIONFLAGS::RUNONLYANALYZE : MEDIASESSIONFLAGS::NONE;
+	TORVI_TRY(MediaSessionImport(url, TimeValue(time), flags, output, select, &WatchProgress, FileFormatHandlerRef(), found));
 	return texture;
 }
 
-/// Whether one of the images below `parent` has the path.
-Bool HasLayer(const HierarchyObjectInterface& parent, const std::string& above, const std::string& path)
+Bool IsNamed(const ImageBaseInterface& image, const Id& key, std::string_view name)
+{
+	return ComparePart(image.GetOr<String>(key, String()), name, StringCompareMode::CASEINSENSITIVE) == 0;
+}
+
+/// The path of a child whose parent has the path `above`; who has no name adds nothing.
+std::string PathOf(const std::string& above, const std::string& name)
+{
+	return above.empty() || name.empty() ? above + name : above + LAYERPATH_SEPARATOR + name;
+}
+
+/// Calls `visit`(layer, path) for all layers below `parent`, each before those inside of it, until it gives true.
+template <class Visit>
+Bool VisitLayers(const HierarchyObjectInterface& parent, const std::string& above, const Visit& visit)
 {
 	for (const ImageBaseRef& layer : GetImageChildren(parent, IMAGEHIERARCHY::LAYER))
 	{
-		const std::string name = ToStd(layer->GetOr<String>(ids::IMAGE_NAME, String()));
-		const std::string here = above.empty() || name.empty() ? above + name : above + LAYERPATH_SEPARATOR + name;
-		if (ComparePart(here, path, StringCompareMode::CASEINSENSITIVE) == 0 || HasLayer(*layer, here, path))
+		const std::string path = PathOf(above, ToStd(layer->GetOr<String>(ids::IMAGE_NAME, String())));
+		if (visit(layer, path) || VisitLayers(*layer, path, visit))
 			return true;
 	}
 	return false;
 }
 
-Bool HasMask(const HierarchyObjectInterface& parent, const std::string& path)
+/// A layer inside of a folder stands for its outermost folder, as layer sets have it.
+Result<ImageBaseRef> FindLayer(const ImageBaseInterface& picture, const std::string& wanted)
 {
-	for (const ImageBaseRef& layer : GetImageChildren(parent, IMAGEHIERARCHY::LAYER))
+	for (const ImageBaseRef& outermost : GetImageChildren(picture, IMAGEHIERARCHY::LAYER))
 	{
-		const std::string layerName = ToStd(layer->GetOr<String>(ids::IMAGE_NAME, String()));
-		for (const ImageBaseRef& mask : GetImageChildren(*layer, IMAGEHIERARCHY::MASK))
+		const auto isWanted = [&](const ImageBaseRef&, const std::string& path)
+		{ return ComparePart(path, wanted, StringCompareMode::CASEINSENSITIVE) == 0; };
+		const std::string name = ToStd(outermost->GetOr<String>(ids::IMAGE_NAME, String()));
+		if (isWanted(outermost, name) || VisitLayers(*outermost, name, isWanted))
+			return outermost;
+	}
+	return IllegalArgumentError("There is no layer @.", wanted);
+}
+
+/// A mask is named by its layer's own name and its own, or by the layer's whole path and its own; the short form goes first.
+Result<ImageBaseRef> FindMask(const ImageBaseInterface& picture, const std::string& wanted)
+{
+	ImageBaseRef found;
+	for (const Bool isShort : {true, false})
+	{
+		const auto visit = [&](const ImageBaseRef& layer, const std::string& path)
 		{
-			const std::string maskName = ToStd(mask->GetOr<String>(ids::IMAGE_NAME, String()));
-			const std::string here = layerName + LAYERPATH_SEPARATOR + (maskName.empty() ? "Alpha" : maskName);
-			if (ComparePart(here, path, StringCompareMode::CASEINSENSITIVE) == 0)
-				return true;
-		}
-		if (HasMask(*layer, path))
-			return true;
+			const std::string above = isShort ? ToStd(layer->GetOr<String>(ids::IMAGE_NAME, String())) + LAYERPATH_SEPARATOR : path;
+			for (const ImageBaseRef& mask : GetImageChildren(*layer, IMAGEHIERARCHY::MASK))
+			{
+				const String own = mask->GetOr<String>(ids::IMAGE_NAME, String());
+				const std::string name = own.empty() ? "Alpha" : ToStd(own);
+				if (ComparePart(isShort ? above + name : PathOf(above, name), wanted, StringCompareMode::CASEINSENSITIVE) == 0)
+					found = mask;
+				if (found)
+					return true;
+			}
+			return false;
+		};
+		if (VisitLayers(picture, "", visit))
+			return found;
 	}
-	return false;
+	return IllegalArgumentError("There is no mask @.", wanted);
 }
 
-Bool HasAlphaChannel(const HierarchyObjectInterface& image, const std::string& name)
+Result<ImageBaseRef> FindAlphaChannel(const ImageBaseInterface& picture, const std::string& wanted)
 {
-	for (const ImageBaseRef& alpha : GetImageChildren(image, IMAGEHIERARCHY::ALPHA))
+	for (const ImageBaseRef& alpha : GetImageChildren(picture, IMAGEHIERARCHY::ALPHA))
 	{
-		if (ComparePart(alpha->GetOr<String>(ids::IMAGE_ALPHANAME, String()), name, StringCompareMode::CASEINSENSITIVE) == 0)
-			return true;
+		if (IsNamed(*alpha, ids::IMAGE_ALPHANAME, wanted))
+			return alpha;
 	}
-	return false;
+	return IllegalArgumentError("There is no alpha channel @.", wanted);
+}
+
+/// The first alpha channel of the picture's size, if the picture has no alpha of its own.
+ImageBaseRef FindAlphaOf(const ImageBaseInterface& picture)
+{
+	if (const PixelFormat own = picture.GetPixelFormat(); own && own->HasAlpha())
+		return {};
+	for (ImageBaseRef& alpha : GetImageChildren(picture, IMAGEHIERARCHY::ALPHA))
+	{
+		if (alpha->GetWidth() == picture.GetWidth() && alpha->GetHeight() == picture.GetHeight())
+			return std::move(alpha);
+	}
+	return {};
 }
 
 } // namespace
@@ -137,7 +164,7 @@ void AddImageOptions(CLI::App& command, PictureChoice& choice)
 {
 	command.add_option("--image", choice._image, "picture of a file with several: its name, or #N from 1")->type_name("NAME|#N");
 	command.add_option("--layer", choice._layers, "layer to take, by its path; may be repeated")->type_name("PATH");
-	command.add_option("--time", choice._time, "time in a movie, in seconds")->type_name("SECONDS");
+	command.add_option("--time", choice._time, "time in a movie, in seconds")->check(CLI::NonNegativeNumber)->type_name("SECONDS");
 }
 
 void AddMaskOptions(CLI::App& command, PictureChoice& choice)
@@ -151,18 +178,25 @@ void AddMaskOptions(CLI::App& command, PictureChoice& choice)
 
 Result<ImageTextureRef> LoadStructure(const Url& url)
 {
-	SelectionRules rules;
-	rules._structureOnly = true;
-	return Load(url, rules, 0.0);
+	const auto rules = TORVI_TRY(NewObject<SelectionRules>());
+	rules->_structureOnly = true;
+	ImageTextureRef texture = TORVI_TRY(Load(url, rules, 0.0));
+	for (const ImageBaseRef& image : GetImageChildren(*texture, IMAGEHIERARCHY::IMAGE))
+	{
+		if (const auto found = rules->_exportSettings.find(image->GetOr<Int>(ids::IMAGE_SUBIMAGEINDEX, 0));
+			found != rules->_exportSettings.end())
+			TORVI_TRY(image->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, found->second));
+	}
+	return texture;
 }
 
 Result<ImageTextureRef> LoadPicture(const Url& url, const std::string& name, const PictureChoice& choice)
 {
-	SelectionRules rules;
-	rules._image = choice._image;
+	const auto rules = TORVI_TRY(NewObject<SelectionRules>());
+	rules->_image = choice._image;
 	ImageTextureRef texture = TORVI_TRY(Load(url, rules, choice._time));
-	TORVI_CHECK(texture->GetFirstChild(static_cast<Int32>(IMAGEHIERARCHY::IMAGE)),
-	            IllegalArgumentError("@ has no picture @.", name, choice._image));
+	const Bool isFound = static_cast<Bool>(texture->GetFirstChild(static_cast<Int32>(IMAGEHIERARCHY::IMAGE)));
+	TORVI_CHECK(isFound || choice._image.empty(), IllegalArgumentError("@ has no picture @.", name, choice._image));
 	return texture;
 }
 
@@ -171,29 +205,24 @@ Bool ChoosesPart(const PictureChoice& choice)
 	return !choice._layers.empty() || !choice._mask.empty() || !choice._alphaChannel.empty();
 }
 
-Result<LayerSet> MakeLayerSet(const ImageBaseRef& image, const PictureChoice& choice)
+Result<PicturePart> FindPart(const ImageBaseRef& picture, const PictureChoice& choice)
 {
+	if (!choice._mask.empty())
+		return PicturePart{TORVI_TRY(FindMask(*picture, choice._mask)), {}, false};
+	if (!choice._alphaChannel.empty())
+		return PicturePart{TORVI_TRY(FindAlphaChannel(*picture, choice._alphaChannel)), {}, false};
+	PicturePart part{picture, {}, choice._layers.empty()};
 	LayerNames names;
 	for (const std::string& layer : choice._layers)
 	{
-		TORVI_CHECK(HasLayer(*image, "", layer), IllegalArgumentError("There is no layer @.", layer));
+		const ImageBaseRef found = TORVI_TRY(FindLayer(*picture, layer));
+		if (choice._layers.size() == 1)
+			part._image = found;
 		names.insert(MakeString(layer));
 	}
-	LayerSet set;
-	if (!choice._mask.empty())
-	{
-		TORVI_CHECK(HasMask(*image, choice._mask), IllegalArgumentError("There is no mask @.", choice._mask));
-		names.insert(MakeString(choice._mask));
-		TORVI_TRY(set.SetMode(LAYERSETMODE::LAYERMASKS));
-	}
-	if (!choice._alphaChannel.empty())
-	{
-		TORVI_CHECK(HasAlphaChannel(*image, choice._alphaChannel), IllegalArgumentError("There is no alpha channel @.", choice._alphaChannel));
-		names.insert(MakeString(choice._alphaChannel));
-		TORVI_TRY(set.SetMode(LAYERSETMODE::ALPHAS));
-	}
-	TORVI_TRY(set.SetSelectedLayers(std::move(names)));
-	return set;
+	if (choice._layers.size() > 1)
+		TORVI_TRY(part._layers.SetSelectedLayers(std::move(names)));
+	return part;
 }
 
 Result<ImageBaseRef> GetFirstImage(const ImageTextureRef& texture)
@@ -203,52 +232,73 @@ Result<ImageBaseRef> GetFirstImage(const ImageTextureRef& texture)
 	return image;
 }
 
-Result<PictureReader> PictureReader::Open(const ImageBaseRef& image, const PixelFormat& format, const ColorProfile& profile, Alpha alpha,
-                                          const LayerSet* layerSet)
+Result<void> SavePicture(const ImageTextureRef& texture, const MediaOutputUrlRef& exporter)
+{
+	const auto input = TORVI_TRY(CreateObject<MediaTextureExportInterface>(ids::CLASS_MEDIASTREAMEXPORTFROMIMAGETEXTURE));
+	input->SetTexture(texture);
+	const auto session = TORVI_TRY(CreateObject<MediaSessionInterface>(ids::CLASS_MEDIASESSIONOBJECT));
+	TORVI_TRY(session->ConnectMediaConverter(input, exporter));
+	const ProgressRef progress = session->GetProgress();
+	TORVI_TRY(progress->InitProgress(0.0, 0.1));
+	TORVI_TRY(TORVI_TRY(progress->ObservableProgressNotification())->AddObserver(&WatchProgress));
+	Result<void> result = session->Convert(TimeValue(), MEDIASESSIONFLAGS::NONE);
+	Result<void> closed = session->Close(); // also after an error, which is the one that counts
+	return result.IsOk() ? std::move(closed) : std::move(result);
+}
+
+Result<PictureReader> PictureReader::Open(const PicturePart& part, const PixelFormat& format, const ColorProfile& profile, Alpha alpha)
 {
 	PictureReader reader;
 	reader._format = format;
-	reader._width = image->GetWidth();
-	reader._height = image->GetHeight();
-	reader._pixels = TORVI_TRY(image->GetPixelHandler(format, format->GetChannelOffsets(), profile, GETPIXELHANDLERFLAGS::NONE, layerSet));
-	const PixelFormat own = image->GetPixelFormat();
-	const auto channel = Cast<ImageBaseInterface>(image->GetFirstChild(static_cast<Int32>(IMAGEHIERARCHY::ALPHA)));
-	if (alpha == Alpha::NONE || layerSet != nullptr || !format->HasAlpha() || !channel || (own && own->HasAlpha()))
+	reader._width = part._image->GetWidth();
+	reader._height = part._image->GetHeight();
+	const ImageBaseRef channel = alpha == Alpha::FIRST && part._isWhole && format->HasAlpha() ? FindAlphaOf(*part._image) : ImageBaseRef();
+	if (channel && !format->GetAlphaPixelFormat().IsOk())
+	{
+		TORVI_TRY(reader.OpenStep(part, profile));
 		return reader;
-	const AlphaPixelFormat place = TORVI_TRY(format->GetAlphaPixelFormat());
-	reader._alphaOffset = place._byteOffset;
-	reader._alpha = TORVI_TRY(channel->GetPixelHandler(place._format, place._format->GetChannelOffsets(), ColorProfile(),
-	                                                   GETPIXELHANDLERFLAGS::NONE, nullptr));
+	}
+	const LayerSet* layers = part._layers.GetSelectedLayers().empty() ? nullptr : &part._layers;
+	reader._pixels =
+		TORVI_TRY(part._image->GetPixelHandler(format, format->GetChannelOffsets(), profile, GETPIXELHANDLERFLAGS::NONE, layers));
+	if (channel)
+		TORVI_TRY(reader.OpenAlpha(*channel));
 	return reader;
+}
+
+/// Formats whose alpha is a few bits of a word.
+Result<void> PictureReader::OpenStep(const PicturePart& part, const ColorProfile& profile)
+{
+	const PixelFormat format = TORVI_TRY(ParsePixelFormat("rgba.u8"));
+	_step = std::make_shared<const PictureReader>(TORVI_TRY(Open(part, format, profile, Alpha::FIRST)));
+	Bool isColorConverted = false;
+	_convert = TORVI_TRY(_format->GetConvertPixelFunc(format, format->GetChannelOffsets(), _format->GetChannelOffsets(), nullptr, nullptr,
+													  false, 1, isColorConverted));
+	return OK;
+}
+
+Result<void> PictureReader::OpenAlpha(ImageBaseInterface& channel)
+{
+	const AlphaPixelFormat place = TORVI_TRY(_format->GetAlphaPixelFormat());
+	_alphaOffset = place._byteOffset;
+	_alpha = TORVI_TRY(
+		channel.GetPixelHandler(place._format, place._format->GetChannelOffsets(), ColorProfile(), GETPIXELHANDLERFLAGS::NONE, nullptr));
+	return OK;
 }
 
 Result<void> PictureReader::ReadLine(Int y, Block<Byte> line) const
 {
 	const ImagePos pos = {0, y, _width};
 	const BITS stride = _format->GetBitsPerPixel();
+	if (_step)
+	{
+		Array<Byte> stepLine(static_cast<std::size_t>(_step->GetBytesPerLine()));
+		TORVI_TRY(_step->ReadLine(y, stepLine));
+		return _convert(PixelBuffer(line.data(), stride), _width, PixelBuffer(stepLine.data(), _step->_format->GetBitsPerPixel()), 1);
+	}
 	if (_pixels._getLine)
 		TORVI_TRY(_pixels._getLine(pos, PixelBuffer(line.data(), stride), 0));
 	return _alpha._getLine ? _alpha._getLine(pos, PixelBuffer(line.data() + _alphaOffset, stride), 0) : Result<void>(OK);
-}
-
-MediaProgressDelegate WatchProgress()
-{
-	std::signal(SIGINT, &Interrupt);
-	return [](const ProgressRef& progress) { return CheckInterrupt(progress); };
-}
-
-Result<void> CheckInterrupt(const ProgressRef& progress)
-{
-	TORVI_CHECK(s_isInterrupted == 0, OperationCancelledError("Interrupted."));
-	if (progress)
-		DrawLine(progress->GetProgress());
-	return OK;
-}
-
-void EndProgressLine()
-{
-	if (s_isLineDrawn.exchange(false))
-		std::fprintf(stderr, "\r     \r");
 }
 
 } // namespace torvi::tool

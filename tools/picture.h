@@ -1,9 +1,11 @@
-// Loading for the commands: one picture of a file, or the structure of all, with a progress line and Ctrl-C.
+// Loading and saving for the commands: one picture of a file, or the structure of all, with a progress line and Ctrl-C.
 #pragma once
 
 #include "tools/command.h"
 #include "torvi/gfx_image.h"
 #include "torvi/mediasession_session.h"
+
+#include <memory>
 
 namespace torvi::tool
 {
@@ -22,27 +24,42 @@ struct PictureChoice
 void AddImageOptions(CLI::App& command, PictureChoice& choice);
 void AddMaskOptions(CLI::App& command, PictureChoice& choice);
 
-/// The structure of all pictures of a file, without pixels.
+/// The structure of all pictures of a file, without pixels; each picture with the export settings that its file had.
 Result<ImageTextureRef> LoadStructure(const Url& url);
 
 /// A texture with the one picture that was asked for; an error if there is none of that name.
 Result<ImageTextureRef> LoadPicture(const Url& url, const std::string& name, const PictureChoice& choice);
 
-/// The layer set of a choice; checks that what it names is in the image.
-Result<LayerSet> MakeLayerSet(const ImageBaseRef& image, const PictureChoice& choice);
+/// Where the pixels of a choice come from.
+struct PicturePart
+{
+	ImageBaseRef _image; ///< the whole picture, or the one layer, mask or alpha channel that is wanted
+	LayerSet _layers;    ///< of several layers; empty else
+	Bool _isWhole = true;
+};
+
+/// Finds the part of a picture; an error for a name that is not there.
+Result<PicturePart> FindPart(const ImageBaseRef& picture, const PictureChoice& choice);
 Bool ChoosesPart(const PictureChoice& choice);
 
 /// The first image of a texture.
 Result<ImageBaseRef> GetFirstImage(const ImageTextureRef& texture);
 
-/// Reads lines of a picture in one format, with the first alpha channel where the format has alpha and the picture has not.
+/// Saves a texture through an exporter whose Url is set.
+Result<void> SavePicture(const ImageTextureRef& texture, const MediaOutputUrlRef& exporter);
+
+/// Reads lines of a part in one format. A whole picture without alpha of its own gets that of its first alpha channel that fits, where the
+/// format has alpha.
 class PictureReader
 {
 public:
-	enum class Alpha { FIRST, NONE };
+	enum class Alpha
+	{
+		FIRST,
+		NONE
+	};
 
-	static Result<PictureReader> Open(const ImageBaseRef& image, const PixelFormat& format, const ColorProfile& profile, Alpha alpha,
-	                                  const LayerSet* layerSet);
+	static Result<PictureReader> Open(const PicturePart& part, const PixelFormat& format, const ColorProfile& profile, Alpha alpha);
 	Int GetWidth() const { return _width; }
 	Int GetHeight() const { return _height; }
 	/// Bytes of a packed line.
@@ -50,19 +67,17 @@ public:
 	Result<void> ReadLine(Int y, Block<Byte> line) const;
 
 private:
+	Result<void> OpenAlpha(ImageBaseInterface& channel);
+	Result<void> OpenStep(const PicturePart& part, const ColorProfile& profile);
+
 	PixelFormat _format;
 	Int _width = 0;
 	Int _height = 0;
 	GetPixelHandlerStruct _pixels;
 	GetPixelHandlerStruct _alpha;
 	Int _alphaOffset = 0;
+	std::shared_ptr<const PictureReader> _step; ///< reads in a format that alpha can be written into, for _convert
+	ConvertPixelFunc _convert;
 };
-
-/// From here on Ctrl-C asks running work to stop, through its progress. Gives the delegate that also draws the progress line on a terminal.
-MediaProgressDelegate WatchProgress();
-/// The progress of a session that runs without MediaSessionImport, such as of a save.
-Result<void> CheckInterrupt(const ProgressRef& progress);
-/// Ends the line, if one was drawn.
-void EndProgressLine();
 
 } // namespace torvi::tool

@@ -1,5 +1,7 @@
 // torvi-image pixels: the rows of a picture in any pixel format, top row first, with nothing around them.
+#include "tools/files.h"
 #include "tools/picture.h"
+#include "tools/watch.h"
 
 namespace torvi::tool
 {
@@ -17,18 +19,26 @@ struct PixelsOptions
 	PictureChoice _choice;
 };
 
-Result<void> WriteRows(const PictureReader& reader, const Url& url)
+/// Hands the rows on in blocks, so that narrow pictures do not cost a system call per row.
+Result<void> WriteRows(const PictureReader& reader, const ByteSink& sink)
 {
-	const OutputStreamRef stream = TORVI_TRY(url.OpenOutputStream());
-	Array<Byte> line(static_cast<std::size_t>(reader.GetBytesPerLine()));
-	for (Int y = 0; y < reader.GetHeight(); ++y)
+	constexpr Int BLOCK_SIZE = Int(256) << 10;
+	const Int lineSize = reader.GetBytesPerLine();
+	if (lineSize == 0)
+		return OK;
+	const Int linesAtOnce = std::clamp<Int>(BLOCK_SIZE / lineSize, 1, std::max<Int>(reader.GetHeight(), 1));
+	Array<Byte> lines(static_cast<std::size_t>(linesAtOnce * lineSize));
+	for (Int first = 0; first < reader.GetHeight(); first += linesAtOnce)
 	{
-		TORVI_TRY(CheckInterrupt(ProgressRef()));
-		std::ranges::fill(line, Byte(0)); // bits behind the last pixel of a row
-		TORVI_TRY(reader.ReadLine(y, line));
-		TORVI_TRY(stream->Write(line));
+		TORVI_TRY(CheckInterrupt());
+		const Int count = std::min(linesAtOnce, reader.GetHeight() - first);
+		std::ranges::fill(lines, Byte(0)); // bits behind the last pixel of a row
+		for (Int i = 0; i < count; ++i)
+			TORVI_TRY(reader.ReadLine(
+				first + i, Block<Byte>(lines).subspan(static_cast<std::size_t>(i * lineSize), static_cast<std::size_t>(lineSize))));
+		TORVI_TRY(sink(Block<const Byte>(lines).first(static_cast<std::size_t>(count * lineSize))));
 	}
-	return stream->Close();
+	return OK;
 }
 
 Result<void> RunPixels(const PixelsOptions& options)
@@ -37,11 +47,10 @@ Result<void> RunPixels(const PixelsOptions& options)
 	const ColorProfile profile = TORVI_TRY(ParseProfile(options._profile));
 	const ImageTextureRef texture = TORVI_TRY(LoadPicture(TORVI_TRY(OpenInput(options._in)), options._in, options._choice));
 	const ImageBaseRef image = TORVI_TRY(GetFirstImage(texture));
-	const LayerSet part = TORVI_TRY(MakeLayerSet(image, options._choice));
+	const PicturePart part = TORVI_TRY(FindPart(image, options._choice));
 	const auto alpha = options._alpha == "none" ? PictureReader::Alpha::NONE : PictureReader::Alpha::FIRST;
-	const PictureReader reader =
-		TORVI_TRY(PictureReader::Open(image, format, profile, alpha, ChoosesPart(options._choice) ? &part : nullptr));
-	return WriteOutput(options._out, [&](const Url& url) { return WriteRows(reader, url); });
+	const PictureReader reader = TORVI_TRY(PictureReader::Open(part, format, profile, alpha));
+	return WriteBytes(options._out, [&](const ByteSink& sink) { return WriteRows(reader, sink); });
 }
 
 } // namespace
@@ -60,7 +69,7 @@ void AddPixels(CLI::App& app, Run& run)
 	AddImageOptions(*command, options->_choice);
 	AddMaskOptions(*command, options->_choice);
 	command->callback([options, &run]()
-	                  { run = [options]() { return Report(options->_in, NoThrow([&]() { return RunPixels(*options); })); }; });
+					  { run = [options]() { return Report(options->_in, NoThrow([&]() { return RunPixels(*options); })); }; });
 }
 
 } // namespace torvi::tool

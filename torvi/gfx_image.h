@@ -1,5 +1,5 @@
-// Pictures: a texture holds images, an image holds alpha channels, layers and extra data, a layer holds masks and layers. Pixels are reached
-// through handlers, in whatever format, layout and profile the caller wants. A tree is changed from one thread at a time.
+// Pictures: a texture holds images, an image holds alpha channels, layers and extra data, a layer holds masks and layers. Pixels are
+// reached through handlers, in whatever format, layout and profile the caller wants. A tree is changed from one thread at a time.
 #pragma once
 
 #include "host/data.h"
@@ -60,21 +60,22 @@ class TORVI_EXPORT ImageBaseInterface : public virtual DataDictionaryObjectInter
 public:
 	/// Stores size, format and type.
 	virtual Result<void> InitBase(Int width, Int height, const PixelFormat& pixelFormat, ImageType type) = 0;
-	/// Hangs a child in the tree, before `nextChild` or, if that is null, last. IllegalArgumentError for a branch or a child that does not belong here.
+	/// Hangs a child in the tree, before `nextChild` or, if that is null, last. IllegalArgumentError for a branch or a child that does not
+	/// belong here.
 	virtual Result<void> AddChildren(IMAGEHIERARCHY branch, const ImageBaseRef& child, const ImageBaseRef& nextChild) = 0;
 	virtual Int GetWidth() const = 0;
 	virtual Int GetHeight() const = 0;
 	virtual Int GetChannelCount() const = 0;
 	virtual PixelFormat GetPixelFormat() const = 0;
-	/// A reader of lines in `dstFormat` at `dstChannelOffsets`. An empty `dstColorProfile` converts no colours. `layerSet` may be null. An image without
-	/// pixels of its own shows its layers. The errors are those of the conversion lookup; NullptrError without a storage.
+	/// A reader of lines in `dstFormat` at `dstChannelOffsets`. An empty `dstColorProfile` converts no colours. `layerSet` may be null. An
+	/// image without pixels of its own shows its layers. The errors are those of the conversion lookup; NullptrError without a storage.
 	virtual Result<GetPixelHandlerStruct> GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-	                                                      const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
-	                                                      const LayerSet* layerSet) = 0;
-	/// A writer of lines that come in `srcFormat` at `srcChannelOffsets`. An empty `srcColorProfile` stores them without colour conversion. A storage
-	/// that is shared with another image is copied first.
+														  const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags,
+														  const LayerSet* layerSet) = 0;
+	/// A writer of lines that come in `srcFormat` at `srcChannelOffsets`. An empty `srcColorProfile` stores them without colour conversion.
+	/// A storage that is shared with another image is copied first.
 	virtual Result<SetPixelHandlerStruct> SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,
-	                                                      const ColorProfile& srcColorProfile, SETPIXELHANDLERFLAGS flags) = 0;
+														  const ColorProfile& srcColorProfile, SETPIXELHANDLERFLAGS flags) = 0;
 	virtual Result<void> FreePixelHandler(GetPixelHandlerStruct& record) = 0;
 	virtual Result<void> FreePixelHandler(SetPixelHandlerStruct& record) = 0;
 	virtual Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const = 0;
@@ -91,9 +92,10 @@ class TORVI_EXPORT ImageInterface : public virtual ImageBaseInterface
 {
 public:
 	/// Gives the image a new storage of a class of ids::REGISTRY_IMAGEPIXELSTORAGECLASSES. On failure it has none. May be called again.
-	virtual Result<void> Init(Int width, Int height, const ClassRef& storageClass, const PixelFormat& pixelFormat, Block<const Byte> defaultColor) = 0;
-	/// Stores or reads the pixel storage, and nothing else of the image. What is read gives the image its size and format too. The errors are those
-	/// of the storage.
+	virtual Result<void> Init(Int width, Int height, const ClassRef& storageClass, const PixelFormat& pixelFormat,
+							  Block<const Byte> defaultColor) = 0;
+	/// Stores or reads the pixel storage, and nothing else of the image. What is read gives the image its size and format too. The errors
+	/// are those of the storage.
 	virtual Result<void> DescribeIO(DataSerialize& serializer) = 0;
 };
 
@@ -106,18 +108,18 @@ class TORVI_EXPORT ImageLayerInterface : public virtual ImageInterface
 class TORVI_EXPORT ImageTextureInterface : public virtual ImageBaseInterface
 {
 public:
-	/// Loads a file into this texture; images are added to those that it has. `targetTime` is the time in a movie; `storageClass` null means
-	/// normal storage; `layerSet`, which may be null, chooses the picture. Gives the session, which may be kept to load further frames.
-	/// IllegalArgumentError "Image @ is not of a supported type."; the error of opening, or of the importer.
+	/// Loads a file into this texture; images are added to those that it has. `targetTime` is the time in a movie; `storageClass` null
+	/// means normal storage; `layerSet`, which may be null, chooses the picture. Gives the session, which may be kept to load further
+	/// frames. IllegalArgumentError "Image @ is not of a supported type."; the error of opening, or of the importer.
 	virtual Result<MediaSessionRef> Load(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags, const ClassRef& storageClass,
-	                                     const LayerSet* layerSet) = 0;
+										 const LayerSet* layerSet) = 0;
 	/// Saves this texture through a file exporter whose output Url is set. With `session` the session stays open and goes out through it.
 	virtual Result<void> Save(const MediaOutputUrlRef& output, MEDIASESSIONFLAGS flags, MediaSessionRef* session) = 0;
 };
 
 /// Makes a texture and loads a file into it. IllegalArgumentError for an empty Url; else as Load.
-TORVI_EXPORT Result<ImageTextureRef> LoadTexture(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags, const ClassRef& storageClass,
-                                                 const LayerSet* layerSet);
+TORVI_EXPORT Result<ImageTextureRef> LoadTexture(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags,
+												 const ClassRef& storageClass, const LayerSet* layerSet);
 
 /// The children of one branch as images, in order.
 inline Array<ImageBaseRef> GetImageChildren(const HierarchyObjectInterface& parent, IMAGEHIERARCHY branch)

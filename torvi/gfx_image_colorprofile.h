@@ -1,5 +1,5 @@
-// Colour profiles: what the numbers of an image mean. A ColorProfile is a small value that may be empty, with a shared immutable record behind it:
-// an ICC profile (ISO 15076-1), or a named transform of an OpenColorIO configuration. Values may be used from any thread.
+// Colour profiles: what the numbers of an image mean. A ColorProfile is a small value that may be empty, with a shared immutable record
+// behind it: an ICC profile (ISO 15076-1), or a named transform of an OpenColorIO configuration. Values may be used from any thread.
 #pragma once
 
 #include "host/dataserialize.h"
@@ -30,7 +30,8 @@ enum class ColorProfileInfo : UInt32
 class TORVI_EXPORT ColorProfileRecordInterface : public virtual ObjectInterface
 {
 public:
-	/// The profile's byte form: an ICC file, or the OCIO blob. IllegalStateError "no color profile"; UnknownError for a failure of the library.
+	/// The profile's byte form: an ICC file, or the OCIO blob. IllegalStateError "no color profile"; UnknownError for a failure of the
+	/// library.
 	virtual Result<Array<Byte>> WriteProfile() = 0;
 	/// The empty text for an unknown selector.
 	virtual String GetInfo(ColorProfileInfo selector) const = 0;
@@ -79,7 +80,7 @@ class ColorProfile
 public:
 	/// The null profile.
 	ColorProfile() noexcept = default;
-	explicit ColorProfile(Ref<ColorProfileRecordInterface> record) noexcept : _record(std::move(record)) { }
+	explicit ColorProfile(Ref<ColorProfileRecordInterface> record) noexcept : _record(std::move(record)) {}
 
 	/// The same record, or both empty. The monitor mode does not count.
 	Bool IsEqual(const ColorProfile& other) const noexcept { return _record == other._record; }
@@ -88,7 +89,10 @@ public:
 
 	/// MediaSessionWrongTypeError for bytes that are no profile; see the messages there. Every sRGB profile opens as the built-in one.
 	static Result<ColorProfile> OpenProfileFromFile(const Url& url) { return TORVI_TRY(GetStatic())->OpenProfileFromFile(url); }
-	static Result<ColorProfile> OpenProfileFromMemory(Block<const Byte> bytes) { return TORVI_TRY(GetStatic())->OpenProfileFromMemory(bytes); }
+	static Result<ColorProfile> OpenProfileFromMemory(Block<const Byte> bytes)
+	{
+		return TORVI_TRY(GetStatic())->OpenProfileFromMemory(bytes);
+	}
 	/// A colour space of an OCIO configuration.
 	static Result<ColorProfile> CreateProfile(const OcioConfigRef& config, CString name)
 	{
@@ -127,7 +131,10 @@ public:
 	/// 0 for the null profile.
 	UInt32 GetCrc() const { return _record ? _record->GetCrc() : 0; }
 	UInt64 GetHashCode() const { return GetCrc(); }
-	std::pair<UInt64, UInt64> GetUniqueHashCode() const { return _record ? std::pair<UInt64, UInt64>(GetCrc(), 42) : std::pair<UInt64, UInt64>(); }
+	std::pair<UInt64, UInt64> GetUniqueHashCode() const
+	{
+		return _record ? std::pair<UInt64, UInt64>(GetCrc(), 42) : std::pair<UInt64, UInt64>();
+	}
 	Bool HasProfile() const { return _record && _record->HasProfile(); }
 	/// True for the null profile, and where the colour space is that of the format.
 	Bool CheckCompatiblePixelFormat(const PixelFormatInterface& format) const;
@@ -148,7 +155,8 @@ public:
 	{
 		if (!_record)
 			return MakeString("<<no profile>>");
-		return _record->IsOcio() ? Format("@ (OCIO)", _record->GetInfo(ColorProfileInfo::NAME)) : _record->GetInfo(ColorProfileInfo::DESCRIPTION);
+		return _record->IsOcio() ? Format("@ (OCIO)", _record->GetInfo(ColorProfileInfo::NAME))
+								 : _record->GetInfo(ColorProfileInfo::DESCRIPTION);
 	}
 	/// One element "_profile", the bytes of WriteProfileToMemory.
 	Result<void> DescribeIO(DataSerialize& serializer)
@@ -180,7 +188,7 @@ private:
 class ColorProfileObject final : public ObjectInterface
 {
 public:
-	explicit ColorProfileObject(ColorProfile profile) : _profile(std::move(profile)) { }
+	explicit ColorProfileObject(ColorProfile profile) : _profile(std::move(profile)) {}
 	const ColorProfile& GetProfile() const noexcept { return _profile; }
 	String ToString(std::string_view format) const override { return _profile.ToString(format); }
 

@@ -21,8 +21,8 @@ class TORVI_EXPORT ImagePixelBlendInterface : public virtual ObjectInterface
 public:
 	/// A handler for one thread at a time. `opacity` is 0 to 1. The errors are those of the conversions.
 	virtual Result<BlendPixelHandler> GetBlendPixelHandler(const PixelFormat& backgroundFormat, const ChannelOffsets& backgroundOffsets,
-	                                                       const PixelFormat& foregroundFormat, const ChannelOffsets& foregroundOffsets,
-	                                                       Float64 opacity) const = 0;
+														   const PixelFormat& foregroundFormat, const ChannelOffsets& foregroundOffsets,
+														   Float64 opacity) const = 0;
 };
 
 using ImagePixelBlend = Ref<ImagePixelBlendInterface>;

@@ -125,8 +125,8 @@ struct PixelBuffer
 	PixelFormat _format;
 };
 
-/// Converts `count` pixels. Only the pixel pointers and strides of the buffers are read: formats and offsets were fixed when the function was
-/// made. A count of 0 or less does nothing and succeeds. Source and destination do not overlap unless told otherwise. Any thread.
+/// Converts `count` pixels. Only the pixel pointers and strides of the buffers are read: formats and offsets were fixed when the function
+/// was made. A count of 0 or less does nothing and succeeds. Source and destination do not overlap unless told otherwise. Any thread.
 using ConvertPixelFunc = Delegate<Result<void>(const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32 flags)>;
 
 /// A pixel format's channel `alpha` as a format of its own, and where it lies.
@@ -144,8 +144,8 @@ public:
 	/// The channels, lowest offset first; empty for packed, RGBE, YUV and indexed formats.
 	virtual Block<const ImageChannel> GetChannels() const = 0;
 	virtual PixelFormatGroup GetPixelFormatGroup() const = 0;
-	/// A block of `height` lines of GetBytesPerLine bytes, not cleared, to be freed with Free. IllegalArgumentError for negative sizes or an
-	/// alignment that is no power of two, out-of-memory error where it does not fit.
+	/// A block of `height` lines of GetBytesPerLine bytes, not cleared, to be freed with Free. IllegalArgumentError for negative sizes or
+	/// an alignment that is no power of two, out-of-memory error where it does not fit.
 	virtual Result<Byte*> CreatePix(Int width, Int height, Int lineAlignment) const = 0;
 	virtual Int GetChannelCount() const = 0;
 	/// GetChannelCount entries and the bits per pixel.
@@ -162,43 +162,44 @@ public:
 	/// The profile that pixels of this format have unless told otherwise.
 	virtual ColorProfile GetDefaultColorProfile() const = 0;
 
-	/// A function that converts from `srcFormat` to this format; found or built once and remembered. `srcProfile` and `dstProfile` may be null and may
-	/// point to the empty profile; `dstProfile` is in and out: afterwards it is the profile of the converted pixels. `isColorConverted` is set
-	/// by the caller to false and becomes true when the function includes a conversion of profiles; such functions are not remembered.
-	/// The first form uses flags 1, black point compensation. Errors: IllegalArgumentError "srcformat must not be nullptr.";
-	/// IllegalStateError "No pixel conversion found from '@' to '@'"; out of memory. The function may be kept and run on any thread.
+	/// A function that converts from `srcFormat` to this format; found or built once and remembered. `srcProfile` and `dstProfile` may be
+	/// null and may point to the empty profile; `dstProfile` is in and out: afterwards it is the profile of the converted pixels.
+	/// `isColorConverted` is set by the caller to false and becomes true when the function includes a conversion of profiles; such
+	/// functions are not remembered. The first form uses flags 1, black point compensation. Errors: IllegalArgumentError "srcformat must
+	/// not be nullptr."; IllegalStateError "No pixel conversion found from '@' to '@'"; out of memory. The function may be kept and run on
+	/// any thread.
 	virtual Result<ConvertPixelFunc> GetConvertPixelFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                                     const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile,
-	                                                     ColorProfile* dstProfile, Bool forceProfiles, Bool& isColorConverted) const = 0;
+														 const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile,
+														 ColorProfile* dstProfile, Bool forceProfiles, Bool& isColorConverted) const = 0;
 	virtual Result<ConvertPixelFunc> GetConvertPixelFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                                     const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile,
-	                                                     ColorProfile* dstProfile, Bool forceProfiles, UInt32 flags,
-	                                                     Bool& isColorConverted) const = 0;
+														 const ChannelOffsets& dstOffsets, const ColorProfile* srcProfile,
+														 ColorProfile* dstProfile, Bool forceProfiles, UInt32 flags,
+														 Bool& isColorConverted) const = 0;
 	/// Looks the function up by the formats and offsets of the buffers, runs it once and drops it.
 	virtual Result<void> ConvertPixelFromSlow(const PixelBuffer& destination, Int count, const PixelBuffer& source,
-	                                          const ColorProfile* srcProfile, ColorProfile* dstProfile, Bool forceProfiles,
-	                                          UInt32 convertFlags) const = 0;
-	/// Whether two pixels of this format, each at its own offsets, differ in no channel by more than `threshold` on the 8-bit scale. Channels of
-	/// type unused do not count.
+											  const ColorProfile* srcProfile, ColorProfile* dstProfile, Bool forceProfiles,
+											  UInt32 convertFlags) const = 0;
+	/// Whether two pixels of this format, each at its own offsets, differ in no channel by more than `threshold` on the 8-bit scale.
+	/// Channels of type unused do not count.
 	virtual Bool IsIdenticalPixel(const PixelBuffer& pixel1, const PixelBuffer& pixel2, UChar threshold) const = 0;
 	/// The pixel's channel values as text.
 	virtual String PixToString(const Byte* pixel) const = 0;
 
 	/// What this format, as destination or as source, converts directly; the empty function where it does not. For GetConvertPixelFunc.
 	virtual Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-	                                                         const ChannelOffsets& dstOffsets, Bool fastLayout,
-	                                                         Bool& isColorConverted) const = 0;
+															 const ChannelOffsets& dstOffsets, Bool fastLayout,
+															 Bool& isColorConverted) const = 0;
 	virtual Result<ConvertPixelFunc> GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
-	                                                       const ChannelOffsets& srcOffsets, Bool fastLayout,
-	                                                       Bool& isColorConverted) const = 0;
+														   const ChannelOffsets& srcOffsets, Bool fastLayout,
+														   Bool& isColorConverted) const = 0;
 	virtual CString GetShortName() const = 0;
 
 	/// A number that no other format of this process has had, which stands for the format in caches.
 	virtual UInt64 GetUniqueId() const = 0;
 };
 
-/// Formats that select rows of a colour table. Each picture with a palette has its own format object, made from one of the nine classes. The
-/// table is set before the format is handed out; a change while a conversion runs on another thread must be kept apart by the caller.
+/// Formats that select rows of a colour table. Each picture with a palette has its own format object, made from one of the nine classes.
+/// The table is set before the format is handed out; a change while a conversion runs on another thread must be kept apart by the caller.
 class TORVI_EXPORT PixelFormatIndexedColorInterface : public virtual ObjectInterface
 {
 public:
@@ -217,8 +218,8 @@ using PixelFormatIndexedColorRef = Ref<PixelFormatIndexedColorInterface>;
 class TORVI_EXPORT PixelFormatDynamicInterface : public virtual PixelFormatInterface
 {
 public:
-	/// Appends a channel; only while the format is being made. NullptrError for a null channel; IllegalStateError "PixelFormat belongs to two
-	/// different color spaces: @, @".
+	/// Appends a channel; only while the format is being made. NullptrError for a null channel; IllegalStateError "PixelFormat belongs to
+	/// two different color spaces: @, @".
 	virtual Result<void> AddChannel(const ImageChannel& channel) = 0;
 };
 
@@ -226,8 +227,8 @@ public:
 class TORVI_EXPORT PixelFormatsInterface : public virtual ObjectInterface
 {
 public:
-	/// The one format that has exactly these channels in this order: a fixed one if there is one, else a dynamic one, which is made on the first
-	/// call and lives until the module ends. A failure is remembered for the list. IllegalArgumentError "FindOrCreatePixelFormat()
+	/// The one format that has exactly these channels in this order: a fixed one if there is one, else a dynamic one, which is made on the
+	/// first call and lives until the module ends. A failure is remembered for the list. IllegalArgumentError "FindOrCreatePixelFormat()
 	/// needs at least 1 channel.".
 	virtual Result<PixelFormat> FindOrCreatePixelFormat(Block<const ImageChannel> channels) = 0;
 };
@@ -259,18 +260,18 @@ inline ColorSpace ColorProfile::GetColorSpace() const
 	return _record ? _record->GetColorSpace() : ColorSpace();
 }
 
-/// Static: the place where colour management joins the conversion lookup, declared under ids::INTERFACE_COLORCONVERSIONSTAGE. Without a declared
-/// stage no profiles are converted.
+/// Static: the place where colour management joins the conversion lookup, declared under ids::INTERFACE_COLORCONVERSIONSTAGE. Without a
+/// declared stage no profiles are converted.
 class TORVI_EXPORT ColorConversionStageInterface : public virtual ObjectInterface
 {
 public:
-	/// Called by the lookup of `dstFormat` before it searches, unless both profiles are empty. A set function ends the lookup; the stage has then set
-	/// `isColorConverted`. With the empty function the lookup goes on with what the stage has left in `srcProfile`, `*dstProfile` and
-	/// `isColorConverted`. `dstProfile` may be null.
+	/// Called by the lookup of `dstFormat` before it searches, unless both profiles are empty. A set function ends the lookup; the stage
+	/// has then set `isColorConverted`. With the empty function the lookup goes on with what the stage has left in `srcProfile`,
+	/// `*dstProfile` and `isColorConverted`. `dstProfile` may be null.
 	virtual Result<ConvertPixelFunc> FindConversion(const PixelFormatInterface& dstFormat, const PixelFormat& srcFormat,
-	                                                const ChannelOffsets& srcOffsets, const ChannelOffsets& dstOffsets,
-	                                                ColorProfile& srcProfile, ColorProfile* dstProfile, Bool forceProfiles, UInt32 flags,
-	                                                Bool& isColorConverted) = 0;
+													const ChannelOffsets& srcOffsets, const ChannelOffsets& dstOffsets,
+													ColorProfile& srcProfile, ColorProfile* dstProfile, Bool forceProfiles, UInt32 flags,
+													Bool& isColorConverted) = 0;
 };
 
 namespace ids

@@ -129,13 +129,13 @@ public:
 /// Called with the region when a set handler is freed.
 using RegionChangedDelegate = Delegate<Result<void>(const UpdateRegion& region, SetPixelHandlerStruct& record)>;
 
-/// Holds the pixels of one image. Init is called once by the image; after it any thread may ask for handlers. Copied by its class's copy operation
-/// when an image writes to a storage that it shares with another.
+/// Holds the pixels of one image. Init is called once by the image; after it any thread may ask for handlers. Copied by its class's copy
+/// operation when an image writes to a storage that it shares with another.
 class TORVI_EXPORT ImagePixelStorageInterface : public virtual ObjectInterface
 {
 public:
-	/// `defaultColor` is one pixel of the format, or empty; storages that hold every pixel ignore it. IllegalArgumentError for a null format or a
-	/// negative size; out-of-memory error, with all members reset.
+	/// `defaultColor` is one pixel of the format, or empty; storages that hold every pixel ignore it. IllegalArgumentError for a null
+	/// format or a negative size; out-of-memory error, with all members reset.
 	virtual Result<void> Init(Int width, Int height, const PixelFormat& pixelFormat, Block<const Byte> defaultColor) = 0;
 	virtual Int GetWidth() const = 0;
 	virtual Int GetHeight() const = 0;
@@ -143,17 +143,19 @@ public:
 	virtual PixelFormat GetPixelFormat() const = 0;
 	/// Lines in another format, layout and profile. The errors are those of the conversion lookup.
 	virtual Result<GetPixelHandlerStruct> GetPixelHandler(const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-	                                                      const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
-	                                                      GETPIXELHANDLERFLAGS flags) = 0;
+														  const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
+														  GETPIXELHANDLERFLAGS flags) = 0;
 	virtual Result<SetPixelHandlerStruct> SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,
-	                                                      const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
-	                                                      SETPIXELHANDLERFLAGS flags, const RegionChangedDelegate& regionChanged) = 0;
+														  const ColorProfile& srcColorProfile, const ColorProfile& dstColorProfile,
+														  SETPIXELHANDLERFLAGS flags, const RegionChangedDelegate& regionChanged) = 0;
 	virtual Result<void> FreePixelHandler(GetPixelHandlerStruct& record) = 0;
 	virtual Result<void> FreePixelHandler(SetPixelHandlerStruct& record, const RegionChangedDelegate& regionChanged) = 0;
-	/// The bytes of one channel of pos._count pixels, `pixelStride` bytes apart in memory. IllegalArgumentError for a channel or run outside the image.
+	/// The bytes of one channel of pos._count pixels, `pixelStride` bytes apart in memory. IllegalArgumentError for a channel or run
+	/// outside the image.
 	virtual Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const = 0;
 	virtual Result<void> SetComponent(Int channel, const ImagePos& pos, const Byte* source, Int pixelStride) = 0;
-	/// Stores or reads the members; what is read replaces size, format and pixels, on failure nothing has changed. IllegalStateError "Illegal pixel format:
+	/// Stores or reads the members; what is read replaces size, format and pixels, on failure nothing has changed. IllegalStateError
+	/// "Illegal pixel format:
 	/// @." for a format that is not known, and for members that do not fit each other. Colour tables of formats are not stored. The default
 	/// is the UnsupportedOperationError.
 	virtual Result<void> DescribeIO(DataSerialize&)

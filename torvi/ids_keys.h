@@ -47,7 +47,11 @@ inline constexpr Id MEDIAFORMAT_LAYER_PSD_DATA = "net.torvi.mediaformat.layer.ps
 inline constexpr Id MEDIAFORMAT_AUDIO_SAMPLERATE = "net.torvi.mediaformat.audio.samplerate"; ///< Int
 inline constexpr Id MEDIAFORMAT_AUDIO_CHANNELCOUNT = "net.torvi.mediaformat.audio.channelcount";     ///< Int
 inline constexpr Id MEDIAFORMAT_AUDIO_BITSPERCHANNEL = "net.torvi.mediaformat.audio.bitsperchannel"; ///< Int
-inline constexpr Id MEDIAFORMAT_AUDIO_MARKERARRAY = "net.torvi.mediaformat.audio.markerarray";       ///< array of dictionaries
+inline constexpr Id MEDIAFORMAT_AUDIO_MARKERARRAY = "net.torvi.mediaformat.audio.markerarray"; ///< array of dictionaries of these keys:
+inline constexpr Id MEDIAFORMAT_AUDIO_MARKER_IDENTIFIER = "net.torvi.mediaformat.audio.marker.identifier"; ///< the number in the file
+inline constexpr Id MEDIAFORMAT_AUDIO_MARKER_LABEL = "net.torvi.mediaformat.audio.marker.label";           ///< String
+inline constexpr Id MEDIAFORMAT_AUDIO_MARKER_NOTE = "net.torvi.mediaformat.audio.marker.note";             ///< String
+inline constexpr Id MEDIAFORMAT_AUDIO_MARKER_POSITION = "net.torvi.mediaformat.audio.marker.position";     ///< Float64, seconds
 
 // What an input sets in the properties before FinishStream.
 inline constexpr Id MEDIAPROPERTY_SAMPLETIME = "net.torvi.mediaproperty.sampletime";         ///< TimeValue
@@ -80,14 +84,16 @@ inline constexpr Id IMAGE_LAYER_ISOPEN = "net.torvi.image.layer.isopen";        
 inline constexpr Id IMAGE_LAYER_PSD_FILTERID = "net.torvi.image.layer.psd_filterid";   ///< Int, four-letter code of a filter layer
 inline constexpr Id IMAGE_LAYER_PSD_DATA = "net.torvi.image.layer.psd_data";           ///< Array<Char>, raw data of a filter layer
 
+// Textures; a picture keeps the saving options of its own file too.
+inline constexpr Id IMAGE_EXPORTSETTINGS = "net.torvi.image.exportsettings"; ///< DataDictionary: what a save uses, in an exporter's keys
+
 // Textures alone.
-inline constexpr Id IMAGE_FILEFORMAT = "net.torvi.image.fileformat";         ///< FileFormatRef of the handler that loaded it
-inline constexpr Id IMAGE_FPS = "net.torvi.image.fps";                       ///< Float64
-inline constexpr Id IMAGE_DURATION = "net.torvi.image.duration";             ///< TimeValue
-inline constexpr Id IMAGE_SAMPLETIME = "net.torvi.image.sampletime";         ///< TimeValue of the last delivered sample
-inline constexpr Id IMAGE_EXIFDATA = "net.torvi.image.exifdata";             ///< ExifRef
-inline constexpr Id IMAGE_EXPORTSETTINGS = "net.torvi.image.exportsettings"; ///< DataDictionary
-inline constexpr Id IMAGE_AUDIODATA = "net.torvi.image.audiodata";           ///< AudioObjectRef
+inline constexpr Id IMAGE_FILEFORMAT = "net.torvi.image.fileformat"; ///< FileFormatRef of the handler that loaded it
+inline constexpr Id IMAGE_FPS = "net.torvi.image.fps";               ///< Float64
+inline constexpr Id IMAGE_DURATION = "net.torvi.image.duration";     ///< TimeValue
+inline constexpr Id IMAGE_SAMPLETIME = "net.torvi.image.sampletime"; ///< TimeValue of the last delivered sample
+inline constexpr Id IMAGE_EXIFDATA = "net.torvi.image.exifdata";     ///< ExifRef
+inline constexpr Id IMAGE_AUDIODATA = "net.torvi.image.audiodata";   ///< AudioObjectRef
 
 // What converters answer.
 inline constexpr Id MEDIAINPUT_SUPPORTS_IMAGE = "net.torvi.media.input.supports_image";                   ///< Bool
@@ -107,7 +113,10 @@ inline constexpr Id MEDIAOUTPUT_BITDEPTHSLAYER = "net.torvi.media.output.bitdept
 
 // Export settings, and the descriptions that hold their defaults.
 inline constexpr Id EXPORT_DESCRIPTION = "net.torvi.mediasession.export";
-inline constexpr Id EXPORT_QUALITY = "net.torvi.mediasession.export.quality";                             ///< Float64
+inline constexpr Id EXPORT_QUALITY = "net.torvi.mediasession.export.quality";       ///< Float64
+inline constexpr Id EXPORT_KEYFRAMES = "net.torvi.mediasession.export.keyframes";   ///< Int32
+inline constexpr Id EXPORT_DATARATE = "net.torvi.mediasession.export.datarate";     ///< BytesValue
+inline constexpr Id EXPORT_CUSTOMDATA = "net.torvi.mediasession.export.customdata"; ///< array: a compressor's own state
 inline constexpr Id EXPORT_DISABLESRGBCONVERSION = "net.torvi.mediasession.export.disablesrgbconversion"; ///< Bool
 inline constexpr Id BMPEXPORT_BITMAPINFOHEADER = "net.torvi.mediasession.bmp.export.bitmapinfoheader";    ///< Id: "V3", "V4", "V5"
 

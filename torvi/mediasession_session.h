@@ -55,8 +55,8 @@ using MediaSelectionHandler = Delegate<Result<MediaOutputSelectionResult>(const 
 class TORVI_EXPORT MediaSessionInterface : public virtual ObserverObjectInterface
 {
 public:
-	/// Connects an input to an output. IllegalArgumentError for null or equal converters and for one that is part of another living session;
-	/// IllegalStateError where their strategies do not fit. Nothing changes on failure.
+	/// Connects an input to an output. IllegalArgumentError for null or equal converters and for one that is part of another living
+	/// session; IllegalStateError where their strategies do not fit. Nothing changes on failure.
 	virtual Result<void> ConnectMediaConverter(const MediaConverterRef& input, const MediaConverterRef& output) = 0;
 	/// Runs the stages; the first error ends it. May be called again with another time.
 	virtual Result<void> Convert(const TimeValue& targetTime, MEDIASESSIONFLAGS flags) = 0;
@@ -105,7 +105,8 @@ public:
 	virtual Result<void> SetSelectionHandler(const MediaSelectionHandler& handler) = 0;
 	virtual MediaSelectionHandler GetSelectionHandler() const = 0;
 	/// SELECTALL without a handler.
-	virtual Result<MediaOutputSelectionResult> CallSelectionHandler(const MediaStreamRef& stream, const MediaStreamFormat& format) const = 0;
+	virtual Result<MediaOutputSelectionResult> CallSelectionHandler(const MediaStreamRef& stream,
+																	const MediaStreamFormat& format) const = 0;
 };
 
 /// Turns streams into images and layers of a texture.
@@ -114,6 +115,15 @@ class TORVI_EXPORT MediaOutputTextureInterface : public virtual MediaOutputInter
 public:
 	/// `storageClass` is a class of ids::REGISTRY_IMAGEPIXELSTORAGECLASSES.
 	virtual Result<void> SetOutputTexture(const ImageTextureRef& texture, const ClassRef& storageClass) = 0;
+};
+
+/// Offers the tree of a texture as streams, from which a file exporter pulls its lines: ids::CLASS_MEDIASTREAMEXPORTFROMIMAGETEXTURE.
+/// Connected to an exporter in a session, it saves as ImageTextureInterface::Save does, and the session's progress can be watched.
+class TORVI_EXPORT MediaTextureExportInterface : public virtual MediaInputInterface
+{
+public:
+	/// Before the first Analyze.
+	virtual void SetTexture(const ImageTextureRef& texture) = 0;
 };
 
 /// Writes a file.
@@ -126,7 +136,8 @@ public:
 	virtual Result<FileFormatRef> GetFileFormat() const = 0;
 	/// Called with the settings while the platform edits them.
 	using EditDelegate = Delegate<Result<void>(const DataDictionary& settings)>;
-	/// Lets the platform edit the settings that only it knows. FunctionNotImplementedError unless the exporter answers supports_systemoptions.
+	/// Lets the platform edit the settings that only it knows. FunctionNotImplementedError unless the exporter answers
+	/// supports_systemoptions.
 	virtual Result<Bool> EditSystemOptions(DataDictionary& settings, const EditDelegate& changed) = 0;
 	/// The smallest size at or above `size` that the format stores under these settings.
 	virtual Result<DrawDimensionInt> CheckBitmapSize(const DataDictionary& settings, const DrawDimensionInt& size) const = 0;
@@ -139,22 +150,22 @@ using MediaFoundDelegate = Delegate<Result<void>(const FileFormatHandlerRef& han
 
 /// Finds the handler that takes `url`, makes its importer, connects it to `output` in a session of its own and runs it; gives the session.
 /// Handler, delegates and progress may be unset. A handler whose importer says that the file is not of its type is passed over.
-/// IllegalArgumentError "Image @ is not of a supported type." with the last importer's error as cause; any other error of an importer ends the
-/// search and is given as it is.
+/// IllegalArgumentError "Image @ is not of a supported type." with the last importer's error as cause; any other error of an importer ends
+/// the search and is given as it is.
 TORVI_EXPORT Result<MediaSessionRef> MediaSessionImport(const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags,
-                                                        const MediaOutputRef& output, const MediaSelectionHandler& selectionHandler,
-                                                        const MediaProgressDelegate& progress, const FileFormatHandlerRef& preferredHandler,
-                                                        const MediaFoundDelegate& found);
+														const MediaOutputRef& output, const MediaSelectionHandler& selectionHandler,
+														const MediaProgressDelegate& progress, const FileFormatHandlerRef& preferredHandler,
+														const MediaFoundDelegate& found);
 
 /// Static: how textures reach the session; declared under ids::INTERFACE_MEDIATEXTUREBRIDGE.
 class TORVI_EXPORT MediaTextureBridgeInterface : public virtual ObjectInterface
 {
 public:
 	/// As ImageTextureInterface::Load and Save, on `texture`.
-	virtual Result<MediaSessionRef> Load(const ImageTextureRef& texture, const Url& url, const TimeValue& targetTime, MEDIASESSIONFLAGS flags,
-	                                     const ClassRef& storageClass, const LayerSet* layerSet) = 0;
+	virtual Result<MediaSessionRef> Load(const ImageTextureRef& texture, const Url& url, const TimeValue& targetTime,
+										 MEDIASESSIONFLAGS flags, const ClassRef& storageClass, const LayerSet* layerSet) = 0;
 	virtual Result<void> Save(const ImageTextureRef& texture, const MediaOutputUrlRef& output, MEDIASESSIONFLAGS flags,
-	                          MediaSessionRef* session) = 0;
+							  MediaSessionRef* session) = 0;
 };
 
 namespace ids

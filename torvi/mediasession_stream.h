@@ -1,5 +1,5 @@
-// Streams: the units of what an input offers, each with the formats that it can be had in. An output subscribes and installs callbacks; the input
-// then pushes through the stream, or, on the way to a file, the output pulls. Used from the session's thread; line writers and
+// Streams: the units of what an input offers, each with the formats that it can be had in. An output subscribes and installs callbacks; the
+// input then pushes through the stream, or, on the way to a file, the output pulls. Used from the session's thread; line writers and
 // readers that a stream hands out follow the rules of gfx_image_storage.h.
 #pragma once
 
@@ -78,16 +78,17 @@ class TORVI_EXPORT MediaStreamImageDataImportInterface : public virtual MediaStr
 {
 public:
 	using SampleDelegate = Delegate<Result<void>(const MediaStreamImageDataImportRef& stream, const MediaStreamProperties& properties)>;
-	using PixelDelegate = Delegate<Result<SetPixelHandlerStruct>(const MediaStreamImageDataImportRef& stream, const MediaStreamProperties& properties,
-	                                                             const ChannelOffsets& channelOffsets, SETPIXELHANDLERFLAGS flags)>;
+	using PixelDelegate =
+		Delegate<Result<SetPixelHandlerStruct>(const MediaStreamImageDataImportRef& stream, const MediaStreamProperties& properties,
+											   const ChannelOffsets& channelOffsets, SETPIXELHANDLERFLAGS flags)>;
 
 	/// The output's call; replaces all three.
 	virtual Result<void> SetCallbackHandler(const SampleDelegate& init, const PixelDelegate& pixel, const SampleDelegate& finish) = 0;
-	/// The input's calls, in this order. Width, height and pixel format are taken from the properties at InitStream, the format of the lines at
-	/// SetPixelStream. Without callbacks they succeed, with a record that writes nothing.
+	/// The input's calls, in this order. Width, height and pixel format are taken from the properties at InitStream, the format of the
+	/// lines at SetPixelStream. Without callbacks they succeed, with a record that writes nothing.
 	virtual Result<void> InitStream(const MediaStreamProperties& properties) = 0;
 	virtual Result<SetPixelHandlerStruct> SetPixelStream(const MediaStreamProperties& properties, const ChannelOffsets& channelOffsets,
-	                                                     SETPIXELHANDLERFLAGS flags) = 0;
+														 SETPIXELHANDLERFLAGS flags) = 0;
 	virtual Result<void> FinishStream(const MediaStreamProperties& properties) = 0;
 };
 
@@ -96,15 +97,15 @@ class TORVI_EXPORT MediaStreamImageDataExportInterface : public virtual MediaStr
 {
 public:
 	using SampleDelegate = Delegate<Result<void>(const MediaStreamImageDataExportRef& stream, const MediaStreamProperties& properties)>;
-	using PixelDelegate = Delegate<Result<GetPixelHandlerStruct>(const MediaStreamImageDataExportRef& stream, const MediaStreamProperties& properties,
-	                                                             const PixelFormat& dstFormat, const ChannelOffsets& dstChannelOffsets,
-	                                                             const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags)>;
+	using PixelDelegate = Delegate<Result<GetPixelHandlerStruct>(
+		const MediaStreamImageDataExportRef& stream, const MediaStreamProperties& properties, const PixelFormat& dstFormat,
+		const ChannelOffsets& dstChannelOffsets, const ColorProfile& dstColorProfile, GETPIXELHANDLERFLAGS flags)>;
 
 	virtual Result<void> SetCallbackHandler(const SampleDelegate& init, const PixelDelegate& pixel, const SampleDelegate& finish) = 0;
 	virtual Result<void> InitStream(const MediaStreamProperties& properties) = 0;
 	virtual Result<GetPixelHandlerStruct> GetPixelStream(const MediaStreamProperties& properties, const PixelFormat& dstFormat,
-	                                                     const ChannelOffsets& dstChannelOffsets, const ColorProfile& dstColorProfile,
-	                                                     GETPIXELHANDLERFLAGS flags) = 0;
+														 const ChannelOffsets& dstChannelOffsets, const ColorProfile& dstColorProfile,
+														 GETPIXELHANDLERFLAGS flags) = 0;
 	virtual Result<void> FinishStream(const MediaStreamProperties& properties) = 0;
 };
 

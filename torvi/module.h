@@ -16,7 +16,7 @@ TORVI_EXPORT void EndModule() noexcept;
 class ModuleScope
 {
 public:
-	ModuleScope() : _result(StartModule()) { }
+	ModuleScope() : _result(StartModule()) {}
 	~ModuleScope() { EndModule(); }
 	ModuleScope(const ModuleScope&) = delete;
 	ModuleScope& operator=(const ModuleScope&) = delete;

@@ -81,20 +81,19 @@ TEST_F(DamagedProfile, AnyByteChanged)
 class FailingMemory : public ColorTest
 {
 protected:
-	/// Fails each allocation in turn. Every result must be an error that says so, or a success.
+	/// Fails each allocation in turn. Every result must be an error that says so, or a success; the library's own texts would hide the
+	/// reason.
 	template <class Operation>
-	static void Sweep(Operation&& operation, std::initializer_list<std::string_view> libraryMessages)
+	static void Sweep(Operation&& operation)
 	{
-		const Int count =
-			ForEachAllocationFailure(operation,
-									 [&](const auto& result, Bool hasFailed)
-									 {
-										 EXPECT_TRUE(hasFailed || result.IsOk()) << result.GetError().GetMessage();
-										 if (result.IsOk() || result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY)
-											 return;
-										 const std::string_view message = result.GetError().GetInnermostCause().GetMessage();
-										 EXPECT_TRUE(std::ranges::count(libraryMessages, message) == 1) << message;
-									 });
+		const Int count = ForEachAllocationFailure(
+			operation,
+			[&](const auto& result, Bool hasFailed)
+			{
+				EXPECT_TRUE(hasFailed || result.IsOk()) << result.GetError().ToString();
+				EXPECT_TRUE(result.IsOk() || result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY)
+					<< result.GetError().ToString();
+			});
 		EXPECT_GT(count, 0);
 	}
 };
@@ -103,10 +102,8 @@ TEST_F(FailingMemory, Opening)
 {
 	const Array<Byte> bytes = MakeRgbProfile(L"Memory");
 	const Url url = MakeFailingUrl(bytes, {});
-	Sweep([&]() { return ColorProfile::OpenProfileFromMemory(bytes); }, {"cmsOpenProfileFromMem failed."});
-	Sweep([&]() { return ColorProfile::OpenProfileFromFile(url); },
-		  {"cmsOpenProfileFromMem failed.", "The stream holds no color profile.", "Calculating color profile size failed.",
-		   "Writing color profile failed."});
+	Sweep([&]() { return ColorProfile::OpenProfileFromMemory(bytes); });
+	Sweep([&]() { return ColorProfile::OpenProfileFromFile(url); });
 	EXPECT_TRUE(Use(ColorProfile::OpenProfileFromMemory(bytes)));
 }
 
@@ -115,9 +112,9 @@ TEST_F(FailingMemory, Transforms)
 	const OcioConfigRef config = MakeConfig("/ocio/a configuration with a long path");
 	const ColorProfile profile = TORVI_MUST(ColorProfile::CreateProfile(config, "a view with a long name", "a display with a long name"));
 	const Array<Byte> blob = TORVI_MUST(profile.WriteProfileToMemory());
-	Sweep([&]() { return ColorProfile::CreateProfile(config, "another view with a long name", "a display with a long name"); }, {});
-	Sweep([&]() { return profile.WriteProfileToMemory(); }, {});
-	Sweep([&]() { return ColorProfile::OpenProfileFromMemory(blob); }, {});
+	Sweep([&]() { return ColorProfile::CreateProfile(config, "another view with a long name", "a display with a long name"); });
+	Sweep([&]() { return profile.WriteProfileToMemory(); });
+	Sweep([&]() { return ColorProfile::OpenProfileFromMemory(blob); });
 }
 
 TEST_F(FailingMemory, Starting)
@@ -127,8 +124,7 @@ TEST_F(FailingMemory, Starting)
 		{
 			Stop();
 			return NoThrow([&]() { return Start(); });
-		},
-		{"Calculating color profile size failed.", "Writing color profile failed."});
+		});
 }
 
 } // namespace

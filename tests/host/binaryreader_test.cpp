@@ -249,8 +249,8 @@ TEST(BinaryReader, HoldsWithoutMemory)
 		return reader.Close();
 	};
 	const Int count = test::ForEachAllocationFailure(operation,
-	                                                 [](const Result<void>& result, Bool hasFailed)
-	                                                 {
+													 [](const Result<void>& result, Bool hasFailed)
+													 {
 														 EXPECT_EQ(result.IsOk(), !hasFailed);
 														 EXPECT_TRUE(result.IsOk() || result.GetError().GetId() == errorids::OUTOFMEMORY);
 													 });

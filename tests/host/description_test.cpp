@@ -34,7 +34,7 @@ TEST_F(Description, ValuesHaveTheStatedTypes)
 		"l": {"type": "int64", "default": 9000000000}, "f": {"type": "float64", "default": 1}, "s": {"type": "string", "default": "x"},
 		"d": {"type": "id", "default": "V4"}, "y": {"type": "bytes", "default": [1, 255]}, "v": {"type": "bytesvalue", "default": 5},
 		"n": {"type": "int32"}, "o": {}}})")
-	                .IsOk());
+					.IsOk());
 	ASSERT_TRUE(Register(R"({"second": {}})").IsOk());
 	const DataDescription& description = *TORVI_MUST(DataDescriptionDatabase::LoadDescription("first"));
 	const auto value = [&](const Id& key) { return description.GetEntry(key)->GetData(ids::DESCRIPTION_DEFAULTVALUE); };
@@ -59,11 +59,23 @@ TEST_F(Description, ValuesHaveTheStatedTypes)
 TEST_F(Description, WrongFilesAreErrors)
 {
 	constexpr std::string_view TEXTS[] = {
-		"", "{", "[]", "\xFF", R"({"a": 1})", R"({"a": {"k": 1}})", R"({"a": {"k": {"type": "what"}}})", R"({"a": {"k": {"type": 1}}})",
-		R"({"a": {"k": {"default": 1}}})", R"({"a": {"k": {"type": "int32", "default": 1.5}}})",
-		R"({"a": {"k": {"type": "int32", "default": 2147483648}}})", R"({"a": {"k": {"type": "int64", "default": 9223372036854775808}}})",
-		R"({"a": {"k": {"type": "bool", "default": 0}}})", R"({"a": {"k": {"type": "bytes", "default": [256]}}})",
-		R"({"a": {"k": {"type": "bytesvalue", "default": -1}}})", R"({"a": {"k": {"type": "id", "default": 1}}})", R"({"a": {"k": {"help": 1}}})",
+		"",
+		"{",
+		"[]",
+		"\xFF",
+		R"({"a": 1})",
+		R"({"a": {"k": 1}})",
+		R"({"a": {"k": {"type": "what"}}})",
+		R"({"a": {"k": {"type": 1}}})",
+		R"({"a": {"k": {"default": 1}}})",
+		R"({"a": {"k": {"type": "int32", "default": 1.5}}})",
+		R"({"a": {"k": {"type": "int32", "default": 2147483648}}})",
+		R"({"a": {"k": {"type": "int64", "default": 9223372036854775808}}})",
+		R"({"a": {"k": {"type": "bool", "default": 0}}})",
+		R"({"a": {"k": {"type": "bytes", "default": [256]}}})",
+		R"({"a": {"k": {"type": "bytesvalue", "default": -1}}})",
+		R"({"a": {"k": {"type": "id", "default": 1}}})",
+		R"({"a": {"k": {"help": 1}}})",
 	};
 	for (const std::string_view text : TEXTS)
 	{
@@ -94,8 +106,8 @@ TEST_F(Description, HoldsWithoutMemory)
 		return OK;
 	};
 	const Int count = test::ForEachAllocationFailure(operation,
-	                                                 [](const Result<void>& result, Bool hasFailed)
-	                                                 {
+													 [](const Result<void>& result, Bool hasFailed)
+													 {
 														 EXPECT_EQ(result.IsOk(), !hasFailed);
 														 EXPECT_TRUE(result.IsOk() || result.GetError().GetId() == errorids::OUTOFMEMORY)
 															 << result.GetError().ToString();

@@ -13,7 +13,7 @@ namespace
 
 TEST(Error, CarriesIdTextCauseAndPlace)
 {
-	const auto line = std::source_location::current().line() + 1;
+	const auto line = SourceLocation::current().line() + 1;
 	Error error = FileFormatError("Row @ of @ is bad (@{x}).", 3, "x@y", 255u);
 	EXPECT_EQ(error.GetId(), errorids::FILEFORMAT);
 	EXPECT_EQ(error.GetMessage(), "Row 3 of x@y is bad (ff).");
@@ -123,10 +123,14 @@ TEST(String, CaseAndUnicode)
 {
 	EXPECT_EQ(ComparePart("Gr\xC3\xBCn", "gR\xC3\x9CN", StringCompareMode::CASEINSENSITIVE), 0);
 	EXPECT_NE(ComparePart("a", "A", StringCompareMode::CASESENSITIVE), 0);
-	EXPECT_EQ(ToUpper("a\xFF" "b"), "A\xFF" "B"); // no UTF-8 stays
+	EXPECT_EQ(ToUpper("a\xFF"
+					  "b"),
+			  "A\xFF"
+			  "B"); // no UTF-8 stays
 
 	const Byte utf16[] = {0x3D, 0xD8, 0x00, 0xDE, 0x00, 0xD8, 0x41, 0x00, 0x42}; // a pair, a lone half, "A", an odd byte
-	EXPECT_EQ(FromUtf16Bytes(utf16), "\xF0\x9F\x98\x80\xEF\xBF\xBD" "A");
+	EXPECT_EQ(FromUtf16Bytes(utf16), "\xF0\x9F\x98\x80\xEF\xBF\xBD"
+									 "A");
 	const Array<Byte> back = ToUtf16Bytes("\xF0\x9F\x98\x80");
 	EXPECT_TRUE(std::equal(back.begin(), back.end(), utf16, utf16 + 4));
 	EXPECT_EQ(FromUtf32(U"\x110000z"), "\xEF\xBF\xBDz");

@@ -14,8 +14,8 @@ template <class Function>
 void ExpectOutOfMemoryAtEachAllocation(Function&& function)
 {
 	const Int count = ForEachAllocationFailure(function,
-	                                           [](const auto& result, Bool hasFailed)
-	                                           {
+											   [](const auto& result, Bool hasFailed)
+											   {
 												   const Id id = result.GetError().GetInnermostCause().GetId();
 												   EXPECT_EQ(id.GetText(), hasFailed ? errorids::OUTOFMEMORY.GetText() : "");
 											   });

@@ -17,7 +17,7 @@ namespace
 class ByteFormat final : public FileFormatBaseImpl
 {
 public:
-	explicit ByteFormat(Byte first) : _first(first) { }
+	explicit ByteFormat(Byte first) : _first(first) {}
 	Result<Bool> Detect(const Url&, const InputStreamRef& stream) const override
 	{
 		Byte bytes[64];
@@ -33,7 +33,9 @@ private:
 class TestHandler final : public FileFormatHandlerInterface
 {
 public:
-	TestHandler(Id id, FileFormatRef format, DataType type, Int number) : _id(id), _format(std::move(format)), _type(type), _number(number) { }
+	TestHandler(Id id, FileFormatRef format, DataType type, Int number) : _id(id), _format(std::move(format)), _type(type), _number(number)
+	{
+	}
 	String ToString(std::string_view) const override { return MakeString(_id.GetText()); }
 	Result<FileFormatRef> GetFileFormat() const override { return _format; }
 	DataType GetHandlerType() const override { return _type; }
@@ -107,7 +109,8 @@ TEST_F(Detection, TryHandlerEndsTheWalk)
 	const Ref<test::FailingFile> file =
 		TORVI_MUST(NewObject<test::FailingFile>(Array<Byte>(std::begin(FILE_BYTES), std::end(FILE_BYTES)), test::FailurePlan{}));
 	const Url url = TORVI_MUST(file->GetUrl());
-	EXPECT_EQ(DetectNames(url, [](const FileFormatHandlerRef& handler) -> Result<Bool> { return handler->ToString() == "second"; }), "second ");
+	EXPECT_EQ(DetectNames(url, [](const FileFormatHandlerRef& handler) -> Result<Bool> { return handler->ToString() == "second"; }),
+			  "second ");
 	EXPECT_EQ(file->GetOpenCount(), 2); // the third was not asked
 	EXPECT_EQ(file->GetLivingCount(), 0);
 	EXPECT_EQ(DetectNames(url, [](const FileFormatHandlerRef&) -> Result<Bool> { return false; }), "");
@@ -138,8 +141,8 @@ TEST_F(Detection, HoldsWithoutMemory)
 	Add("second", 'A', 2);
 	const Url url = test::MakeFailingUrl(FILE_BYTES, {});
 	const Int count = test::ForEachAllocationFailure([&]() { return Detect(url); },
-	                                                 [](const Result<Array<FileFormatHandlerRef>>& result, Bool hasFailed)
-	                                                 {
+													 [](const Result<Array<FileFormatHandlerRef>>& result, Bool hasFailed)
+													 {
 														 EXPECT_EQ(result.IsOk(), !hasFailed);
 														 if (result.IsOk())
 															 EXPECT_EQ(result.GetValue().size(), 2u);

@@ -15,7 +15,10 @@ class Node final : public HierarchyObjectImpl
 {
 public:
 	explicit Node(char name) : _name(name) { ++s_living; }
-	Node(const Node& other) : ObjectInterface(other), HierarchyObjectInterface(other), HierarchyObjectImpl(other), _name(other._name) { ++s_living; }
+	Node(const Node& other) : ObjectInterface(other), HierarchyObjectInterface(other), HierarchyObjectImpl(other), _name(other._name)
+	{
+		++s_living;
+	}
 	~Node() override { --s_living; }
 	char _name;
 };

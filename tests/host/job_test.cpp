@@ -14,7 +14,7 @@ namespace
 class Job : public ::testing::Test
 {
 protected:
-	Job() : _queue(TORVI_MUST(JobQueue::GetComputeQueue())) { }
+	Job() : _queue(TORVI_MUST(JobQueue::GetComputeQueue())) {}
 	~Job() override { JobQueue::End(); }
 	JobQueueRef _queue;
 };
@@ -24,7 +24,12 @@ TEST_F(Job, GroupRunsAllAndWaits)
 	std::atomic<int> done{0};
 	JobGroup group;
 	for (int i = 0; i < 500; ++i)
-		TORVI_MUST(group.Add([&]() -> Result<void> { ++done; return OK; }));
+		TORVI_MUST(group.Add(
+			[&]() -> Result<void>
+			{
+				++done;
+				return OK;
+			}));
 	TORVI_MUST(group.EnqueueGroupAndWait(_queue));
 	EXPECT_EQ(done, 500);
 	TORVI_MUST(group.EnqueueGroupAndWait(_queue)); // nothing is left
@@ -37,7 +42,16 @@ TEST_F(Job, JobMayAddToItsGroup)
 {
 	std::atomic<int> done{0};
 	JobGroup group;
-	TORVI_MUST(group.Add([&]() -> Result<void> { return group.Add([&]() -> Result<void> { ++done; return OK; }); }));
+	TORVI_MUST(group.Add(
+		[&]() -> Result<void>
+		{
+			return group.Add(
+				[&]() -> Result<void>
+				{
+					++done;
+					return OK;
+				});
+		}));
 	TORVI_MUST(group.EnqueueGroupAndWait(_queue));
 	EXPECT_EQ(done, 1);
 }
@@ -90,7 +104,12 @@ TEST_F(Job, CancelReachesNestedGroups)
 		[&]() -> Result<void>
 		{
 			JobGroup inner;
-			TORVI_TRY(inner.Add([&]() -> Result<void> { outer.Cancel(); return OK; }));
+			TORVI_TRY(inner.Add(
+				[&]() -> Result<void>
+				{
+					outer.Cancel();
+					return OK;
+				}));
 			for (int i = 0; i < 100; ++i)
 				TORVI_TRY(inner.Add(
 					[]() -> Result<void>
@@ -109,7 +128,12 @@ TEST_F(Job, CancelBeforeTheStartStartsNothing)
 {
 	JobGroup group;
 	Bool hasRun = false;
-	TORVI_MUST(group.Add([&]() -> Result<void> { hasRun = true; return OK; }));
+	TORVI_MUST(group.Add(
+		[&]() -> Result<void>
+		{
+			hasRun = true;
+			return OK;
+		}));
 	group.Cancel();
 	EXPECT_EQ(ErrorIdOf(group.EnqueueGroupAndWait(_queue)), errorids::OPERATIONCANCELLED.GetText());
 	EXPECT_FALSE(hasRun);
@@ -156,8 +180,17 @@ TEST_F(Job, MainThreadRunsItsJobsWhenAsked)
 {
 	const JobQueueRef queue = TORVI_MUST(JobQueue::GetMainThreadQueue());
 	int runs = 0;
-	const auto job = [&]() -> Result<void> { ++runs; return OK; };
-	TORVI_MUST(queue->Enqueue([&]() -> Result<void> { ++runs; return queue->Enqueue(job); }));
+	const auto job = [&]() -> Result<void>
+	{
+		++runs;
+		return OK;
+	};
+	TORVI_MUST(queue->Enqueue(
+		[&]() -> Result<void>
+		{
+			++runs;
+			return queue->Enqueue(job);
+		}));
 	EXPECT_EQ(runs, 0);
 	JobQueue::RunMainThreadJobs();
 	EXPECT_EQ(runs, 1);
@@ -170,15 +203,30 @@ TEST_F(Job, EndRunsWhatWasTakenIn)
 	std::atomic<int> runs{0};
 	const JobQueueRef io = TORVI_MUST(JobQueue::GetServiceIOQueue());
 	for (int i = 0; i < 100; ++i)
-		TORVI_MUST(io->Enqueue([&]() -> Result<void> { ++runs; return OK; }));
+		TORVI_MUST(io->Enqueue(
+			[&]() -> Result<void>
+			{
+				++runs;
+				return OK;
+			}));
 	JobQueue::End();
 	EXPECT_EQ(runs, 100);
 	EXPECT_EQ(ErrorIdOf(io->Enqueue([]() -> Result<void> { return OK; })), errorids::ILLEGALSTATE.GetText());
 	EXPECT_NE(TORVI_MUST(JobQueue::GetServiceIOQueue()), io);
 
 	JobGroup group; // an ended queue leaves the work to the waiting thread
-	TORVI_MUST(group.Add([&]() -> Result<void> { ++runs; return OK; }));
-	TORVI_MUST(group.Add([&]() -> Result<void> { ++runs; return OK; }));
+	TORVI_MUST(group.Add(
+		[&]() -> Result<void>
+		{
+			++runs;
+			return OK;
+		}));
+	TORVI_MUST(group.Add(
+		[&]() -> Result<void>
+		{
+			++runs;
+			return OK;
+		}));
 	TORVI_MUST(group.EnqueueGroupAndWait(io));
 	EXPECT_EQ(runs, 102);
 }
@@ -190,18 +238,33 @@ TEST_F(Job, FailedAllocationsOfAGroup)
 		[&]() -> Result<void>
 		{
 			JobGroup group;
-			return group.Add([&]() -> Result<void> { ++runs; return OK; });
+			return group.Add(
+				[&]() -> Result<void>
+				{
+					++runs;
+					return OK;
+				});
 		});
 	JobGroup group;
 	for (int i = 0; i < 10; ++i)
-		TORVI_MUST(group.Add([&]() -> Result<void> { ++runs; return OK; }));
+		TORVI_MUST(group.Add(
+			[&]() -> Result<void>
+			{
+				++runs;
+				return OK;
+			}));
 	{
 		const AllocationFailure failure(1, AllocationFailure::Mode::KEEPFAILING); // no room for tickets
 		TORVI_MUST(group.EnqueueGroupAndWait(_queue));
 	}
 	EXPECT_EQ(runs, 10);
 	JobQueue::End();
-	ExpectOutOfMemoryAtEachAllocation([]() -> Result<void> { TORVI_TRY(JobQueue::GetServiceIOQueue()); return OK; });
+	ExpectOutOfMemoryAtEachAllocation(
+		[]() -> Result<void>
+		{
+			TORVI_TRY(JobQueue::GetServiceIOQueue());
+			return OK;
+		});
 }
 
 } // namespace

@@ -17,10 +17,25 @@ TEST(Observable, CallsAllInOrderAndGivesTheFirstError)
 {
 	const ObservableRef<int> observable = TORVI_MUST(NewObject<Observable<int>>());
 	String calls;
-	TORVI_MUST(observable->AddObserver([&](int value) -> Result<void> { calls += Format("a@", value); return OK; }));
-	TORVI_MUST(observable->AddObserver([&](int) -> Result<void> { calls += "b"; return IoError("First."); }));
+	TORVI_MUST(observable->AddObserver(
+		[&](int value) -> Result<void>
+		{
+			calls += Format("a@", value);
+			return OK;
+		}));
+	TORVI_MUST(observable->AddObserver(
+		[&](int) -> Result<void>
+		{
+			calls += "b";
+			return IoError("First.");
+		}));
 	const Int id = TORVI_MUST(observable->AddObserver([&](int) -> Result<void> { throw std::bad_alloc(); }));
-	TORVI_MUST(observable->AddObserver([&](int) -> Result<void> { calls += "d"; return IoError("Second."); }));
+	TORVI_MUST(observable->AddObserver(
+		[&](int) -> Result<void>
+		{
+			calls += "d";
+			return IoError("Second.");
+		}));
 	EXPECT_EQ(observable->Notify(7).GetError().GetMessage(), "First.");
 	EXPECT_EQ(calls, "a7bd");
 	observable->RemoveObserver(id);
@@ -38,7 +53,12 @@ TEST(Observable, MayChangeWhileItNotifies)
 		{
 			++calls;
 			observable->RemoveObserver(id);
-			TORVI_TRY(observable->AddObserver([&]() -> Result<void> { calls += 10; return OK; }));
+			TORVI_TRY(observable->AddObserver(
+				[&]() -> Result<void>
+				{
+					calls += 10;
+					return OK;
+				}));
 			return OK;
 		}));
 	TORVI_MUST(observable->Notify());
@@ -51,7 +71,7 @@ TEST(Observable, ClosureOfARemovedObserverMayComeBack)
 {
 	struct Leaver : ObjectInterface
 	{
-		explicit Leaver(Observable<>* observable) : _observable(observable) { }
+		explicit Leaver(Observable<>* observable) : _observable(observable) {}
 		~Leaver() override { _observable->RemoveObserver(99); }
 		Observable<>* _observable;
 	};
@@ -80,7 +100,10 @@ TEST(Progress, WeighsAndClamps)
 	EXPECT_EQ(progress->GetProgress(), 0.375);
 	EXPECT_EQ(progress->ToString(), "large");
 
-	const struct { Float64 fraction, whole; } clamped[] = {{7.0, 0.25}, {-1.0, 0.0}, {std::nan(""), 0.0}, {HUGE_VAL, 0.25}};
+	const struct
+	{
+		Float64 fraction, whole;
+	} clamped[] = {{7.0, 0.25}, {-1.0, 0.0}, {std::nan(""), 0.0}, {HUGE_VAL, 0.25}};
 	TORVI_MUST(progress->SetProgressAndCheckBreak(large, 0.0));
 	for (const auto& [fraction, whole] : clamped)
 	{
@@ -117,7 +140,12 @@ TEST(Progress, NotifiesWhenItIsTime)
 	const Int job = TORVI_MUST(progress->AddProgressJob(1.0, "job"));
 	int calls = 0;
 	TORVI_MUST(TORVI_MUST(progress->ObservableProgressNotification())
-	               ->AddObserver([&](const ProgressRef& which) -> Result<void> { calls += which == progress ? 1 : 100; return OK; }));
+				   ->AddObserver(
+					   [&](const ProgressRef& which) -> Result<void>
+					   {
+						   calls += which == progress ? 1 : 100;
+						   return OK;
+					   }));
 	const auto set = [&]() { TORVI_MUST(progress->SetProgressAndCheckBreak(job, 0.5)); };
 	TORVI_MUST(progress->InitProgress(3600.0, 0.0));
 	set();
@@ -149,7 +177,7 @@ TEST(Progress, ErrorOfAnObserverStopsTheWork)
 	const Ref<ProgressImpl> progress = MakeProgress();
 	const Int job = TORVI_MUST(progress->AddProgressJob(1.0, "job"));
 	TORVI_MUST(TORVI_MUST(progress->ObservableProgressNotification())
-	               ->AddObserver([](const ProgressRef&) -> Result<void> { return IoError("The window is gone."); }));
+				   ->AddObserver([](const ProgressRef&) -> Result<void> { return IoError("The window is gone."); }));
 	EXPECT_EQ(progress->SetProgressAndCheckBreak(job, 0.1).GetError().GetMessage(), "The window is gone.");
 	EXPECT_EQ(ErrorIdOf(progress->SetProgressAndCheckBreak(job, 0.2)), errorids::OPERATIONCANCELLED.GetText());
 }
@@ -180,7 +208,8 @@ TEST(Progress, FailedAllocations)
 		{
 			const Ref<ProgressImpl> progress = TORVI_TRY(NewObject<ProgressImpl>());
 			const Int job = TORVI_TRY(progress->AddProgressJob(1.0, "a name that is too long to be kept inline"));
-			TORVI_TRY(TORVI_TRY(progress->ObservableProgressNotification())->AddObserver([](const ProgressRef&) -> Result<void> { return OK; }));
+			TORVI_TRY(
+				TORVI_TRY(progress->ObservableProgressNotification())->AddObserver([](const ProgressRef&) -> Result<void> { return OK; }));
 			return progress->SetProgressAndCheckBreak(job, 1.0);
 		});
 }

@@ -15,7 +15,7 @@ int s_lastEnded = 0;
 
 struct Numbered : ObjectInterface
 {
-	explicit Numbered(int number) : _number(number) { }
+	explicit Numbered(int number) : _number(number) {}
 	~Numbered() override { s_lastEnded = _number; }
 	int _number;
 };
@@ -92,8 +92,9 @@ TEST_F(RegistryTest, HostEntersItsTypesAndClasses)
 {
 	EXPECT_EQ(ErrorIdOf(FindDataType("net.torvi.image.drawrectint")), errorids::UNREGISTEREDDATATYPE.GetText());
 	TORVI_MUST(RegisterHost(_module));
-	for (const Id& id : {Id("float16"), Id("int64"), Id("net.torvi.image.bits"), Id("net.torvi.image.drawrectint"), Id("net.torvi.image.drawvolumefloat"),
-	                     Id("net.torvi.image.updateregion"), Id("net.torvi.datatype.datadictionary")})
+	for (const Id& id :
+		 {Id("float16"), Id("int64"), Id("net.torvi.image.bits"), Id("net.torvi.image.drawrectint"), Id("net.torvi.image.drawvolumefloat"),
+		  Id("net.torvi.image.updateregion"), Id("net.torvi.datatype.datadictionary")})
 	{
 		const Result<DataType> type = FindDataType(id);
 		ASSERT_TRUE(type.IsOk()) << id.GetText();

@@ -3,6 +3,7 @@
 
 #include "host/dataserialize.h"
 #include "host/gfx_basictypes_3d.h"
+#include "host/halffloat_datatype.h"
 #include "host/timevalue.h"
 
 #include <cmath>
@@ -24,6 +25,7 @@ struct Everything
 	UInt32 _uint32 = 0xFEDCBA98;
 	Int64 _int64 = std::numeric_limits<Int64>::min();
 	UInt64 _uint64 = 0xFEDCBA9876543210;
+	HalfFloat _half{0.1f};
 	Float32 _float32 = -0.0f;
 	Float64 _float64 = 0.1;
 	String _string = MakeString(std::string_view("text\0with zero", 14));
@@ -50,6 +52,7 @@ struct Everything
 		TORVI_TRY(serializer.DescribeElement("_uint32", _uint32));
 		TORVI_TRY(serializer.DescribeElement("_int64", _int64));
 		TORVI_TRY(serializer.DescribeElement("_uint64", _uint64));
+		TORVI_TRY(serializer.DescribeElement("_half", _half));
 		TORVI_TRY(serializer.DescribeElement("_float32", _float32));
 		TORVI_TRY(serializer.DescribeElement("_float64", _float64));
 		TORVI_TRY(serializer.DescribeElement("_string", _string));
@@ -78,6 +81,7 @@ Everything MakeOther()
 	other._uint32 = 0;
 	other._int64 = 0;
 	other._uint64 = 0;
+	other._half = HalfFloat();
 	other._float32 = 1.0f;
 	other._float64 = 1.0;
 	other._string = other._strings[0];
@@ -133,7 +137,8 @@ TEST(Serialize, ReaderVerifies)
 	DataSerializeReader reader(writer.GetBytes());
 	UInt32 other = 0;
 	EXPECT_EQ(reader.DescribeElement("_other", number).GetError().GetMessage(), "The stored member _other is needed, found _number.");
-	EXPECT_EQ(reader.DescribeElement("_number", other).GetError().GetMessage(), "The stored member _number is of type int32 in place of uint32.");
+	EXPECT_EQ(reader.DescribeElement("_number", other).GetError().GetMessage(),
+			  "The stored member _number is of type int32 in place of uint32.");
 	number = 0;
 	TORVI_MUST(reader.DescribeElement("_number", number)); // a failed element can be tried again
 	EXPECT_EQ(number, 5);
@@ -166,7 +171,12 @@ TEST(Serialize, AwkwardBytesNeverAllocateMuch)
 	const Array<Byte> bytes = Write(Everything());
 	static std::atomic<Int> s_largest;
 	s_largest = 0;
-	SetAllocationHook([](Int size) noexcept { s_largest = std::max(s_largest.load(), size); return true; });
+	SetAllocationHook(
+		[](Int size) noexcept
+		{
+			s_largest = std::max(s_largest.load(), size);
+			return true;
+		});
 	for (std::size_t i = 0; i < bytes.size(); ++i)
 	{
 		for (const Byte awkward : std::initializer_list<Byte>{0, 1, 127, 128, 255})

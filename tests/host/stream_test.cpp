@@ -186,8 +186,8 @@ TEST(Stream, HoldsWithoutMemory)
 		return stream->Skip(3000);
 	};
 	const Int count = test::ForEachAllocationFailure(operation,
-	                                                 [](const Result<void>& result, Bool hasFailed)
-	                                                 {
+													 [](const Result<void>& result, Bool hasFailed)
+													 {
 														 EXPECT_EQ(result.IsOk(), !hasFailed);
 														 EXPECT_TRUE(result.IsOk() || result.GetError().GetId() == errorids::OUTOFMEMORY);
 													 });

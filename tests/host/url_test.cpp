@@ -22,8 +22,12 @@ TEST(Url, TakesPathsApart)
 		std::string_view _path, _name, _directory, _renamed, _appended;
 	};
 	constexpr Case CASES[] = {
-		{"/a/b.bmp", "b.bmp", "/a", "/a/x", "/a/b.bmp/x"}, {"/b", "b", "/", "/x", "/b/x"}, {"b", "b", "", "x", "b/x"},
-		{"a/b/", "", "a/b", "a/b/x", "a/b/x"},             {"a//b", "b", "a", "a//x", "a//b/x"}, {"/", "", "/", "/x", "/x"},
+		{"/a/b.bmp", "b.bmp", "/a", "/a/x", "/a/b.bmp/x"},
+		{"/b", "b", "/", "/x", "/b/x"},
+		{"b", "b", "", "x", "b/x"},
+		{"a/b/", "", "a/b", "a/b/x", "a/b/x"},
+		{"a//b", "b", "a", "a//x", "a//b/x"},
+		{"/", "", "/", "/x", "/x"},
 		{"", "", "", "x", "x"},
 	};
 	for (const Case& test : CASES)
@@ -94,8 +98,8 @@ TEST(Url, HoldsWithoutMemory)
 	};
 	Int failures = 0;
 	test::ForEachAllocationFailure(operation,
-	                               [&](const Result<Url>& result, Bool hasFailed)
-	                               {
+								   [&](const Result<Url>& result, Bool hasFailed)
+								   {
 									   failures += hasFailed ? 1 : 0;
 									   EXPECT_EQ(result.IsOk(), !hasFailed);
 									   EXPECT_TRUE(result.IsOk() || result.GetError().GetId() == errorids::OUTOFMEMORY);

@@ -121,9 +121,9 @@ TEST_F(Zip, DamagedDataIsAFileFormatError)
 	badHeader[0] ^= 0xFF;
 	badSum.back() ^= 1;
 	EXPECT_EQ(ReadInPieces(TORVI_MUST(Decode(test::MakeFailingUrl(badHeader, {}))), 100).GetError().GetMessage(),
-	          "Zip stream error: incorrect header check.");
+			  "Zip stream error: incorrect header check.");
 	EXPECT_EQ(ReadInPieces(TORVI_MUST(Decode(test::MakeFailingUrl(badSum, {}))), 100).GetError().GetMessage(),
-	          "Zip stream error: incorrect data check.");
+			  "Zip stream error: incorrect data check.");
 	for (Int cut = 0; cut < CountOf(packed); ++cut)
 	{
 		const Result<Array<Byte>> result = ReadInPieces(TORVI_MUST(Decode(test::MakeFailingUrl(packed, {._endAt = cut}))), 2000);
@@ -138,7 +138,7 @@ TEST_F(Zip, StreamErrorsPassThrough)
 	const Array<Byte> bytes = MakeBytes(100000);
 	const Array<Byte> packed = CompressByZlib(bytes);
 	EXPECT_EQ(ReadInPieces(TORVI_MUST(Decode(test::MakeFailingUrl(packed, {._readErrorAt = 20000}))), 1000).GetError().GetMessage(),
-	          "The read failed.");
+			  "The read failed.");
 	EXPECT_EQ(Encode(test::MakeFailingUrl({}, {._diskSize = 100}), bytes).GetError().GetMessage(), "The disk is full.");
 	const InputStreamRef stream = TORVI_MUST(Decode(test::MakeFailingUrl(packed, {})));
 	EXPECT_FALSE(stream->SeekSupported());
@@ -159,8 +159,8 @@ TEST_F(Zip, HoldsWithoutMemory)
 		return TORVI_TRY(Decode(url))->Skip(CountOf(bytes));
 	};
 	const Int count = test::ForEachAllocationFailure(operation,
-	                                                 [](const Result<void>& result, Bool hasFailed)
-	                                                 {
+													 [](const Result<void>& result, Bool hasFailed)
+													 {
 														 EXPECT_EQ(result.IsOk(), !hasFailed);
 														 EXPECT_TRUE(result.IsOk() || result.GetError().GetId() == errorids::OUTOFMEMORY);
 													 });

@@ -1,8 +1,8 @@
 // Every allocation fails once: operations give the out-of-memory error, leave no half-made state and leak nothing (which the address
 // sanitizer checks).
 #include "tests/image/image_test.h"
+#include "tests/support/allocation_failure.h"
 
-#include <atomic>
 #include <functional>
 
 namespace torvi
@@ -13,38 +13,24 @@ namespace
 
 using enum IMAGEHIERARCHY;
 
-std::atomic<Int> s_allowed = 0;
-
-Bool AllowSome(Int) noexcept
-{
-	return s_allowed.fetch_sub(1) > 0;
-}
-
 class AllocationTest : public ImageTest
 {
 protected:
-	/// Runs the operation with its first, second, ... allocation failing until it succeeds; gives the number of failures. Each run has its
-	/// own preparation.
+	/// Runs the operation with each of its allocations failing; gives how many it has. Each run has its own preparation.
 	template <class State>
 	static Int FailEach(const std::function<State()>& prepare, const std::function<Result<void>(State&)>& operation,
 						const std::function<void(State&)>& checkFailure = {})
 	{
-		for (Int allowed = 0; allowed < 1000; ++allowed)
-		{
-			State state = prepare();
-			s_allowed = allowed;
-			SetAllocationHook(&AllowSome);
-			Result<void> result = operation(state);
-			SetAllocationHook(nullptr);
-			if (result.IsOk())
-				return allowed;
-			EXPECT_EQ(result.GetError().GetId().GetText(), errorids::OUTOFMEMORY.GetText())
-				<< allowed << ": " << result.GetError().ToString();
-			if (checkFailure)
-				checkFailure(state);
-		}
-		ADD_FAILURE() << "The operation never succeeds.";
-		return 0;
+		State state = prepare();
+		return test::ForEachAllocationFailure([&]() { return operation(state); },
+											  [&](const Result<void>& result, Bool hasFailed)
+											  {
+												  EXPECT_EQ(result.IsOk(), !hasFailed);
+												  EXPECT_TRUE(result.IsOk() || result.GetError().GetId() == errorids::OUTOFMEMORY);
+												  if (hasFailed && checkFailure)
+													  checkFailure(state);
+												  state = prepare();
+											  });
 	}
 };
 

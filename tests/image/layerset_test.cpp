@@ -132,10 +132,9 @@ TEST_F(LayerSelectionTest, Alphas)
 		<< "an image without alpha channels shows itself";
 }
 
-// The layer set is handed on, so an alpha channel with alpha channels of its own gives the first of them where the name is not found.
 TEST_F(LayerSelectionTest, MissingAlphasFallBackToTheFirst)
 {
-	EXPECT_EQ(Select(LAYERSETMODE::ALPHAS, {"another name"}), 32);
+	EXPECT_EQ(Select(LAYERSETMODE::ALPHAS, {"another name"}), 31);
 	const ImageRef image = MakeImage(1, 1);
 	AddAlpha(image, "a", 41);
 	AddAlpha(image, "b", 42);
@@ -177,6 +176,15 @@ TEST_F(LayerSelectionTest, Layers)
 		EXPECT_EQ(Select(LAYERSETMODE::LAYERS, {test._name}), test._found) << test._name;
 	EXPECT_EQ(Select(LAYERSETMODE::LAYERS, {}), 100);
 	EXPECT_EQ(Select(LAYERSETMODE::LAYERS, {"outer", "outer\\inner", "Outer\\deep"}), 10) << "one folder, however often it is named";
+}
+
+// Paths are relative to the image that is asked: what is selected does not search them again.
+TEST_F(LayerSelectionTest, SelectedFoldersShowWhole)
+{
+	Add(Add(_image, LAYER, "", 50), LAYER, "below no name", 51);
+	Add(Add(_image, LAYER, "twice", 60), LAYER, "twice", 61);
+	EXPECT_EQ(Select(LAYERSETMODE::LAYERS, {"below no name"}), 50);
+	EXPECT_EQ(Select(LAYERSETMODE::LAYERS, {"twice"}), 60);
 }
 
 TEST_F(LayerSelectionTest, SelectedLayersMayBeHidden)

@@ -35,10 +35,18 @@ protected:
 	{
 		DataSerializeWriter writer;
 		EXPECT_OK(storage.DescribeIO(writer));
-		const Block<const Byte> bytes = writer.GetBytes();
-		const Int count =
-			storage.GetPixelFormat() ? BytesOf(storage.GetWidth() * storage.GetPixelFormat()->GetBitsPerPixel()) * storage.GetHeight() : 0;
-		return Array<Byte>(bytes.end() - count, bytes.end());
+		DataSerializeReader reader(writer.GetBytes());
+		Int number = 0;
+		Array<BITS> offsets;
+		Id format;
+		Array<Byte> data;
+		for (const char* name : {"_width", "_height", "_bytesPerLine", "_bitsPerPixel", "_channels"})
+			EXPECT_OK(reader.DescribeElement(name, number));
+		EXPECT_OK(reader.DescribeElement("_channelOffsets", offsets));
+		EXPECT_OK(reader.DescribeElement("_pixelFormatId", format));
+		EXPECT_OK(reader.DescribeElement("_data", data));
+		EXPECT_EQ(reader.GetRemaining(), 0);
+		return data;
 	}
 };
 
@@ -146,12 +154,12 @@ TEST_F(StorageTest, LongRunsBelowAByte)
 TEST_F(StorageTest, LinesArePackedWithoutPadding)
 {
 	const PixelFormat bit = Must(NewObject<BitFormat>(1));
-	DataSerializeWriter writer;
 	const ImagePixelStorageRef storage = MakeStorage(9, 4, GetPixelFormat(ids::PIXELFORMAT_RGB_U8));
 	EXPECT_EQ(StoredBytes(*storage).size(), 9u * 3 * 4);
 	Array<Byte> bytes(2, 0xFF);
 	const ImagePixelStorageRef bits = MakeStorage(9, 2, bit);
 	EXPECT_OK(Writer(*bits, bit)._setLine({0, 1, 9}, PixelBuffer(bytes.data(), 1), 0));
+	EXPECT_EQ(StoredBytes(*bits), (Array<Byte>{0, 0, 0xFF, 0x80}));
 	Array<Byte> component(2);
 	EXPECT_ERROR(errorids::FUNCTIONNOTIMPLEMENTED, bits->GetComponent(0, {0, 0, 2}, component.data(), 1));
 }

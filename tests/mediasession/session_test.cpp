@@ -1,4 +1,5 @@
-// The session: who may be connected, which stages run in which order, what an error or a cancellation does, and that nothing is left behind.
+// The session: who may be connected, which stages run in which order, what an error or a cancellation does, and that nothing is left
+// behind.
 #include "tests/mediasession/session_fixture.h"
 
 namespace torvi::test
@@ -74,9 +75,10 @@ TEST_F(Session, StagesRunInOrderAndTheFirstErrorEndsThem)
 		MEDIASESSIONFLAGS flags;
 		std::vector<std::string> calls;
 	};
-	const std::vector<std::string> all = {"output.Analyze", "input.Analyze",  "output.PrepareExecute",
-	                                      "input.PrepareExecute", "output.Execute", "input.Execute"};
-	const auto first = [&](std::size_t count) { return std::vector<std::string>(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(count)); };
+	const std::vector<std::string> all = {"output.Analyze",       "input.Analyze",  "output.PrepareExecute",
+										  "input.PrepareExecute", "output.Execute", "input.Execute"};
+	const auto first = [&](std::size_t count)
+	{ return std::vector<std::string>(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(count)); };
 	const Case cases[] = {
 		{"", MEDIASESSIONFLAGS::NONE, all},
 		{"", MEDIASESSIONFLAGS::RUNONLYANALYZE, first(2)},
@@ -247,7 +249,7 @@ TEST_F(Session, BasesAnswerForWhatIsNotThere)
 	EXPECT_EQ(ErrorOf(output->ResetConverter()), "functionnotimplemented: ");
 	EXPECT_EQ(TORVI_MUST(output->CallSelectionHandler({}, {})), MediaOutputSelectionResult::SELECTALL);
 	TORVI_MUST(output->SetSelectionHandler([](const MediaStreamRef&, const MediaStreamFormat&) -> Result<MediaOutputSelectionResult>
-	                                       { return MediaOutputSelectionResult::SELECTSTRUCTURE; }));
+										   { return MediaOutputSelectionResult::SELECTSTRUCTURE; }));
 	EXPECT_EQ(TORVI_MUST(output->CallSelectionHandler({}, {})), MediaOutputSelectionResult::SELECTSTRUCTURE);
 }
 

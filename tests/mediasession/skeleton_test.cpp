@@ -1,6 +1,5 @@
 // The importer and exporter skeletons, through a format that exists for these tests only.
 #include "mediasession/image_export.h"
-#include "mediasession/mediasession_texture_export.h"
 #include "tests/mediasession/test_format.h"
 #include "tests/mediasession/test_format_fixture.h"
 #include "tests/support/allocation_failure.h"

@@ -80,7 +80,8 @@ TEST_F(Stream, CallbacksGetTheStreamAndHandTheirErrorsOn)
 	const auto stream = MakeStream(MediaStreamType::IMAGE);
 	const auto properties = TORVI_MUST(CreateObject<MediaStreamPropertiesInterface>(ids::CLASS_MEDIASTREAMPROPERTIES));
 	Int calls = 0;
-	const auto count = [&calls, &stream, &properties](const MediaStreamImageDataImportRef& sender, const MediaStreamProperties& sample) -> Result<void>
+	const auto count = [&calls, &stream, &properties](const MediaStreamImageDataImportRef& sender,
+													  const MediaStreamProperties& sample) -> Result<void>
 	{
 		TORVI_CHECK(sender == stream && sample == properties, IllegalArgumentError());
 		++calls;
@@ -92,11 +93,12 @@ TEST_F(Stream, CallbacksGetTheStreamAndHandTheirErrorsOn)
 	EXPECT_EQ(ErrorOf(stream->InitStream(properties)), "");
 	EXPECT_EQ(calls, 1);
 
-	const auto fail = [](const MediaStreamImageDataImportRef&, const MediaStreamProperties&) -> Result<void> { return IoError("scripted"); };
+	const auto fail = [](const MediaStreamImageDataImportRef&, const MediaStreamProperties&) -> Result<void>
+	{ return IoError("scripted"); };
 	TORVI_MUST(stream->SetCallbackHandler(
 		fail,
-		[](const MediaStreamImageDataImportRef&, const MediaStreamProperties&, const ChannelOffsets&, SETPIXELHANDLERFLAGS)
-			-> Result<SetPixelHandlerStruct> { return IoError("scripted"); },
+		[](const MediaStreamImageDataImportRef&, const MediaStreamProperties&, const ChannelOffsets&,
+		   SETPIXELHANDLERFLAGS) -> Result<SetPixelHandlerStruct> { return IoError("scripted"); },
 		fail));
 	EXPECT_EQ(ErrorOf(stream->InitStream(properties)), "io: scripted");
 	EXPECT_EQ(ErrorOf(stream->SetPixelStream(properties, {}, SETPIXELHANDLERFLAGS::NONE)), "io: scripted");

@@ -1,5 +1,6 @@
-// The file, big-endian: "TEST", the number of streams, for each stream its type, the number of its parent from 1 (0 for a picture), width, height and
-// name, then the pixels of all streams in that order: grey.u8 of pictures, rgba.u8 of layers, alpha.u8 of alpha channels and masks.
+// The file, big-endian: "TEST", the number of streams, for each stream its type, the number of its parent from 1 (0 for a picture), width,
+// height and name, then the pixels of all streams in that order: grey.u8 of pictures, rgba.u8 of layers, alpha.u8 of alpha channels and
+// masks.
 #include "tests/mediasession/test_format.h"
 
 #include "mediasession/image_export.h"
@@ -32,7 +33,7 @@ constexpr ImporterTraits TEST_IMPORTER = {._byteOrder = ByteOrder::BIGENDIAN, ._
 class TestImportImpl final : public ImageImportBase
 {
 public:
-	TestImportImpl() : ImageImportBase(TEST_IMPORTER) { }
+	TestImportImpl() : ImageImportBase(TEST_IMPORTER) {}
 
 private:
 	struct Stream
@@ -111,7 +112,7 @@ constexpr ExporterTraits TEST_EXPORTER = {
 class TestExportImpl final : public ImageExportBase
 {
 public:
-	TestExportImpl() : ImageExportBase(TEST_EXPORTER) { }
+	TestExportImpl() : ImageExportBase(TEST_EXPORTER) {}
 
 private:
 	Result<void> WriteFile(BinaryWriter& writer, ExportRun& run) override;

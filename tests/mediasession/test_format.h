@@ -1,5 +1,5 @@
-// A picture format that exists in tests only, to show that the skeletons carry what real formats need: several pictures, nested layers, masks,
-// alpha channels, streams in any subset, and files that cannot seek.
+// A picture format that exists in tests only, to show that the skeletons carry what real formats need: several pictures, nested layers,
+// masks, alpha channels, streams in any subset, and files that cannot seek.
 #pragma once
 
 #include "mediasession/image_format.h"

@@ -68,7 +68,8 @@ TEST_F(UrlOutput, TheBaseTakesAnyTargetAndEditsNothing)
 
 TEST_F(UrlOutput, SettingsComeFromTheDictionaryThenTheDescriptionThenTheFallback)
 {
-	const std::string_view json = R"({"net.torvi.test.export": {"net.torvi.mediasession.export.quality": {"type": "float64", "default": 0.75}}})";
+	const std::string_view json =
+		R"({"net.torvi.test.export": {"net.torvi.mediasession.export.quality": {"type": "float64", "default": 0.75}}})";
 	const auto file = TORVI_MUST(NewObject<IoMemory>(Array<Byte>(json.begin(), json.end())));
 	TORVI_MUST(DataDescriptionDatabase::RegisterDatabaseWithUrl("net.torvi.test.module", TORVI_MUST(file->GetUrl())));
 	const Id description = "net.torvi.test.export";
@@ -82,7 +83,8 @@ TEST_F(UrlOutput, SettingsComeFromTheDictionaryThenTheDescriptionThenTheFallback
 	TORVI_MUST(settings.Set<Int>(ids::EXPORT_QUALITY, 1));
 	EXPECT_EQ(read(settings, description, ids::EXPORT_QUALITY), 1.0) << "numbers convert";
 	TORVI_MUST(settings.Set<String>(ids::EXPORT_QUALITY, MakeString("best")));
-	EXPECT_EQ(read(settings, description, ids::EXPORT_QUALITY), 0.5) << "a value that does not convert is not replaced by the description's";
+	EXPECT_EQ(read(settings, description, ids::EXPORT_QUALITY), 0.5)
+		<< "a value that does not convert is not replaced by the description's";
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "module/descriptions.h"
 
 #include "host/description.h"
+#include "host/registration.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,7 @@ TEST(Descriptions, CanBeReadAndKeysBelong)
 	HostServices services;
 	ASSERT_TRUE(services.Init().IsOk());
 	Module module(services);
-	ASSERT_TRUE(RegisterDescriptions(module).IsOk());
+	ASSERT_TRUE(RegisterHost(module).IsOk() && RegisterDescriptions(module).IsOk());
 	for (const Id id :
 		 {Id("net.torvi.mediasession.export"), Id("net.torvi.mediasession.bmp.export"), Id("net.torvi.mediasession.dds.export"),
 		  Id("net.torvi.mediasession.dpx.export"), Id("net.torvi.mediasession.jpg.export"), Id("net.torvi.mediasession.png.export"),

@@ -26,7 +26,7 @@ inline Result<ConvertPixelFunc> LookUp(const PixelFormat& destination, const Pix
 {
 	Bool isColorConverted = false;
 	return destination->GetConvertPixelFunc(source, source->GetChannelOffsets(), destination->GetChannelOffsets(), nullptr, nullptr, false,
-	                                        isColorConverted);
+											isColorConverted);
 }
 
 template <class T>
@@ -50,7 +50,7 @@ std::vector<D> Convert(const PixelFormat& destination, const PixelFormat& source
 		return {};
 	}
 	const Result<void> result = function.GetValue()(PixelBuffer(to.data(), destination->GetBitsPerPixel()), count,
-	                                                PixelBuffer(from.data(), source->GetBitsPerPixel()), 0);
+													PixelBuffer(from.data(), source->GetBitsPerPixel()), 0);
 	EXPECT_TRUE(result.IsOk());
 	for (std::size_t i = to.size() - sizeof(D); i < to.size(); ++i)
 		EXPECT_EQ(to[i], 0xCD) << "written behind the end";

@@ -1,8 +1,8 @@
 // Channel steps, plans of dynamic formats and indexed pixels against the reference.
 #include "pixelformat/kernel_dynamic.h"
-#include "tests/pixelformat/kernel_harness.h"
 #include "pixelformat/kernel_indexed.h"
 #include "pixelformat/kernel_table.h"
+#include "tests/pixelformat/kernel_harness.h"
 
 #include <gtest/gtest.h>
 
@@ -37,10 +37,14 @@ TEST(KernelChannel, AllMoversAgreeWithReference)
 					RunSide source({gap / 3}, reference::SizeOf(from), reference::SizeOf(from) + gap, count, 0);
 					FillWithValues(source, {"y", from}, count, 17);
 					const ChannelStep step = MoverStep({gap / 3, ValueTypeOf(to)}, {gap / 3, ValueTypeOf(from)});
-					EXPECT_EQ("", CompareRuns(destination, source, count, [&](const KernelRun& run) { RunSteps({&step, 1}, run); },
-									  [&](Byte* pixel, const Byte* sourcePixel) {
-						reference::Write(Convert(reference::Read(from, sourcePixel + gap / 3), to), pixel + gap / 3);
-					})) << static_cast<int>(to) << " " << static_cast<int>(from);
+					EXPECT_EQ("", CompareRuns(
+									  destination, source, count,
+									  [&](const KernelRun& run) {
+										  RunSteps({&step, 1}, run);
+									  },
+									  [&](Byte* pixel, const Byte* sourcePixel)
+									  { reference::Write(Convert(reference::Read(from, sourcePixel + gap / 3), to), pixel + gap / 3); }))
+						<< static_cast<int>(to) << " " << static_cast<int>(from);
 				}
 }
 
@@ -48,12 +52,14 @@ TEST(KernelChannel, FillsAreConvertedFromEightBits)
 {
 	for (const Type type : reference::ALL_TYPES)
 	{
-		const auto fill = [type](const ChannelStep& step) {
+		const auto fill = [type](const ChannelStep& step)
+		{
 			std::array<Byte, 8> bytes = {};
 			RunSteps({&step, 1}, {bytes.data(), 0, nullptr, 0, 1});
 			return bytes;
 		};
-		const auto bytesOf = [](const Number& number) {
+		const auto bytesOf = [](const Number& number)
+		{
 			std::array<Byte, 8> bytes = {};
 			reference::Write(number, bytes.data());
 			return bytes;
@@ -128,7 +134,7 @@ void ForEachDynamicPair(Test test)
 	EXPECT_EQ(std::ssize(DYNAMIC_PARTNERS), partners);
 	for (const char* const name : DYNAMIC_PARTNERS)
 		EXPECT_TRUE(std::any_of(FIXED_FORMATS.begin(), FIXED_FORMATS.end(),
-			[&](const FixedFormatInfo& info) { return info.GetName() == name && IsDynamicPartner(info._format); }));
+								[&](const FixedFormatInfo& info) { return info.GetName() == name && IsDynamicPartner(info._format); }));
 }
 
 RunUnderTest Runner(std::vector<ChannelStep>& steps, Int count)
@@ -139,53 +145,65 @@ RunUnderTest Runner(std::vector<ChannelStep>& steps, Int count)
 
 TEST(KernelDynamic, ToDynamicAgreesWithReference)
 {
-	ForEachDynamicPair([](FixedFormat format, const reference::Format& fixed, const std::array<Int, 4>& roles, const ChannelList& list) {
-		std::vector<ChannelStep> steps(static_cast<std::size_t>(MostStepsToDynamic(list._layout)));
-		const RunUnderTest kernel = Runner(steps, PlanToDynamic(steps, list._layout, format, roles));
-		for (const Int count : {0, 1, 65, 600})
+	ForEachDynamicPair(
+		[](FixedFormat format, const reference::Format& fixed, const std::array<Int, 4>& roles, const ChannelList& list)
 		{
-			RunSide destination(list._offsets, 8, list._size, count, 1);
-			RunSide source(fixed.PackedOffsets(), reference::SizeOf(fixed._type), fixed.PixelSize(), count, 0);
-			FillWithValues(source, fixed, count, 23);
-			EXPECT_EQ("", CompareRuns(destination, source, count, kernel, [&](Byte* pixel, const Byte* from) {
-				for (std::size_t i = 0; i < list._letters.size(); ++i)
-				{
-					const char letter = list._letters[i];
-					const bool other = letter == 'z' || list._letters.find(letter) < i;
-					reference::Write(other ? Number{list._types[i], 0, 0, 0}
-										   : reference::PickChannel(letter, list._types[i], fixed, fixed.PackedOffsets(), from),
-						pixel + list._offsets[i]);
-				}
-			}));
-		}
-	});
+			std::vector<ChannelStep> steps(static_cast<std::size_t>(MostStepsToDynamic(list._layout)));
+			const RunUnderTest kernel = Runner(steps, PlanToDynamic(steps, list._layout, format, roles));
+			for (const Int count : {0, 1, 65, 600})
+			{
+				RunSide destination(list._offsets, 8, list._size, count, 1);
+				RunSide source(fixed.PackedOffsets(), reference::SizeOf(fixed._type), fixed.PixelSize(), count, 0);
+				FillWithValues(source, fixed, count, 23);
+				EXPECT_EQ("", CompareRuns(destination, source, count, kernel,
+										  [&](Byte* pixel, const Byte* from)
+										  {
+											  for (std::size_t i = 0; i < list._letters.size(); ++i)
+											  {
+												  const char letter = list._letters[i];
+												  const bool other = letter == 'z' || list._letters.find(letter) < i;
+												  reference::Write(other ? Number{list._types[i], 0, 0, 0}
+																		 : reference::PickChannel(letter, list._types[i], fixed,
+																								  fixed.PackedOffsets(), from),
+																   pixel + list._offsets[i]);
+											  }
+										  }));
+			}
+		});
 }
 
 TEST(KernelDynamic, FromDynamicAgreesWithReference)
 {
-	ForEachDynamicPair([](FixedFormat format, const reference::Format& fixed, const std::array<Int, 4>& roles, const ChannelList& list) {
-		std::vector<ChannelStep> steps(4);
-		const RunUnderTest kernel = Runner(steps, PlanFromDynamic(steps, list._layout, format, roles));
-		constexpr Int COUNT = 65;
-		RunSide source(list._offsets, 8, list._size, COUNT, 1);
-		RunSide destination(fixed.PackedOffsets(), reference::SizeOf(fixed._type), fixed.PixelSize(), COUNT, 0);
-		ValueSource values(29);
-		for (Int i = 0; i < COUNT; ++i)
-			for (std::size_t c = 0; c < list._types.size(); ++c)
-				reference::Write(values.Next(list._types[c], i), source.GetPixel(i) + list._offsets[c]);
-		EXPECT_EQ("", CompareRuns(destination, source, COUNT, kernel, [&](Byte* pixel, const Byte* from) {
-			for (std::size_t i = 0; i < fixed._channels.size(); ++i)
-			{
-				const bool grey = list._letters.find('y') != std::string::npos && fixed._channels[i] != 'a';
-				const std::size_t found = list._letters.find(grey ? 'y' : fixed._channels[i]);
-				const Number missing = fixed._channels[i] == 'a' ? reference::Full(fixed._type) : Number{fixed._type, 0, 0, 0};
-				reference::Write(found == std::string::npos
-									 ? missing
-									 : Convert(reference::Read(list._types[found], from + list._offsets[found]), fixed._type),
-					pixel + fixed.PackedOffsets()[i]);
-			}
-		}));
-	});
+	ForEachDynamicPair(
+		[](FixedFormat format, const reference::Format& fixed, const std::array<Int, 4>& roles, const ChannelList& list)
+		{
+			std::vector<ChannelStep> steps(4);
+			const RunUnderTest kernel = Runner(steps, PlanFromDynamic(steps, list._layout, format, roles));
+			constexpr Int COUNT = 65;
+			RunSide source(list._offsets, 8, list._size, COUNT, 1);
+			RunSide destination(fixed.PackedOffsets(), reference::SizeOf(fixed._type), fixed.PixelSize(), COUNT, 0);
+			ValueSource values(29);
+			for (Int i = 0; i < COUNT; ++i)
+				for (std::size_t c = 0; c < list._types.size(); ++c)
+					reference::Write(values.Next(list._types[c], i), source.GetPixel(i) + list._offsets[c]);
+			EXPECT_EQ(
+				"",
+				CompareRuns(
+					destination, source, COUNT, kernel,
+					[&](Byte* pixel, const Byte* from)
+					{
+						for (std::size_t i = 0; i < fixed._channels.size(); ++i)
+						{
+							const bool grey = list._letters.find('y') != std::string::npos && fixed._channels[i] != 'a';
+							const std::size_t found = list._letters.find(grey ? 'y' : fixed._channels[i]);
+							const Number missing = fixed._channels[i] == 'a' ? reference::Full(fixed._type) : Number{fixed._type, 0, 0, 0};
+							reference::Write(found == std::string::npos
+												 ? missing
+												 : Convert(reference::Read(list._types[found], from + list._offsets[found]), fixed._type),
+											 pixel + fixed.PackedOffsets()[i]);
+						}
+					}));
+		});
 }
 
 constexpr Int INDEX_BITS[] = {1, 2, 3, 4, 5, 6, 7, 8, 16};
@@ -215,7 +233,10 @@ TEST(KernelIndexed, ReadsAndWritesAtEveryBitAndNoFurther)
 TEST(KernelIndexed, CopiesAsABlockOrIndexByIndex)
 {
 	constexpr Int COUNT = 21;
-	struct Case { Int _toBit, _toGap, _fromBit, _fromGap; };
+	struct Case
+	{
+		Int _toBit, _toGap, _fromBit, _fromGap;
+	};
 	constexpr Case CASES[] = {{0, 0, 0, 0}, {3, 0, 0, 0}, {0, 0, 8, 5}, {5, 9, 2, 0}};
 	for (const Int bits : INDEX_BITS)
 		for (const Case& one : CASES)
@@ -226,15 +247,16 @@ TEST(KernelIndexed, CopiesAsABlockOrIndexByIndex)
 			CopyIndices({destination.data(), one._toBit, bits + one._toGap, source.data(), one._fromBit, bits + one._fromGap, COUNT}, bits);
 			for (Int i = 0; i < COUNT; ++i)
 				EXPECT_EQ(reference::IndexAt(source.data(), one._fromBit + i * (bits + one._fromGap), bits),
-					reference::IndexAt(destination.data(), one._toBit + i * (bits + one._toGap), bits)) << bits << " " << i;
+						  reference::IndexAt(destination.data(), one._toBit + i * (bits + one._toGap), bits))
+					<< bits << " " << i;
 			EXPECT_EQ(0xC3, destination[std::size_t((one._toBit + COUNT * (bits + one._toGap) + 7) / 8)]);
 		}
 }
 
 TEST(KernelIndexed, TurnsIntoColoursAsTheReferenceDoes)
 {
-	constexpr const char* TARGETS[] = {"rgb.u8", "rgba.u8", "rgbx.u8", "argb.u8", "xrgb.u8", "bgr.u8", "bgra.u8", "bgrx.u8", "rgb.u16",
-		"rgba.u16", "rgb.f32", "rgba.f32", "rgb.f64", "rgba.f64"};
+	constexpr const char* TARGETS[] = {"rgb.u8",  "rgba.u8", "rgbx.u8",  "argb.u8", "xrgb.u8",  "bgr.u8",  "bgra.u8",
+									   "bgrx.u8", "rgb.u16", "rgba.u16", "rgb.f32", "rgba.f32", "rgb.f64", "rgba.f64"};
 	constexpr Int COUNT = 70, ROWS = 11;
 	std::vector<Float32> rows(ROWS * 4);
 	for (std::size_t i = 0; i < rows.size(); ++i)
@@ -260,20 +282,25 @@ TEST(KernelIndexed, TurnsIntoColoursAsTheReferenceDoes)
 			RunSide destination(fixed.PackedOffsets(), reference::SizeOf(fixed._type), fixed.PixelSize() + 1, COUNT, 1);
 			RunSide source({0}, 1, 0, 1, 0);
 			Int pixel = 0;
-			EXPECT_EQ("", CompareRuns(destination, source, COUNT,
-				[&](const KernelRun& run) {
-					kernel({run._destination, run._destinationStride, indices.data(), 0, bits, run._count}, bits,
-						{reinterpret_cast<const Byte*>(rows.data()), ROWS}, OffsetsByRole(info._format, offsets).value());
-				},
-				[&](Byte* to, const Byte*) {
-					const Int index = reference::IndexAt(indices.data(), pixel++ * bits, bits);
-					for (std::size_t i = 0; i < fixed._channels.size(); ++i)
-					{
-						const std::size_t column = std::string("rgba").find(fixed._channels[i] == 'x' ? 'a' : fixed._channels[i]);
-						const Float32 value = index < ROWS ? rows[std::size_t(index) * 4 + column] : column == 3 ? 0.0f : 1.0f;
-						reference::Write(Convert(reference::Single(value), fixed._type), to + fixed.PackedOffsets()[i]);
-					}
-				})) << info.GetName() << " " << bits;
+			EXPECT_EQ("",
+					  CompareRuns(
+						  destination, source, COUNT,
+						  [&](const KernelRun& run)
+						  {
+							  kernel({run._destination, run._destinationStride, indices.data(), 0, bits, run._count}, bits,
+									 {reinterpret_cast<const Byte*>(rows.data()), ROWS}, OffsetsByRole(info._format, offsets).value());
+						  },
+						  [&](Byte* to, const Byte*)
+						  {
+							  const Int index = reference::IndexAt(indices.data(), pixel++ * bits, bits);
+							  for (std::size_t i = 0; i < fixed._channels.size(); ++i)
+							  {
+								  const std::size_t column = std::string("rgba").find(fixed._channels[i] == 'x' ? 'a' : fixed._channels[i]);
+								  const Float32 value = index < ROWS ? rows[std::size_t(index) * 4 + column] : column == 3 ? 0.0f : 1.0f;
+								  reference::Write(Convert(reference::Single(value), fixed._type), to + fixed.PackedOffsets()[i]);
+							  }
+						  }))
+				<< info.GetName() << " " << bits;
 		}
 	}
 	EXPECT_EQ(14, targets);

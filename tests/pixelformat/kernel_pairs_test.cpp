@@ -1,7 +1,7 @@
 // Every pair of fixed formats against the reference: both forms, many counts, strides, layouts and alignments.
 #include "pixelformat/kernel_copy.h"
-#include "tests/pixelformat/kernel_harness.h"
 #include "pixelformat/kernel_table.h"
+#include "tests/pixelformat/kernel_harness.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +37,16 @@ struct Place
 };
 
 /// How the channels of a run lie.
-enum class Arrangement { Packed, Padded, OddlyPadded, Backwards, Still, Shuffled, Planes };
+enum class Arrangement
+{
+	Packed,
+	Padded,
+	OddlyPadded,
+	Backwards,
+	Still,
+	Shuffled,
+	Planes
+};
 
 constexpr Int PLANE_PIXELS = 131;
 
@@ -47,11 +56,20 @@ Place PlaceOf(const Format& format, Arrangement arrangement)
 	Place place = {format._reference.PackedOffsets(), size};
 	switch (arrangement)
 	{
-	case Arrangement::Packed: break;
-	case Arrangement::Padded: place._stride = size + value; break;
-	case Arrangement::OddlyPadded: place._stride = size + 5; break;
-	case Arrangement::Backwards: place._stride = -size; break;
-	case Arrangement::Still: place._stride = 0; break;
+	case Arrangement::Packed:
+		break;
+	case Arrangement::Padded:
+		place._stride = size + value;
+		break;
+	case Arrangement::OddlyPadded:
+		place._stride = size + 5;
+		break;
+	case Arrangement::Backwards:
+		place._stride = -size;
+		break;
+	case Arrangement::Still:
+		place._stride = 0;
+		break;
 	case Arrangement::Shuffled: // last channel first, a gap of one byte before each
 		for (Int& offset : place._offsets)
 			offset = (size / value - 1 - offset / value) * (value + 1) + 1;
@@ -72,16 +90,17 @@ struct Arranged
 };
 
 std::string CompareForm(const Format& destination, const Format& source, Arranged arranged, Int count, Int misalignment,
-	const RunUnderTest& kernel)
+						const RunUnderTest& kernel)
 {
 	const Place to = PlaceOf(destination, arranged._destination), from = PlaceOf(source, arranged._source);
 	RunSide destinationSide(to._offsets, destination.ValueSize(), to._stride, count, misalignment);
 	RunSide sourceSide(from._offsets, source.ValueSize(), from._stride, count, misalignment * 3);
 	FillWithValues(sourceSide, source._reference, count, static_cast<UInt32>(count * 7 + 1));
 	const bool same = destination._format == source._format;
-	return CompareRuns(destinationSide, sourceSide, count, kernel, [&](Byte* pixel, const Byte* sourcePixel) {
-		reference::ConvertPixel(destination._reference, to._offsets, pixel, source._reference, from._offsets, sourcePixel, same);
-	});
+	return CompareRuns(
+		destinationSide, sourceSide, count, kernel,
+		[&](Byte* pixel, const Byte* sourcePixel)
+		{ reference::ConvertPixel(destination._reference, to._offsets, pixel, source._reference, from._offsets, sourcePixel, same); });
 }
 
 RunUnderTest DefaultForm(const Format& destination, const Format& source)
@@ -116,13 +135,15 @@ TEST(KernelPairs, DefaultFormAgreesWithReference)
 	using enum Arrangement;
 	constexpr std::array<Arranged, 6> STRIDES = {
 		{{Padded, Packed}, {Packed, OddlyPadded}, {OddlyPadded, Padded}, {Backwards, Packed}, {Packed, Still}, {Still, Backwards}}};
-	ForEachPair([&](const Format& destination, const Format& source) {
-		const RunUnderTest kernel = DefaultForm(destination, source);
-		for (const Int count : COUNTS)
-			EXPECT_EQ("", CompareForm(destination, source, PACKED, count, count % 4 == 0 ? 0 : 1, kernel));
-		for (const Arranged strides : STRIDES)
-			EXPECT_EQ("", CompareForm(destination, source, strides, 17, 1, kernel));
-	});
+	ForEachPair(
+		[&](const Format& destination, const Format& source)
+		{
+			const RunUnderTest kernel = DefaultForm(destination, source);
+			for (const Int count : COUNTS)
+				EXPECT_EQ("", CompareForm(destination, source, PACKED, count, count % 4 == 0 ? 0 : 1, kernel));
+			for (const Arranged strides : STRIDES)
+				EXPECT_EQ("", CompareForm(destination, source, strides, 17, 1, kernel));
+		});
 }
 
 TEST(KernelPairs, OffsetFormAgreesWithReference)
@@ -130,26 +151,31 @@ TEST(KernelPairs, OffsetFormAgreesWithReference)
 	using enum Arrangement;
 	constexpr std::array<Arranged, 6> LAYOUTS = {
 		{PACKED, {Shuffled, Packed}, {OddlyPadded, Shuffled}, {Planes, Backwards}, {Shuffled, Planes}, {Still, Still}}};
-	ForEachPair([&](const Format& destination, const Format& source) {
-		for (const Arranged layout : LAYOUTS)
-			for (const Int count : {0, 1, 18, 65})
-				EXPECT_EQ("", CompareForm(destination, source, layout, count, 1, OffsetForm(destination, source, layout)));
-	});
+	ForEachPair(
+		[&](const Format& destination, const Format& source)
+		{
+			for (const Arranged layout : LAYOUTS)
+				for (const Int count : {0, 1, 18, 65})
+					EXPECT_EQ("", CompareForm(destination, source, layout, count, 1, OffsetForm(destination, source, layout)));
+		});
 }
 
 TEST(KernelPairs, ComparisonCatchesBrokenKernels)
 {
 	const Format destination(FixedFormat::RGBA_U16), source(FixedFormat::BGR_F32);
 	const RunUnderTest right = DefaultForm(destination, source);
-	const RunUnderTest oneBitWrong = [&](const KernelRun& run) {
+	const RunUnderTest oneBitWrong = [&](const KernelRun& run)
+	{
 		right(run);
 		run._destination[(run._count - 1) * run._destinationStride + 6] ^= 1;
 	};
-	const RunUnderTest onePixelShort = [&](KernelRun run) {
+	const RunUnderTest onePixelShort = [&](KernelRun run)
+	{
 		--run._count;
 		right(run);
 	};
-	const RunUnderTest onePixelFar = [&](KernelRun run) {
+	const RunUnderTest onePixelFar = [&](KernelRun run)
+	{
 		right(run);
 		run._destination[run._count * run._destinationStride] = 0;
 	};
@@ -176,28 +202,34 @@ void FillWithAllValues(RunSide& side, const reference::Format& format, Int count
 
 TEST(SlowKernelPairs, AllValuesOfSmallTypesAgreeWithReference)
 {
-	ForEachPair([](const Format& destination, const Format& source) {
-		if (source.ValueSize() > 2)
-			return;
-		const Int count = Int(1) << (8 * source.ValueSize());
-		RunSide destinationSide(destination._reference.PackedOffsets(), destination.ValueSize(), destination.PixelSize(), count, 0);
-		RunSide sourceSide(source._reference.PackedOffsets(), source.ValueSize(), source.PixelSize(), count, 0);
-		FillWithAllValues(sourceSide, source._reference, count);
-		const bool same = destination._format == source._format;
-		EXPECT_EQ("", CompareRuns(destinationSide, sourceSide, count, DefaultForm(destination, source), [&](Byte* pixel, const Byte* from) {
-			reference::ConvertPixel(destination._reference, destinationSide.GetOffsets(), pixel, source._reference,
-				sourceSide.GetOffsets(), from, same);
-		}));
-	});
+	ForEachPair(
+		[](const Format& destination, const Format& source)
+		{
+			if (source.ValueSize() > 2)
+				return;
+			const Int count = Int(1) << (8 * source.ValueSize());
+			RunSide destinationSide(destination._reference.PackedOffsets(), destination.ValueSize(), destination.PixelSize(), count, 0);
+			RunSide sourceSide(source._reference.PackedOffsets(), source.ValueSize(), source.PixelSize(), count, 0);
+			FillWithAllValues(sourceSide, source._reference, count);
+			const bool same = destination._format == source._format;
+			EXPECT_EQ("", CompareRuns(destinationSide, sourceSide, count, DefaultForm(destination, source),
+									  [&](Byte* pixel, const Byte* from)
+									  {
+										  reference::ConvertPixel(destination._reference, destinationSide.GetOffsets(), pixel,
+																  source._reference, sourceSide.GetOffsets(), from, same);
+									  }));
+		});
 }
 
 TEST(SlowKernelPairs, ManyFloatsAgreeWithReference)
 {
-	ForEachPair([](const Format& destination, const Format& source) {
-		if (source.ValueSize() <= 2)
-			return;
-		EXPECT_EQ("", CompareForm(destination, source, PACKED, 4096, 0, DefaultForm(destination, source)));
-	});
+	ForEachPair(
+		[](const Format& destination, const Format& source)
+		{
+			if (source.ValueSize() <= 2)
+				return;
+			EXPECT_EQ("", CompareForm(destination, source, PACKED, 4096, 0, DefaultForm(destination, source)));
+		});
 }
 
 TEST(KernelTable, TellsDefaultLayoutsAndRefusesWrongOffsets)
@@ -214,9 +246,19 @@ TEST(KernelTable, TellsDefaultLayoutsAndRefusesWrongOffsets)
 // Copies inside one buffer, forwards and backwards, with equal strides and with growing and shrinking ones.
 TEST(KernelCopy, OverlappingRunsAreCopiedAsThroughABuffer)
 {
-	struct Case { Int _destinationStart, _destinationStride, _sourceStart, _sourceStride; };
-	constexpr std::array<Case, 9> CASES = {{{200, 4, 204, 4}, {204, 4, 200, 4}, {203, 4, 200, 4}, {207, 6, 200, 6}, {200, 6, 207, 6},
-		{400, -4, 404, -4}, {404, -4, 400, -4}, {200, 8, 200, 4}, {200, 4, 200, 8}}};
+	struct Case
+	{
+		Int _destinationStart, _destinationStride, _sourceStart, _sourceStride;
+	};
+	constexpr std::array<Case, 9> CASES = {{{200, 4, 204, 4},
+											{204, 4, 200, 4},
+											{203, 4, 200, 4},
+											{207, 6, 200, 6},
+											{200, 6, 207, 6},
+											{400, -4, 404, -4},
+											{404, -4, 400, -4},
+											{200, 8, 200, 4},
+											{200, 4, 200, 8}}};
 	constexpr Int COUNT = 40;
 	const KernelOffsets swapped = {{0, 1, 2, 3}, {3, 2, 1, 0}};
 	for (const Case& one : CASES)
@@ -229,10 +271,10 @@ TEST(KernelCopy, OverlappingRunsAreCopiedAsThroughABuffer)
 			std::vector<Byte> expected = before;
 			for (Int i = 0; i < COUNT; ++i)
 				for (Int channel = 0; channel < 4; ++channel)
-					expected[static_cast<std::size_t>(one._destinationStart + i * one._destinationStride + channel)] = before[
-						static_cast<std::size_t>(one._sourceStart + i * one._sourceStride + (channelwise ? 3 - channel : channel))];
+					expected[static_cast<std::size_t>(one._destinationStart + i * one._destinationStride + channel)] =
+						before[static_cast<std::size_t>(one._sourceStart + i * one._sourceStride + (channelwise ? 3 - channel : channel))];
 			const KernelRun run = {actual.data() + one._destinationStart, one._destinationStride, actual.data() + one._sourceStart,
-				one._sourceStride, COUNT};
+								   one._sourceStride, COUNT};
 			if (channelwise)
 				OffsetKernelFor(FixedFormat::RGBA_U8, FixedFormat::RGBA_U8)(run, swapped);
 			else

@@ -1,8 +1,8 @@
 // Packed, RGBE and YUV formats: literal values, and whole runs against the reference.
-#include "tests/pixelformat/kernel_harness.h"
 #include "pixelformat/kernel_packed16.h"
 #include "pixelformat/kernel_rgbe.h"
 #include "pixelformat/kernel_yuv.h"
+#include "tests/pixelformat/kernel_harness.h"
 
 #include <gtest/gtest.h>
 
@@ -20,11 +20,10 @@ using reference::Number;
 using reference::Read;
 using reference::Type;
 
-constexpr std::string_view PACKED_PARTNERS[] = {
-	"rgb.u8", "argb.u8", "rgb.u16", "argb.u16", "rgb.f32", "argb.f32", "rgb.f64", "argb.f64"};
+constexpr std::string_view PACKED_PARTNERS[] = {"rgb.u8", "argb.u8", "rgb.u16", "argb.u16", "rgb.f32", "argb.f32", "rgb.f64", "argb.f64"};
 constexpr std::string_view RGBE_PARTNERS[] = {"rgb.u8", "rgb.u16", "rgb.f16", "rgb.f32", "rgb.f64"};
-constexpr std::string_view YUV_PARTNERS[] = {"rgb.u8", "rgba.u8", "rgbx.u8", "argb.u8", "xrgb.u8", "bgr.u8", "bgra.u8", "bgrx.u8",
-	"rgb.u16", "rgb.f32", "rgb.f64"};
+constexpr std::string_view YUV_PARTNERS[] = {"rgb.u8",  "rgba.u8", "rgbx.u8", "argb.u8", "xrgb.u8", "bgr.u8",
+											 "bgra.u8", "bgrx.u8", "rgb.u16", "rgb.f32", "rgb.f64"};
 
 FixedFormat FixedFormatOf(std::string_view name)
 {
@@ -66,10 +65,12 @@ void CompareKernel(RunKernel kernel, const reference::Format& to, const referenc
 			RunSide destination = SideOf(to, gap, count), source = SideOf(from, gap * 2, count);
 			FillWithValues(source, from, count, static_cast<UInt32>(count + 5));
 			Int index = 0; // runs of pairs call the reference once for both pixels
-			EXPECT_EQ("", CompareRuns(destination, source, count, kernel, [&](Byte* pixel, const Byte* sourcePixel) {
-				if (index++ % step == 0)
-					reference(pixel, sourcePixel);
-			}));
+			EXPECT_EQ("", CompareRuns(destination, source, count, kernel,
+									  [&](Byte* pixel, const Byte* sourcePixel)
+									  {
+										  if (index++ % step == 0)
+											  reference(pixel, sourcePixel);
+									  }));
 		}
 }
 
@@ -83,17 +84,21 @@ TEST(KernelPacked16, AllFormatsAgreeWithReference)
 		{
 			SCOPED_TRACE(std::string(InfoOf(packed)._name) + " and " + std::string(name));
 			const reference::Format fixed = reference::FormatOf(name);
-			CompareKernel(Packed16KernelFrom(packed, FixedFormatOf(name)), TWO_BYTES, fixed, 1, [&](Byte* pixel, const Byte* source) {
-				const Number alpha = fixed.Find('a') >= 0 ? Get(fixed, source, 'a') : reference::Full(Type::U8);
-				const UInt16 value =
-					reference::Pack(bits, Get(fixed, source, 'r'), Get(fixed, source, 'g'), Get(fixed, source, 'b'), &alpha);
-				reference::Write(Integer(Type::U16, value), pixel);
-			});
-			CompareKernel(Packed16KernelTo(FixedFormatOf(name), packed), fixed, TWO_BYTES, 1, [&](Byte* pixel, const Byte* source) {
-				const auto value = static_cast<UInt16>(Read(Type::U16, source)._bits);
-				for (const char channel : {'r', 'g', 'b', 'a'})
-					Put(fixed, pixel, channel, Integer(Type::U8, reference::Unpack(bits, value, channel)));
-			});
+			CompareKernel(Packed16KernelFrom(packed, FixedFormatOf(name)), TWO_BYTES, fixed, 1,
+						  [&](Byte* pixel, const Byte* source)
+						  {
+							  const Number alpha = fixed.Find('a') >= 0 ? Get(fixed, source, 'a') : reference::Full(Type::U8);
+							  const UInt16 value =
+								  reference::Pack(bits, Get(fixed, source, 'r'), Get(fixed, source, 'g'), Get(fixed, source, 'b'), &alpha);
+							  reference::Write(Integer(Type::U16, value), pixel);
+						  });
+			CompareKernel(Packed16KernelTo(FixedFormatOf(name), packed), fixed, TWO_BYTES, 1,
+						  [&](Byte* pixel, const Byte* source)
+						  {
+							  const auto value = static_cast<UInt16>(Read(Type::U16, source)._bits);
+							  for (const char channel : {'r', 'g', 'b', 'a'})
+								  Put(fixed, pixel, channel, Integer(Type::U8, reference::Unpack(bits, value, channel)));
+						  });
 		}
 		EXPECT_EQ(nullptr, Packed16KernelFrom(packed, FixedFormat::RGBA_U8));
 		EXPECT_EQ(nullptr, Packed16KernelTo(FixedFormat::GREY_U8, packed));
@@ -102,7 +107,8 @@ TEST(KernelPacked16, AllFormatsAgreeWithReference)
 
 TEST(KernelPacked16, HoldsToLiterals)
 {
-	const auto unpack = [](Packed16Format format, FixedFormat to, UInt16 pixel) {
+	const auto unpack = [](Packed16Format format, FixedFormat to, UInt16 pixel)
+	{
 		std::array<UInt16, 4> out = {};
 		Packed16KernelTo(to, format)({reinterpret_cast<Byte*>(out.data()), 8, reinterpret_cast<const Byte*>(&pixel), 2, 1});
 		return out;
@@ -112,16 +118,21 @@ TEST(KernelPacked16, HoldsToLiterals)
 	EXPECT_EQ((std::array<UInt16, 4>{0, 0xF8F8, 0xF8F8, 0xF8F8}), unpack(Packed16Format::ARGB_U1555, FixedFormat::ARGB_U16, 0x7FFF));
 	EXPECT_EQ(0x8888, unpack(Packed16Format::ARGB_U4444, FixedFormat::ARGB_U16, 0x8000)[0]);
 	EXPECT_EQ((std::array<UChar, 2>{248, 252}), (std::array<UChar, 2>{reference::Unpack("rrrrrggggggbbbbb", 0xFFFF, 'r'),
-													reference::Unpack("rrrrrggggggbbbbb", 0xFFFF, 'g')}));
+																	  reference::Unpack("rrrrrggggggbbbbb", 0xFFFF, 'g')}));
 }
 
 TEST(KernelPacked16, TwinsDifferInAlphaOnly)
 {
-	struct Case { Packed16Format _to, _from; UInt16 _in, _out; };
+	struct Case
+	{
+		Packed16Format _to, _from;
+		UInt16 _in, _out;
+	};
 	using enum Packed16Format;
 	constexpr Case CASES[] = {{ARGB_U1555, RGB_U555, 0x1234, 0x9234}, {RGB_U555, ARGB_U1555, 0xFFFF, 0x7FFF},
-		{ARGB_U4444, RGB_U444, 0x1234, 0xF234}, {BGR_U444, ABGR_U4444, 0xFFFF, 0x0FFF}, {ABGR_U1555, BGR_U555, 0, 0x8000},
-		{RGB_U555, RGB_U555, 0xFFFF, 0xFFFF}, {RGB_U565, RGB_U565, 0xABCD, 0xABCD}};
+							  {ARGB_U4444, RGB_U444, 0x1234, 0xF234}, {BGR_U444, ABGR_U4444, 0xFFFF, 0x0FFF},
+							  {ABGR_U1555, BGR_U555, 0, 0x8000},      {RGB_U555, RGB_U555, 0xFFFF, 0xFFFF},
+							  {RGB_U565, RGB_U565, 0xABCD, 0xABCD}};
 	for (const Case& one : CASES)
 	{
 		UInt16 out = 0;
@@ -164,11 +175,13 @@ TEST(KernelRgbe, AgreesWithReference)
 	{
 		SCOPED_TRACE(name);
 		const reference::Format fixed = reference::FormatOf(name);
-		CompareKernel(RgbeKernelTo(FixedFormatOf(name)), fixed, FOUR_BYTES, 1, [&](Byte* pixel, const Byte* source) {
-			const std::array<Float32, 3> colours = reference::DecodeRgbe(source);
-			for (std::size_t i = 0; i < 3; ++i)
-				Put(fixed, pixel, "rgb"[i], reference::Single(colours[i]));
-		});
+		CompareKernel(RgbeKernelTo(FixedFormatOf(name)), fixed, FOUR_BYTES, 1,
+					  [&](Byte* pixel, const Byte* source)
+					  {
+						  const std::array<Float32, 3> colours = reference::DecodeRgbe(source);
+						  for (std::size_t i = 0; i < 3; ++i)
+							  Put(fixed, pixel, "rgb"[i], reference::Single(colours[i]));
+					  });
 		ASSERT_NE(nullptr, RgbeKernelFrom(FixedFormatOf(name)));
 		// Infinities and huge negative numbers have no value in the rules and are held to literals above.
 		for (const Int count : COUNTS)
@@ -178,11 +191,14 @@ TEST(KernelRgbe, AgreesWithReference)
 			for (Int i = 0; i < count; ++i)
 				for (const char channel : {'r', 'g', 'b'})
 					Put(fixed, source.GetPixel(i), channel, reference::Single(clamped(Get(fixed, source.GetPixel(i), channel))));
-			EXPECT_EQ("", CompareRuns(destination, source, count, RgbeKernelFrom(FixedFormatOf(name)), [&](Byte* pixel, const Byte* from) {
-				const auto single = [&](char channel) { return Convert(Get(fixed, from, channel), Type::F32)._single; };
-				const auto bytes = reference::EncodeRgbe(single('r'), single('g'), single('b'));
-				std::copy(bytes.begin(), bytes.end(), pixel);
-			}));
+			EXPECT_EQ("", CompareRuns(destination, source, count, RgbeKernelFrom(FixedFormatOf(name)),
+									  [&](Byte* pixel, const Byte* from)
+									  {
+										  const auto single = [&](char channel)
+										  { return Convert(Get(fixed, from, channel), Type::F32)._single; };
+										  const auto bytes = reference::EncodeRgbe(single('r'), single('g'), single('b'));
+										  std::copy(bytes.begin(), bytes.end(), pixel);
+									  }));
 		}
 	}
 	EXPECT_EQ(nullptr, RgbeKernelFrom(FixedFormat::RGBA_F32));
@@ -211,7 +227,8 @@ TEST(KernelYuv, AgreesWithReferenceAndKeepsToWholePairs)
 				const reference::Format fixed = reference::FormatOf(name);
 				const Int yuvStride = 2 + gap, stride = fixed.PixelSize() + gap;
 				const int luma = format == YuvFormat::I422A ? 0 : 1, chroma = 1 - luma;
-				const auto rgb = [&](const Byte* pixel) {
+				const auto rgb = [&](const Byte* pixel)
+				{
 					const auto get = [&](char c) { return static_cast<UChar>(Convert(Get(fixed, pixel, c), Type::U8)._bits); };
 					return std::array<UChar, 3>{get('r'), get('g'), get('b')};
 				};
@@ -220,28 +237,33 @@ TEST(KernelYuv, AgreesWithReferenceAndKeepsToWholePairs)
 					RunSide yuv = SideOf(TWO_BYTES, gap, count), pixels = SideOf(fixed, gap, count);
 					FillWithValues(pixels, fixed, count, 11);
 					Int index = 0;
-					EXPECT_EQ("", CompareRuns(yuv, pixels, count, YuvKernelFrom(format, FixedFormatOf(name)), [&](Byte* to, const Byte* from) {
-						if (index++ % 2 != 0 || index >= count)
-							return;
-						const auto pair = reference::EncodeYuv(rgb(from), rgb(from + stride));
-						to[luma] = pair._y0;
-						to[chroma] = pair._u;
-						to[yuvStride + luma] = pair._y1;
-						to[yuvStride + chroma] = pair._v;
-					}));
+					EXPECT_EQ("", CompareRuns(yuv, pixels, count, YuvKernelFrom(format, FixedFormatOf(name)),
+											  [&](Byte* to, const Byte* from)
+											  {
+												  if (index++ % 2 != 0 || index >= count)
+													  return;
+												  const auto pair = reference::EncodeYuv(rgb(from), rgb(from + stride));
+												  to[luma] = pair._y0;
+												  to[chroma] = pair._u;
+												  to[yuvStride + luma] = pair._y1;
+												  to[yuvStride + chroma] = pair._v;
+											  }));
 					FillWithValues(yuv, TWO_BYTES, count, 12);
 					index = 0;
-					EXPECT_EQ("", CompareRuns(pixels, yuv, count, YuvKernelTo(FixedFormatOf(name), format), [&](Byte* to, const Byte* from) {
-						const bool second = index++ % 2 != 0;
-						if (!second && index >= count)
-							return;
-						const Byte* const first = second ? from - yuvStride : from;
-						const auto colour = reference::DecodeYuv(from[luma], first[chroma], first[yuvStride + chroma]);
-						for (std::size_t i = 0; i < 3; ++i)
-							Put(fixed, to, "rgb"[i], Integer(Type::U16, colour[i]));
-						Put(fixed, to, 'a', reference::Full(fixed._type));
-						Put(fixed, to, 'x', Integer(fixed._type, 0));
-					}));
+					EXPECT_EQ("", CompareRuns(pixels, yuv, count, YuvKernelTo(FixedFormatOf(name), format),
+											  [&](Byte* to, const Byte* from)
+											  {
+												  const bool second = index++ % 2 != 0;
+												  if (!second && index >= count)
+													  return;
+												  const Byte* const first = second ? from - yuvStride : from;
+												  const auto colour =
+													  reference::DecodeYuv(from[luma], first[chroma], first[yuvStride + chroma]);
+												  for (std::size_t i = 0; i < 3; ++i)
+													  Put(fixed, to, "rgb"[i], Integer(Type::U16, colour[i]));
+												  Put(fixed, to, 'a', reference::Full(fixed._type));
+												  Put(fixed, to, 'x', Integer(fixed._type, 0));
+											  }));
 				}
 			}
 	EXPECT_EQ(nullptr, YuvKernelFrom(YuvFormat::I422A, FixedFormat::ABGR_U8));

@@ -24,15 +24,24 @@ Number ConvertByKernels(From value, Type to)
 {
 	switch (to)
 	{
-	case Type::U8: return Integer(to, ConvertValue<UChar>(value));
-	case Type::S8: return Integer(to, static_cast<UChar>(ConvertValue<Char>(value)));
-	case Type::U16: return Integer(to, ConvertValue<UInt16>(value));
-	case Type::S16: return Integer(to, static_cast<UInt16>(ConvertValue<Int16>(value)));
-	case Type::U32: return Integer(to, ConvertValue<UInt32>(value));
-	case Type::S32: return Integer(to, static_cast<UInt32>(ConvertValue<Int32>(value)));
-	case Type::F16: return Integer(to, ConvertValue<HalfFloat>(value).GetBits());
-	case Type::F32: return Single(ConvertValue<Float32>(value));
-	default: return Double(ConvertValue<Float64>(value));
+	case Type::U8:
+		return Integer(to, ConvertValue<UChar>(value));
+	case Type::S8:
+		return Integer(to, static_cast<UChar>(ConvertValue<Char>(value)));
+	case Type::U16:
+		return Integer(to, ConvertValue<UInt16>(value));
+	case Type::S16:
+		return Integer(to, static_cast<UInt16>(ConvertValue<Int16>(value)));
+	case Type::U32:
+		return Integer(to, ConvertValue<UInt32>(value));
+	case Type::S32:
+		return Integer(to, static_cast<UInt32>(ConvertValue<Int32>(value)));
+	case Type::F16:
+		return Integer(to, ConvertValue<HalfFloat>(value).GetBits());
+	case Type::F32:
+		return Single(ConvertValue<Float32>(value));
+	default:
+		return Double(ConvertValue<Float64>(value));
 	}
 }
 
@@ -40,15 +49,24 @@ Number ConvertByKernels(const Number& from, Type to)
 {
 	switch (from._type)
 	{
-	case Type::U8: return ConvertByKernels(static_cast<UChar>(from._bits), to);
-	case Type::S8: return ConvertByKernels(static_cast<Char>(from._bits), to);
-	case Type::U16: return ConvertByKernels(static_cast<UInt16>(from._bits), to);
-	case Type::S16: return ConvertByKernels(static_cast<Int16>(from._bits), to);
-	case Type::U32: return ConvertByKernels(from._bits, to);
-	case Type::S32: return ConvertByKernels(static_cast<Int32>(from._bits), to);
-	case Type::F16: return ConvertByKernels(HalfFloat::FromBits(static_cast<UInt16>(from._bits)), to);
-	case Type::F32: return ConvertByKernels(from._single, to);
-	default: return ConvertByKernels(from._double, to);
+	case Type::U8:
+		return ConvertByKernels(static_cast<UChar>(from._bits), to);
+	case Type::S8:
+		return ConvertByKernels(static_cast<Char>(from._bits), to);
+	case Type::U16:
+		return ConvertByKernels(static_cast<UInt16>(from._bits), to);
+	case Type::S16:
+		return ConvertByKernels(static_cast<Int16>(from._bits), to);
+	case Type::U32:
+		return ConvertByKernels(from._bits, to);
+	case Type::S32:
+		return ConvertByKernels(static_cast<Int32>(from._bits), to);
+	case Type::F16:
+		return ConvertByKernels(HalfFloat::FromBits(static_cast<UInt16>(from._bits)), to);
+	case Type::F32:
+		return ConvertByKernels(from._single, to);
+	default:
+		return ConvertByKernels(from._double, to);
 	}
 }
 
@@ -117,7 +135,10 @@ TEST(KernelValues, ReferenceAndKernelsHoldToLiterals)
 
 TEST(KernelValues, MeansHoldToLiterals)
 {
-	struct Case { Number _a, _b, _c, _mean; };
+	struct Case
+	{
+		Number _a, _b, _c, _mean;
+	};
 	const std::vector<Case> cases = {
 		{Integer(Type::U8, 255), Integer(Type::U8, 255), Integer(Type::U8, 255), Integer(Type::U8, 255)},
 		{Integer(Type::U8, 1), Integer(Type::U8, 1), Integer(Type::U8, 0), Integer(Type::U8, 0)},

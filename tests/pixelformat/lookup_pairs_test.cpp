@@ -1,8 +1,8 @@
 // The lookup over all pairs of formats: fixed ones agree with the reference whatever the layout, and all others convert or say why not.
+#include "pixelformat/fixed_formats.h"
 #include "tests/pixelformat/format_helpers.h"
 #include "tests/pixelformat/kernel_harness.h"
 #include "tests/pixelformat/reference.h"
-#include "pixelformat/fixed_formats.h"
 
 namespace torvi
 {
@@ -41,7 +41,10 @@ struct Side
 {
 	PixelFormat _format;
 	reference::Format _reference;
-	explicit Side(const FixedFormatInfo& info) : _format(FormatNamed(std::string(info.GetName()))), _reference(reference::FormatOf(info.GetName())) { }
+	explicit Side(const FixedFormatInfo& info)
+		: _format(FormatNamed(std::string(info.GetName()))), _reference(reference::FormatOf(info.GetName()))
+	{
+	}
 };
 
 std::string ComparePair(const Side& destination, const Arrangement& to, const Side& source, const Arrangement& from, Int count)
@@ -52,20 +55,23 @@ std::string ComparePair(const Side& destination, const Arrangement& to, const Si
 	const std::vector<BITS> toBits = InBits(to, destination._reference.PixelSize());
 	const std::vector<BITS> fromBits = InBits(from, source._reference.PixelSize());
 	Bool isColorConverted = false;
-	const auto function = destination._format->GetConvertPixelFunc(source._format, fromBits, toBits, nullptr, nullptr, false, isColorConverted);
+	const auto function =
+		destination._format->GetConvertPixelFunc(source._format, fromBits, toBits, nullptr, nullptr, false, isColorConverted);
 	if (!function.IsOk())
 		return std::string(function.GetError().ToString());
 	const auto run = [&](const KernelRun& kernelRun)
 	{
-		EXPECT_TRUE(function.GetValue()(PixelBuffer(kernelRun._destination, kernelRun._destinationStride * 8), kernelRun._count,
-		                                PixelBuffer(kernelRun._source, kernelRun._sourceStride * 8), 0).IsOk());
+		EXPECT_TRUE(function
+						.GetValue()(PixelBuffer(kernelRun._destination, kernelRun._destinationStride * 8), kernelRun._count,
+									PixelBuffer(kernelRun._source, kernelRun._sourceStride * 8), 0)
+						.IsOk());
 	};
 	return CompareRuns(destinationSide, sourceSide, count, run,
-	                   [&](Byte* pixel, const Byte* sourcePixel)
-	                   {
-		                   reference::ConvertPixel(destination._reference, to._offsets, pixel, source._reference, from._offsets, sourcePixel,
-		                                           destination._format == source._format);
-	                   });
+					   [&](Byte* pixel, const Byte* sourcePixel)
+					   {
+						   reference::ConvertPixel(destination._reference, to._offsets, pixel, source._reference, from._offsets,
+												   sourcePixel, destination._format == source._format);
+					   });
 }
 
 TEST(LookupPairs, FixedFormatsAgreeWithTheReference)
@@ -113,9 +119,12 @@ TEST(LookupPairs, EveryPairConvertsOrSaysWhyNot)
 				++refused;
 				continue;
 			}
-			std::vector<Byte> to(static_cast<std::size_t>(destination->GetBytesPerLine(COUNT, 1))), from(1100, 0x3F);
-			EXPECT_TRUE(function.GetValue()(PixelBuffer(to.data(), destination->GetBitsPerPixel()), COUNT,
-			                                PixelBuffer(from.data(), source->GetBitsPerPixel()), 0).IsOk());
+			std::vector<Byte> to(static_cast<std::size_t>(destination->GetBytesPerLine(COUNT, 1)));
+			const std::vector<Byte> from(static_cast<std::size_t>(source->GetBytesPerLine(COUNT, 1)), 0x3F);
+			EXPECT_TRUE(function
+							.GetValue()(PixelBuffer(to.data(), destination->GetBitsPerPixel()), COUNT,
+										PixelBuffer(from.data(), source->GetBitsPerPixel()), 0)
+							.IsOk());
 			++converted;
 		}
 	EXPECT_EQ(converted + refused, CountOf(formats) * CountOf(formats));

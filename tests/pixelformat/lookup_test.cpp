@@ -1,7 +1,7 @@
 // The conversion lookup: what it remembers, its routes, its errors, and several threads at once.
 #include "pixelformat/conversion_functions.h"
-#include "tests/pixelformat/format_helpers.h"
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
+#include "tests/pixelformat/format_helpers.h"
 #include "tests/support/allocation_failure.h"
 
 #include <atomic>
@@ -23,7 +23,7 @@ public:
 	ColorSpace GetColorSpace() const override { return {}; }
 	String PixToString(const Byte*) const override { return {}; }
 	Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets&, const ChannelOffsets&,
-	                                                 Bool fastLayout, Bool&) const override
+													 Bool fastLayout, Bool&) const override
 	{
 		++_asked;
 		_wasFast = fastLayout;
@@ -146,15 +146,14 @@ TEST_F(Lookup, MemoryMayRunOutAnywhere)
 {
 	const PixelFormat destination = FormatNamed("bgra.u16");
 	const PixelFormat source = FormatNamed("rgb.u565");
-	const Int allocations = test::ForEachAllocationFailure(
-		[&]() { return LookUp(destination, source); },
-		[](const Result<ConvertPixelFunc>& result, Bool hasFailed)
-		{
-			if (hasFailed && !result.IsOk())
-				EXPECT_EQ(result.GetError().GetId(), errorids::OUTOFMEMORY);
-			else
-				EXPECT_TRUE(result.IsOk());
-		});
+	const Int allocations = test::ForEachAllocationFailure([&]() { return LookUp(destination, source); },
+														   [](const Result<ConvertPixelFunc>& result, Bool hasFailed)
+														   {
+															   if (hasFailed && !result.IsOk())
+																   EXPECT_EQ(result.GetError().GetId(), errorids::OUTOFMEMORY);
+															   else
+																   EXPECT_TRUE(result.IsOk());
+														   });
 	EXPECT_GE(allocations, 0);
 	EXPECT_EQ(Convert<UInt16>(destination, source, 1, std::vector<UInt16>{0xFFFF}), (std::vector<UInt16>{0xF8F8, 0xFCFC, 0xF8F8, 0xFFFF}));
 }
@@ -166,9 +165,9 @@ TEST_F(Lookup, ChannelByChannel)
 	const PixelFormat mixed = FormatOfChannels({{BLUE, u16}, {ALPHA, u16}, {RED, u8}, {UNUSED, u8}, {RED, u8}}).TakeValue();
 	// Alpha and the unused channel are filled; the second red has no partner, but red belongs to the source's colour space.
 	EXPECT_EQ(Convert<UChar>(mixed, FormatNamed("abgr.f32"), 1, std::vector<Float32>{0.5f, 1.0f, 0.5f, 0.2f}),
-	          (std::vector<UChar>{0xFF, 0xFF, 0x00, 0x80, 51, 0, 0}));
+			  (std::vector<UChar>{0xFF, 0xFF, 0x00, 0x80, 51, 0, 0}));
 	EXPECT_EQ(Convert<Float32>(FormatNamed("abgr.f32"), mixed, 1, std::vector<UChar>{0xFF, 0xFF, 0, 0, 255, 9, 7}),
-	          (std::vector<Float32>{0.0f, 1.0f, 0.0f, 1.0f}));
+			  (std::vector<Float32>{0.0f, 1.0f, 0.0f, 1.0f}));
 	const PixelFormat noAlpha = FormatOfChannels({{GREEN, u8}, {RED, u8}}).TakeValue();
 	EXPECT_EQ(Convert<UChar>(mixed, noAlpha, 1, std::vector<UChar>{1, 2}), (std::vector<UChar>{0, 0, 0xFF, 0xFF, 2, 0, 0}));
 	// A mask is no colour, so a coloured source can not leave it out: such pixels go by way of 8 bits.
@@ -234,14 +233,15 @@ TEST_F(Lookup, StageOfColours)
 	{
 	public:
 		Result<ConvertPixelFunc> FindConversion(const PixelFormatInterface& dstFormat, const PixelFormat&, const ChannelOffsets&,
-		                                        const ChannelOffsets&, ColorProfile&, ColorProfile*, Bool, UInt32 flags,
-		                                        Bool& isColorConverted) override
+												const ChannelOffsets&, ColorProfile&, ColorProfile*, Bool, UInt32 flags,
+												Bool& isColorConverted) override
 		{
 			_flags = flags;
 			if (&dstFormat != _target.GetPointer())
 				return ConvertPixelFunc();
 			isColorConverted = true;
-			return ConvertPixelFunc([](const PixelBuffer&, Int, const PixelBuffer&, UInt32) -> Result<void> { return UnknownError("staged"); });
+			return ConvertPixelFunc([](const PixelBuffer&, Int, const PixelBuffer&, UInt32) -> Result<void>
+									{ return UnknownError("staged"); });
 		}
 		PixelFormat _target;
 		UInt32 _flags = 0;
@@ -253,8 +253,10 @@ TEST_F(Lookup, StageOfColours)
 	const auto run = [&](const PixelFormat& destination, const PixelFormat& source, Bool& isColorConverted)
 	{
 		ColorProfile dstProfile;
-		const auto function = destination->GetConvertPixelFunc(source, source->GetChannelOffsets(), destination->GetChannelOffsets(),
-		                                                       &profile, &dstProfile, false, isColorConverted).TakeValue();
+		const auto function = destination
+								  ->GetConvertPixelFunc(source, source->GetChannelOffsets(), destination->GetChannelOffsets(), &profile,
+														&dstProfile, false, isColorConverted)
+								  .TakeValue();
 		Byte bytes[16] = {};
 		return function(PixelBuffer(bytes, 32), 2, PixelBuffer(bytes, 32), 0).IsOk();
 	};
@@ -294,11 +296,14 @@ TEST_F(Lookup, AnyNumberOfThreads)
 					const PixelFormat& source = formats[(i * 7 + 3) % formats.size()];
 					const Result<ConvertPixelFunc> function = LookUp(destination, source);
 					Byte from[64] = {}, to[64] = {};
-					if (!function.IsOk() || !function.GetValue()(PixelBuffer(to, destination->GetBitsPerPixel()), 2,
-					                                             PixelBuffer(from, source->GetBitsPerPixel()), 0).IsOk())
+					if (!function.IsOk() || !function
+												 .GetValue()(PixelBuffer(to, destination->GetBitsPerPixel()), 2,
+															 PixelBuffer(from, source->GetBitsPerPixel()), 0)
+												 .IsOk())
 						++failures;
 				}
-				made[t] = FormatOfChannels({{CHANNELTYPE::WEIGHT, GetDataType<Float64>()}, {CHANNELTYPE::RED, GetDataType<Char>()}}).TakeValue();
+				made[t] =
+					FormatOfChannels({{CHANNELTYPE::WEIGHT, GetDataType<Float64>()}, {CHANNELTYPE::RED, GetDataType<Char>()}}).TakeValue();
 			});
 	for (std::thread& thread : threads)
 		thread.join();

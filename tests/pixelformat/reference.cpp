@@ -134,12 +134,16 @@ Int SizeOf(Type type)
 	switch (type)
 	{
 	case Type::U8:
-	case Type::S8: return 1;
+	case Type::S8:
+		return 1;
 	case Type::U16:
 	case Type::S16:
-	case Type::F16: return 2;
-	case Type::F64: return 8;
-	default: return 4;
+	case Type::F16:
+		return 2;
+	case Type::F64:
+		return 8;
+	default:
+		return 4;
 	}
 }
 
@@ -212,15 +216,24 @@ Number Full(Type type)
 {
 	switch (type)
 	{
-	case Type::U8: return Integer(type, 255);
-	case Type::S8: return Integer(type, 0x7F);
-	case Type::U16: return Integer(type, 65535);
-	case Type::S16: return Integer(type, 0x7FFF);
-	case Type::U32: return Integer(type, 0xFFFFFFFF);
-	case Type::S32: return Integer(type, 0x7FFFFFFF);
-	case Type::F16: return Integer(type, 0x3C00);
-	case Type::F32: return Single(1.0f);
-	default: return Double(1.0);
+	case Type::U8:
+		return Integer(type, 255);
+	case Type::S8:
+		return Integer(type, 0x7F);
+	case Type::U16:
+		return Integer(type, 65535);
+	case Type::S16:
+		return Integer(type, 0x7FFF);
+	case Type::U32:
+		return Integer(type, 0xFFFFFFFF);
+	case Type::S32:
+		return Integer(type, 0x7FFFFFFF);
+	case Type::F16:
+		return Integer(type, 0x3C00);
+	case Type::F32:
+		return Single(1.0f);
+	default:
+		return Double(1.0);
 	}
 }
 
@@ -265,11 +278,11 @@ Format FormatOf(std::string_view name)
 	const std::string_view type = name.substr(name.find('.') + 1);
 	constexpr std::array<std::string_view, 9> TYPE_NAMES = {"u8", "s8", "u16", "s16", "u32", "s32", "f16", "f32", "f64"};
 	const auto index = std::find(TYPE_NAMES.begin(), TYPE_NAMES.end(), type) - TYPE_NAMES.begin();
-	const std::string channels = family == "grey"  ? "y"
-							   : family == "greya" ? "ya"
-							   : family == "agrey" ? "ay"
-							   : family == "alpha" ? "a"
-												   : std::string(family);
+	const std::string channels = family == "grey"    ? "y"
+								 : family == "greya" ? "ya"
+								 : family == "agrey" ? "ay"
+								 : family == "alpha" ? "a"
+													 : std::string(family);
 	return {channels, ALL_TYPES[static_cast<std::size_t>(index)]};
 }
 
@@ -277,9 +290,12 @@ Number MeanOf(const Number& a, const Number& b, const Number& c)
 {
 	switch (a._type)
 	{
-	case Type::U8: return Integer(a._type, ((a._bits + b._bits + c._bits) * 21846) >> 16);
-	case Type::U16: return Integer(a._type, static_cast<UInt32>((UInt64(a._bits + b._bits + c._bits) * 0x55555556) >> 32));
-	case Type::U32: return Integer(a._type, static_cast<UInt32>((UInt64(a._bits) + b._bits + c._bits) / 3));
+	case Type::U8:
+		return Integer(a._type, ((a._bits + b._bits + c._bits) * 21846) >> 16);
+	case Type::U16:
+		return Integer(a._type, static_cast<UInt32>((UInt64(a._bits + b._bits + c._bits) * 0x55555556) >> 32));
+	case Type::U32:
+		return Integer(a._type, static_cast<UInt32>((UInt64(a._bits) + b._bits + c._bits) / 3));
 	case Type::S32:
 	{
 		const auto value = [](const Number& number) { return Int64(static_cast<Int32>(number._bits)); };
@@ -290,8 +306,10 @@ Number MeanOf(const Number& a, const Number& b, const Number& c)
 		const auto value = [](const Number& number) { return HalfToFloat(static_cast<UInt16>(number._bits)); };
 		return Integer(a._type, FloatToHalf((value(a) + value(b) + value(c)) / 3.0f));
 	}
-	case Type::F32: return Single((0.0f + a._single + b._single + c._single) / 3.0f);
-	default: return Double((0.0 + a._double + b._double + c._double) / 3.0);
+	case Type::F32:
+		return Single((0.0f + a._single + b._single + c._single) / 3.0f);
+	default:
+		return Double((0.0 + a._double + b._double + c._double) / 3.0);
 	}
 }
 
@@ -314,7 +332,7 @@ Number PickChannel(char channel, Type to, const Format& format, const std::vecto
 }
 
 void ConvertPixel(const Format& destinationFormat, const std::vector<Int>& destinationOffsets, Byte* destination,
-	const Format& sourceFormat, const std::vector<Int>& sourceOffsets, const Byte* source, bool same)
+				  const Format& sourceFormat, const std::vector<Int>& sourceOffsets, const Byte* source, bool same)
 {
 	std::vector<Number> values;
 	for (std::size_t i = 0; i < destinationFormat._channels.size(); ++i)
@@ -326,9 +344,9 @@ void ConvertPixel(const Format& destinationFormat, const std::vector<Int>& desti
 
 std::string PackedBitsOf(std::string_view name)
 {
-	std::string bits = name.ends_with("565")	? "rrrrrggggggbbbbb"
+	std::string bits = name.ends_with("565")    ? "rrrrrggggggbbbbb"
 					   : name.ends_with("1555") ? "arrrrrgggggbbbbb"
-					   : name.ends_with("555")	? "xrrrrrgggggbbbbb"
+					   : name.ends_with("555")  ? "xrrrrrgggggbbbbb"
 					   : name.ends_with("4444") ? "aaaarrrrggggbbbb"
 												: "xxxxrrrrggggbbbb";
 	if (name.starts_with("bgr") || name.starts_with("abgr"))
@@ -390,16 +408,17 @@ std::array<Float32, 3> DecodeRgbe(const Byte* pixel)
 YuvPair EncodeYuv(const std::array<UChar, 3>& first, const std::array<UChar, 3>& second)
 {
 	const int r = first[0], g = first[1], b = first[2];
-	const auto luma = [](int red, int green, int blue) { return static_cast<UChar>(((66 * red + 129 * green + 25 * blue + 128) >> 8) + 16); };
+	const auto luma = [](int red, int green, int blue)
+	{ return static_cast<UChar>(((66 * red + 129 * green + 25 * blue + 128) >> 8) + 16); };
 	return {luma(r, g, b), luma(second[0], second[1], second[2]), static_cast<UChar>(((-38 * r - 74 * g + 112 * b + 128) >> 8) + 128),
-		static_cast<UChar>(((112 * r - 94 * g - 18 * b + 128) >> 8) + 128)};
+			static_cast<UChar>(((112 * r - 94 * g - 18 * b + 128) >> 8) + 128)};
 }
 
 std::array<UInt16, 3> DecodeYuv(UChar y, UChar u, UChar v)
 {
 	const auto clamp = [](int value) { return static_cast<UInt16>(value < 0 ? 0 : value > 65535 ? 65535 : value); };
 	return {clamp(298 * y + 409 * (v - 128) - 4640), clamp(298 * y - 208 * (v - 128) + 100 * (128 - u) - 4640),
-		clamp(298 * y + 516 * u - 70688)};
+			clamp(298 * y + 516 * u - 70688)};
 }
 
 UInt32 IndexAt(const Byte* base, Int position, Int bits)

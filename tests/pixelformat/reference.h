@@ -12,7 +12,18 @@
 namespace torvi::reference
 {
 
-enum class Type { U8, S8, U16, S16, U32, S32, F16, F32, F64 };
+enum class Type
+{
+	U8,
+	S8,
+	U16,
+	S16,
+	U32,
+	S32,
+	F16,
+	F32,
+	F64
+};
 
 inline constexpr std::array ALL_TYPES = {Type::U8, Type::S8, Type::U16, Type::S16, Type::U32, Type::S32, Type::F16, Type::F32, Type::F64};
 
@@ -61,7 +72,7 @@ Number PickChannel(char channel, Type to, const Format& sourceFormat, const std:
 
 /// One pixel between fixed formats; `same` when the format converts to itself.
 void ConvertPixel(const Format& destinationFormat, const std::vector<Int>& destinationOffsets, Byte* destination,
-	const Format& sourceFormat, const std::vector<Int>& sourceOffsets, const Byte* source, bool same);
+				  const Format& sourceFormat, const std::vector<Int>& sourceOffsets, const Byte* source, bool same);
 
 /// A packed format by its bits from the top, such as "xrrrrrgggggbbbbb".
 std::string PackedBitsOf(std::string_view name);
@@ -71,7 +82,10 @@ UChar Unpack(const std::string& bits, UInt16 pixel, char channel); // alpha, too
 std::array<Byte, 4> EncodeRgbe(Float32 red, Float32 green, Float32 blue);
 std::array<Float32, 3> DecodeRgbe(const Byte* pixel);
 
-struct YuvPair { UChar _y0, _y1, _u, _v; };
+struct YuvPair
+{
+	UChar _y0, _y1, _u, _v;
+};
 YuvPair EncodeYuv(const std::array<UChar, 3>& first, const std::array<UChar, 3>& second);
 std::array<UInt16, 3> DecodeYuv(UChar y, UChar u, UChar v);
 

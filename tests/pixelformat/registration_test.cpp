@@ -217,8 +217,8 @@ TEST(ImageChannels, IdenticalComponents)
 	EXPECT_TRUE(IsIdentical<UInt16>(1000, 1256, 1));
 	EXPECT_FALSE(IsIdentical<UInt16>(1257, 1000, 1));
 	EXPECT_TRUE(IsIdentical<UInt32>(0, 255u << 24, 255));
-	EXPECT_TRUE(IsIdentical<Char>(-128, 127, 1));   // the difference wraps
-	EXPECT_TRUE(IsIdentical<Char>(5, 5, 200));      // a negative threshold counts as 0
+	EXPECT_TRUE(IsIdentical<Char>(-128, 127, 1)); // the difference wraps
+	EXPECT_TRUE(IsIdentical<Char>(5, 5, 200));    // a negative threshold counts as 0
 	EXPECT_FALSE(IsIdentical<Char>(5, 6, 200));
 	EXPECT_FALSE(IsIdentical<Char>(-128, 0, 127));
 	EXPECT_TRUE(IsIdentical<Int16>(256, 0, 1));

@@ -24,10 +24,19 @@ protected:
 
 TEST_F(Formats, Texts)
 {
-	const std::pair<const char*, const char*> expected[] = {
-		{"argb.u8", "ARGB8"},       {"rgb.f64", "RGB64"},       {"xrgb.u8", "RGB8"},        {"greya.u16", "GreyA16"}, {"alpha.f32", "A32"},
-		{"rgb.u565", "RGB565"},     {"argb.u1555", "ARGB1555"}, {"bgr.u555", "BGR555"},     {"abgr.u1555", "BGRA5551"},
-		{"abgr.u4444", "BGRA4444"}, {"yuv.i422b", "YUV422"},    {"indexed.u4bit", "Indexed"}, {"dynamic.redgreenu8", "uchar#Re uchar#Gr"}};
+	const std::pair<const char*, const char*> expected[] = {{"argb.u8", "ARGB8"},
+															{"rgb.f64", "RGB64"},
+															{"xrgb.u8", "RGB8"},
+															{"greya.u16", "GreyA16"},
+															{"alpha.f32", "A32"},
+															{"rgb.u565", "RGB565"},
+															{"argb.u1555", "ARGB1555"},
+															{"bgr.u555", "BGR555"},
+															{"abgr.u1555", "BGRA5551"},
+															{"abgr.u4444", "BGRA4444"},
+															{"yuv.i422b", "YUV422"},
+															{"indexed.u4bit", "Indexed"},
+															{"dynamic.redgreenu8", "uchar#Re uchar#Gr"}};
 	for (const auto& [name, text] : expected)
 		EXPECT_EQ(Text(name), text) << name;
 }
@@ -68,9 +77,7 @@ TEST_F(Formats, Alpha)
 TEST_F(Formats, IdenticalPixels)
 {
 	const auto identical = [](const std::string& name, const std::vector<Byte>& a, const std::vector<Byte>& b, UChar threshold)
-	{
-		return FormatNamed(name)->IsIdenticalPixel(PixelBuffer(a.data(), 0), PixelBuffer(b.data(), 0), threshold);
-	};
+	{ return FormatNamed(name)->IsIdenticalPixel(PixelBuffer(a.data(), 0), PixelBuffer(b.data(), 0), threshold); };
 	EXPECT_TRUE(identical("xrgb.u8", {1, 2, 3, 4}, {99, 2, 3, 5}, 1)); // the unused channel does not count
 	EXPECT_FALSE(identical("rgbx.u8", {1, 2, 3, 4}, {3, 2, 3, 4}, 1));
 	EXPECT_TRUE(identical("rgb.u565", {0, 0}, {1, 0}, 8));
@@ -116,11 +123,12 @@ TEST_F(Formats, Packed)
 TEST_F(Formats, RgbeAndYuv)
 {
 	const PixelFormat rgbe = FormatNamed("rgb.rgbe"), yuv = FormatNamed("yuv.i422a"), rgb = FormatNamed("rgb.u8");
-	EXPECT_EQ(Convert<UChar>(rgbe, FormatNamed("rgb.f32"), 1, std::vector<Float32>{1.0f, 0.5f, 0.25f}), (std::vector<UChar>{127, 63, 31, 129}));
+	EXPECT_EQ(Convert<UChar>(rgbe, FormatNamed("rgb.f32"), 1, std::vector<Float32>{1.0f, 0.5f, 0.25f}),
+			  (std::vector<UChar>{127, 63, 31, 129}));
 	EXPECT_EQ(Convert<UChar>(rgbe, rgbe, 1, std::vector<UChar>{1, 2, 3, 4}), (std::vector<UChar>{1, 2, 3, 4}));
 	// By way of half floats nothing is cut off at 1.
 	EXPECT_EQ(Convert<Float32>(FormatNamed("rgba.f32"), rgbe, 1, std::vector<UChar>{127, 63, 31, 131}),
-	          (std::vector<Float32>{3.984375f, 1.984375f, 0.984375f, 1.0f}));
+			  (std::vector<Float32>{3.984375f, 1.984375f, 0.984375f, 1.0f}));
 	EXPECT_EQ(Convert<UChar>(yuv, rgb, 2, std::vector<UChar>{255, 255, 255, 0, 0, 0}), (std::vector<UChar>{235, 128, 16, 128}));
 	Byte bytes[32] = {};
 	for (const PixelFormat& source : {rgb, yuv})
@@ -154,17 +162,56 @@ TEST_F(Formats, IndexedColours)
 {
 	const PixelFormat rgba = FormatNamed("rgba.u8");
 	EXPECT_EQ(Convert<UChar>(FormatNamed("rgb.u8"), MakeGreys("indexed.u1bit", 2), 3, std::vector<UChar>{0x80}),
-	          (std::vector<UChar>{1, 1, 1, 0, 0, 0, 0, 0, 0}));
+			  (std::vector<UChar>{1, 1, 1, 0, 0, 0, 0, 0, 0}));
 	// 101 010 11|1 ...: the third index lies in two bytes.
 	EXPECT_EQ(Convert<UChar>(FormatNamed("bgr.u8"), MakeGreys("indexed.u3bit", 8), 3, std::vector<UChar>{0b10101011, 0b10000000}),
-	          (std::vector<UChar>{5, 5, 5, 2, 2, 2, 7, 7, 7}));
+			  (std::vector<UChar>{5, 5, 5, 2, 2, 2, 7, 7, 7}));
 	EXPECT_EQ(Convert<UChar>(rgba, MakeGreys("indexed.u8bit", 16), 2, std::vector<UChar>{200, 15}),
-	          (std::vector<UChar>{255, 255, 255, 0, 15, 15, 15, 255}));
+			  (std::vector<UChar>{255, 255, 255, 0, 15, 15, 15, 255}));
 	EXPECT_EQ(Convert<UChar>(FormatNamed("xrgb.u8"), MakeGreys("indexed.u16bit", 300), 1, std::vector<UInt16>{258}),
-	          (std::vector<UChar>{255, 2, 2, 2}));
+			  (std::vector<UChar>{255, 2, 2, 2}));
 	// Formats without a kernel of their own go by way of 8 bits.
 	EXPECT_EQ(Convert<UInt16>(FormatNamed("bgra.u16"), MakeGreys("indexed.u8bit", 16), 1, std::vector<UChar>{3}),
-	          (std::vector<UInt16>{771, 771, 771, 65535}));
+			  (std::vector<UInt16>{771, 771, 771, 65535}));
+}
+
+/// Also where the colours lie in planes, or come by way of another format: both roads work in chunks of 64 pixels.
+TEST_F(Formats, OddRunsOfYuvWriteNothing)
+{
+	constexpr Int COUNT = 129;
+	const PixelFormat yuv = FormatNamed("yuv.i422a"), rgb = FormatNamed("rgb.u8"), grey = FormatNamed("grey.u8");
+	const BITS planes[] = {0, COUNT * 8, COUNT * 16, 8};
+	const ChannelOffsets inPlanes = planes;
+	const ChannelOffsets& ofYuv = yuv->GetChannelOffsets();
+	struct
+	{
+		PixelFormat _to, _from;
+		ChannelOffsets _toOffsets, _fromOffsets;
+	} const roads[] = {
+		{yuv, rgb, ofYuv, rgb->GetChannelOffsets()},
+		{yuv, rgb, ofYuv, inPlanes},
+		{rgb, yuv, inPlanes, ofYuv},
+		{yuv, grey, ofYuv, grey->GetChannelOffsets()},
+		{grey, yuv, grey->GetChannelOffsets(), ofYuv},
+	};
+	for (const auto& road : roads)
+	{
+		Bool isColorConverted = false;
+		const ConvertPixelFunc function =
+			road._to->GetConvertPixelFunc(road._from, road._fromOffsets, road._toOffsets, nullptr, nullptr, false, isColorConverted)
+				.TakeValue();
+		const std::vector<Byte> from(3 * COUNT, 200);
+		std::vector<Byte> to(3 * COUNT, 7);
+		const PixelBuffer source(from.data(), road._fromOffsets.back()), destination(to.data(), road._toOffsets.back());
+		for (const Int count : {COUNT, Int(65), Int(63), Int(1)})
+		{
+			const Result<void> result = function(destination, count, source, 0);
+			EXPECT_EQ(result.GetError().GetMessage(), "YUV needs an even number of pixels to convert.");
+			EXPECT_EQ(to, std::vector<Byte>(3 * COUNT, 7)) << road._from.ToString() << " to " << road._to.ToString() << ", " << count;
+		}
+		EXPECT_TRUE(function(destination, COUNT - 1, source, 0).IsOk());
+		EXPECT_TRUE(function(destination, -1, source, 0).IsOk());
+	}
 }
 
 TEST_F(Formats, IndexedTables)
@@ -242,7 +289,8 @@ TEST_F(Formats, DynamicFormats)
 	EXPECT_EQ(std::vector<BITS>(offsets.begin(), offsets.end()), (std::vector<BITS>{0, 8, 24, 56, 88}));
 	const PixelFormat grey = FormatOfChannels({{GREY, u8}, {DEPTH, u8}}).TakeValue();
 	EXPECT_EQ(registry->GetCount(), before + 1);
-	EXPECT_EQ(Cast<PixelFormatInterface>(registry->Find(InternId("net.torvi.image.pixelformat.{uchar#Grey,uchar#Depth}").TakeValue())), grey);
+	EXPECT_EQ(Cast<PixelFormatInterface>(registry->Find(InternId("net.torvi.image.pixelformat.{uchar#Grey,uchar#Depth}").TakeValue())),
+			  grey);
 	EXPECT_EQ(grey->GetClassId(), ids::CLASS_PIXELFORMATDYNAMIC);
 	EXPECT_EQ(grey.ToString(), "uchar#Gr uchar#De");
 	EXPECT_EQ(FormatOfChannels({{UNUSED, u8}}).GetValue().ToString(), "Custom");
@@ -250,7 +298,8 @@ TEST_F(Formats, DynamicFormats)
 	EXPECT_EQ(Convert<UChar>(FormatNamed("argb.u8"), grey, 1, std::vector<UChar>{60, 7}), (std::vector<UChar>{255, 60, 60, 60}));
 	EXPECT_EQ(Convert<UChar>(grey, grey, 2, std::vector<UChar>{1, 2, 3, 4}), (std::vector<UChar>{1, 2, 3, 4}));
 	EXPECT_FALSE(FormatOfChannels({{DEPTH, f32}}).GetValue()->GetColorSpace());
-	EXPECT_EQ(FormatOfChannels({{RED, u8}, {ALPHA, u16}}).GetValue()->GetColorSpace(), FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_ALPHA));
+	EXPECT_EQ(FormatOfChannels({{RED, u8}, {ALPHA, u16}}).GetValue()->GetColorSpace(),
+			  FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_ALPHA));
 }
 
 TEST_F(Formats, DynamicFailuresAreRemembered)
@@ -264,7 +313,7 @@ TEST_F(Formats, DynamicFailuresAreRemembered)
 		const Result<PixelFormat> mixed = FormatOfChannels({{RED, u8}, {CMYK_C, u8}});
 		EXPECT_EQ(mixed.GetError().GetId(), errorids::ILLEGALSTATE);
 		EXPECT_EQ(mixed.GetError().GetMessage(), "PixelFormat belongs to two different color spaces: net.torvi.image.colorspace.rgb, "
-		                                         "net.torvi.image.colorspace.cmyk");
+												 "net.torvi.image.colorspace.cmyk");
 		EXPECT_EQ(FormatOfChannels({{RED, u8}, {RED, GetDataType<UInt64>()}}).GetError().GetId(), errorids::NULLPTR);
 	}
 }

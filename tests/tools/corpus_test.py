@@ -1,0 +1,69 @@
+"""Decodes real files through torvi-image and compares with what other programs made of them. Skipped where the files are absent."""
+import collections
+import csv
+import hashlib
+import os
+import pathlib
+import unittest
+
+from tool import TEST_DATA, ToolTest
+
+CORPUS = pathlib.Path(os.environ.get("TORVI_CORPUS") or "/nonexistent")
+# Fewest files of each format that must have been compared by pixels or refused.
+MINIMA = {"bmp": 37}
+
+
+def read_table(path, **options):
+	with open(path, encoding="utf-8", newline="") as file:
+		return list(csv.DictReader(file, delimiter="\t", quoting=csv.QUOTE_NONE, **options))
+
+
+@unittest.skipUnless((CORPUS / "MANIFEST.tsv").is_file(), "There are no real sample files; TORVI_CORPUS is not set.")
+class CorpusTest(ToolTest):
+	def outcome(self, path):
+		"""The digest of the picture's pixels, or "id: message" of the one error line."""
+		status, pixels, _ = self.run_tool("pixels", path, "--as", "rgba.u8")
+		if status == 0:
+			return hashlib.sha256(pixels).hexdigest()
+		errors = self.fail_with("pixels", path, "--as", "rgba.u8")
+		self.assertEqual([error[0] for error in errors], [str(path)])
+		return f"{errors[0][1]}: {errors[0][2]}"
+
+	def check_file(self, path, verdict, digest, difference):
+		"""Whether the file was compared with anything."""
+		outcome = self.outcome(CORPUS / path)
+		is_error = outcome.startswith("net.torvi.")
+		if difference is not None:
+			wanted = difference["outcome"]
+			self.assertTrue(not is_error if wanted == "" else outcome == wanted or outcome.startswith(wanted + ": "), f"{path}: {outcome}")
+		elif verdict == "ok":
+			self.assertFalse(is_error, f"{path}: {outcome}")
+			if digest is None:
+				return False
+			self.assertEqual(outcome, digest, path)
+		elif verdict == "error":
+			self.assertTrue(is_error, f"{path} was to be refused")
+		return True
+
+	def check_format(self, name):
+		expected = {row["path"]: row["hash"] for row in read_table(CORPUS / "EXPECTED.tsv")
+			if row["format"] == "rgba8" and row["notes"].startswith("primary") and "DISPUTED" not in row["notes"]}
+		differences = {row["path"]: row for row in read_table(TEST_DATA / name / "differences.tsv")}
+		counts = collections.Counter()
+		for row in read_table(CORPUS / "MANIFEST.tsv"):
+			path = row["path"]
+			if path.startswith(name + "/"):
+				with self.subTest(path):
+					is_checked = self.check_file(path, row["expected"], expected.get(path), differences.pop(path, None))
+					counts["checked" if is_checked else "loaded"] += 1
+		self.assertEqual(list(differences), [], "these are not in the corpus")
+		print(f"{name}: {counts['checked']} real files checked, {counts['loaded']} without agreed pixels loaded only")
+		self.assertGreaterEqual(counts["checked"], MINIMA[name])
+
+	def test_formats(self):
+		for name in MINIMA:
+			self.check_format(name)
+
+
+if __name__ == "__main__":
+	unittest.main()
