@@ -1,5 +1,5 @@
-// Windows bitmap files: headers of 12, 40, 56, 108 and 124 bytes, palettes of 1, 2, 4 and 8 bits, 16-bit packed pixels, 24 bits, 32 bits with
-// or without channel masks, and both run-length schemes. Read here, written in media_io_bmp_export.cpp. Little-endian throughout.
+// Windows bitmap files: headers of 12, 40, 56, 108 and 124 bytes, palettes of 1, 2, 4 and 8 bits, 16-bit packed pixels, 24 bits, 32 bits
+// with or without channel masks, and both run-length schemes. Read here, written in media_io_bmp_export.cpp. Little-endian throughout.
 #include "media_io/media_io_bmp.h"
 
 #include "media_io/media_io_bmp_rle.h"
@@ -44,9 +44,9 @@ struct BmpHeader
 struct BmpPixelLayout
 {
 	PixelFormat _format;
-	Int _leadingBytes = 0;  ///< of a pixel, before those of the format
+	Int _leadingBytes = 0; ///< of a pixel, before those of the format
 	Int _trailingBytes = 0;
-	Int _alphaByte = -1;    ///< of a pixel; -1 without an alpha stream
+	Int _alphaByte = -1; ///< of a pixel; -1 without an alpha stream
 
 	BITS GetPixelDistance() const { return _format->GetBitsPerPixel() + 8 * (_leadingBytes + _trailingBytes); }
 };
@@ -116,7 +116,8 @@ Result<void> ReadInfoHeader(BinaryReader& reader, BmpHeader& header)
 	TORVI_TRY(ReadInfoFields(reader, header));
 	if (size >= BMP_MASKHEADER_SIZE)
 		TORVI_TRY(ReadMasks(reader, header, 4));
-	else if (size == BMP_V3HEADER_SIZE && header._compression == BMP_COMPRESSION_MASKS && (header._bitCount == 16 || header._bitCount == 32))
+	else if (size == BMP_V3HEADER_SIZE && header._compression == BMP_COMPRESSION_MASKS &&
+			 (header._bitCount == 16 || header._bitCount == 32))
 		TORVI_TRY(ReadMasks(reader, header, 3));
 	if (size >= BMP_V4HEADER_SIZE)
 		return ReadColorSpace(reader, header);
@@ -127,7 +128,7 @@ Result<void> CheckShape(const BmpHeader& header)
 {
 	TORVI_CHECK(header._width >= 0, MediaSessionWrongTypeError("Invalid Image width: @.", header._width));
 	TORVI_CHECK(header._compression <= BMP_COMPRESSION_MASKS,
-	            MediaSessionWrongTypeError("unsupported bmp compression (@).", header._compression));
+				MediaSessionWrongTypeError("unsupported bmp compression (@).", header._compression));
 	TORVI_CHECK(header._bitCount <= 32, MediaSessionWrongTypeError());
 	for (const int known : {1, 2, 4, 8, 16, 24, 32})
 	{
@@ -159,10 +160,8 @@ Result<Id> ChoosePackedFormat(const BmpHeader& header)
 		Id _format;
 	};
 	static constexpr Row ROWS[] = {
-		{{0x7C00, 0x3E0, 0x1F, 0}, ids::PIXELFORMAT_RGB_U555},
-		{{0xF800, 0x7E0, 0x1F, 0}, ids::PIXELFORMAT_RGB_U565},
-		{{0x7C00, 0x3E0, 0x1F, 0x8000}, ids::PIXELFORMAT_ARGB_U1555},
-		{{0xF00, 0xF0, 0xF, 0}, ids::PIXELFORMAT_RGB_U444},
+		{{0x7C00, 0x3E0, 0x1F, 0}, ids::PIXELFORMAT_RGB_U555},        {{0xF800, 0x7E0, 0x1F, 0}, ids::PIXELFORMAT_RGB_U565},
+		{{0x7C00, 0x3E0, 0x1F, 0x8000}, ids::PIXELFORMAT_ARGB_U1555}, {{0xF00, 0xF0, 0xF, 0}, ids::PIXELFORMAT_RGB_U444},
 		{{0xF00, 0xF0, 0xF, 0xF000}, ids::PIXELFORMAT_ARGB_U4444},
 	};
 	if (header._compression != BMP_COMPRESSION_MASKS)
@@ -204,9 +203,11 @@ Result<BmpPixelLayout> MakeMaskedLayout(const BmpHeader& header)
 		const ImageChannel channel = GetImageChannel(TYPES[i], GetDataType<UChar>());
 		TORVI_CHECK(channel, IllegalStateError("The module is not started."));
 		const std::optional<Int> byte = FindMaskByte(mask);
-		TORVI_CHECK(byte, MediaSessionWrongTypeError("BITMAPV4HEADER unsupported mask value (@{x}) for channel '@'.", mask, channel->GetChannelType()));
+		TORVI_CHECK(byte, MediaSessionWrongTypeError("BITMAPV4HEADER unsupported mask value (@{x}) for channel '@'.", mask,
+													 channel->GetChannelType()));
 		ImageChannel& place = channels[static_cast<std::size_t>(*byte)];
-		TORVI_CHECK(!place, MediaSessionWrongTypeError("BITMAPV4HEADER duplicate mask value (@{x}) for channel '@'.", mask, channel->GetChannelType()));
+		TORVI_CHECK(!place, MediaSessionWrongTypeError("BITMAPV4HEADER duplicate mask value (@{x}) for channel '@'.", mask,
+													   channel->GetChannelType()));
 		place = channel;
 		if (TYPES[i] == CHANNELTYPE::UNUSED)
 			layout._alphaByte = *byte;
@@ -277,7 +278,8 @@ Result<PixelFormat> ReadPalette(BinaryReader& reader, const BmpHeader& header, c
 	constexpr UInt32 MAXIMAL_COLORS = 65536;
 	const Int fullCount = Int(1) << header._bitCount;
 	const Bool isGiven = header._colorsUsed != 0 && static_cast<Int32>(header._colorsUsed) <= fullCount;
-	TORVI_CHECK(!isGiven || header._colorsUsed <= MAXIMAL_COLORS, MediaSessionWrongTypeError("Illegal Color table size: @.", header._colorsUsed));
+	TORVI_CHECK(!isGiven || header._colorsUsed <= MAXIMAL_COLORS,
+				MediaSessionWrongTypeError("Illegal Color table size: @.", header._colorsUsed));
 	const Int count = isGiven ? header._colorsUsed : fullCount;
 	const Int entrySize = header._headerSize == BMP_COREHEADER_SIZE ? 3 : 4;
 	Array<Byte> entries = TORVI_TRY(reader.ReadArray(count * entrySize));
@@ -297,7 +299,7 @@ constexpr ImporterTraits BMP_IMPORTER = {._byteOrder = ByteOrder::LITTLEENDIAN, 
 class BmpImportImpl final : public ImageImportBase
 {
 public:
-	BmpImportImpl() : ImageImportBase(BMP_IMPORTER) { }
+	BmpImportImpl() : ImageImportBase(BMP_IMPORTER) {}
 
 private:
 	void ResetState() override;
@@ -365,8 +367,8 @@ Result<void> BmpImportImpl::DescribeExportSettings(StreamTreeBuilder& streams) c
 	if (_header._headerSize < BMP_V3HEADER_SIZE)
 		return OK;
 	const Id generation = _header._headerSize >= BMP_V5HEADER_SIZE   ? BMP_GENERATION_V5
-	                      : _header._headerSize >= BMP_V4HEADER_SIZE ? BMP_GENERATION_V4
-	                                                                 : BMP_GENERATION_V3;
+						  : _header._headerSize >= BMP_V4HEADER_SIZE ? BMP_GENERATION_V4
+																	 : BMP_GENERATION_V3;
 	DataDictionary settings;
 	TORVI_TRY(settings.Set<Id>(ids::BMPEXPORT_BITMAPINFOHEADER, generation));
 	return streams.Set<DataDictionary>(_image, ids::MEDIAFORMAT_EXPORTSETTINGS, std::move(settings));
@@ -446,7 +448,7 @@ Result<void> BmpImportImpl::ReadRunLengthRows(BinaryReader& reader, ImportRun& r
 	const Array<Byte> block = TORVI_TRY(ReadRunLengthBlock(reader, _header));
 	const std::optional<Int> pictureBytes = ImageBytes(_header._width, rows, _header._bitCount);
 	TORVI_CHECK(pictureBytes && CanHoldPicture(*pictureBytes, CountOf(block), CompressionBound::UNBOUNDED),
-	            MediaSessionWrongTypeError("Illegal RLE compression (cropped data)."));
+				MediaSessionWrongTypeError("Illegal RLE compression (cropped data)."));
 	const Bool isEncoded = _header._bitCount == 4 || _header._bitCount == 8;
 	BmpRleDecoder decoder(block, _header._bitCount == 8 ? BmpRleScheme::BYTES : BmpRleScheme::NIBBLES);
 	TORVI_TRY(BeginSinks(run));

@@ -1,4 +1,5 @@
-// What reader and writer of BMP files share: the row that registers the format, the numbers of the headers, and the names of their generations.
+// What reader and writer of BMP files share: the row that registers the format, the numbers of the headers, and the names of their
+// generations.
 #pragma once
 
 #include "mediasession/image_format.h"

@@ -1,5 +1,5 @@
-// Writing of Windows bitmap files: 24 bits, or 32 bits with alpha, not compressed, under a header of 40, 108 or 124 bytes ("V3", "V4", "V5").
-// The reader stands in media_io_bmp.cpp.
+// Writing of Windows bitmap files: 24 bits, or 32 bits with alpha, not compressed, under a header of 40, 108 or 124 bytes ("V3", "V4",
+// "V5"). The reader stands in media_io_bmp.cpp.
 #include "media_io/media_io_bmp.h"
 
 #include "mediasession/image_export.h"
@@ -41,7 +41,7 @@ struct BmpFileShape
 class BmpExportImpl final : public ImageExportBase
 {
 public:
-	BmpExportImpl() : ImageExportBase(BMP_EXPORTER) { }
+	BmpExportImpl() : ImageExportBase(BMP_EXPORTER) {}
 
 private:
 	Result<void> ReadSettings(const ExportRun& run) override;
@@ -55,8 +55,7 @@ private:
 
 Result<void> BmpExportImpl::ReadSettings(const ExportRun& run)
 {
-	const Id generation =
-		GetExportSetting<Id>(run.GetSettings(), ids::CLASS_BMPEXPORT, ids::BMPEXPORT_BITMAPINFOHEADER, BMP_GENERATION_V4);
+	const Id generation = GetExportSetting<Id>(run.GetSettings(), ids::CLASS_BMPEXPORT, ids::BMPEXPORT_BITMAPINFOHEADER, BMP_GENERATION_V4);
 	if (generation == BMP_GENERATION_V3)
 		_headerSize = BMP_V3HEADER_SIZE;
 	else if (generation == BMP_GENERATION_V4)

@@ -61,7 +61,8 @@ ColorProfile ExportRun::GetColorProfileWithoutEmbedding() const
 }
 
 /// Asks for the colours of `profile` in so many words: otherwise pixels of the same colour space would stay as they are.
-Result<GetPixelHandlerStruct> ExportRun::OpenImage(const PixelFormat& format, const ChannelOffsets& channelOffsets, const ColorProfile& profile)
+Result<GetPixelHandlerStruct> ExportRun::OpenImage(const PixelFormat& format, const ChannelOffsets& channelOffsets,
+												   const ColorProfile& profile)
 {
 	const ColorProfile source = GetProperties()->GetOr<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE, {});
 	const Bool canConvert = !source.IsEmpty() || !_pixelFormat->GetDefaultColorProfile().IsEmpty();

@@ -1,5 +1,5 @@
-// The exporter skeleton: all that exporters of pictures share. It finds the streams of its input, runs the stages, checks the size, opens and
-// closes the file and reports progress. A format derives from ImageExportBase and shows its format only: which settings it takes, and
+// The exporter skeleton: all that exporters of pictures share. It finds the streams of its input, runs the stages, checks the size, opens
+// and closes the file and reports progress. A format derives from ImageExportBase and shows its format only: which settings it takes, and
 // how the file is written from the lines that it pulls.
 #pragma once
 
@@ -14,13 +14,13 @@ struct ExporterTraits
 {
 	Id _fileFormat;
 	ByteOrder _byteOrder;
-	CString _workName;                     ///< of the progress job, "BMP image"
-	Int _maximalImageResolution;           ///< of both sides, in pixels
+	CString _workName;           ///< of the progress job, "BMP image"
+	Int _maximalImageResolution; ///< of both sides, in pixels
 	Int _maximalAlphaChannels;
 	Block<const DataType> _bitDepthsImage;
 	Bool _embedColorProfile = false;
 	Bool _supportsVideo = false;
-	Int _maximalLayerResolution = 0;       ///< 0 without layers
+	Int _maximalLayerResolution = 0; ///< 0 without layers
 	Block<const DataType> _bitDepthsLayer = {};
 };
 
@@ -28,7 +28,8 @@ struct ExporterTraits
 class ExportRun
 {
 public:
-	ExportRun(MediaStreamImageDataExportRef image, MediaStreamImageDataExportRef alpha, const DataDictionary& settings, ProgressRef progress, Int job)
+	ExportRun(MediaStreamImageDataExportRef image, MediaStreamImageDataExportRef alpha, const DataDictionary& settings,
+			  ProgressRef progress, Int job)
 		: _image{std::move(image), {}}, _alpha{std::move(alpha), {}}, _settings(settings), _progress(std::move(progress)), _job(job)
 	{
 	}
@@ -112,7 +113,7 @@ public:
 	Result<void> Close(Block<const MediaConverterRef> inputs) override;
 
 protected:
-	explicit ImageExportBase(const ExporterTraits& traits) : _traits(traits) { }
+	explicit ImageExportBase(const ExporterTraits& traits) : _traits(traits) {}
 
 	/// Reads and checks the format's own settings, before the size is checked and the file is opened.
 	virtual Result<void> ReadSettings(const ExportRun&) { return OK; }

@@ -1,5 +1,5 @@
-// How a picture format joins the system: one row says its file format, handler, importer and exporter, and one call registers them. Tests and
-// fuzz targets read the same rows.
+// How a picture format joins the system: one row says its file format, handler, importer and exporter, and one call registers them. Tests
+// and fuzz targets read the same rows.
 #pragma once
 
 #include "host/ids.h"
@@ -13,19 +13,20 @@ namespace torvi
 struct ImageFormatEntry
 {
 	Id _fileFormat;
-	Block<const std::string_view> _suffixes;                 ///< lower case, without the dot, the main one first
-	Result<Bool> (*_detect)(const InputStreamRef& stream);   ///< decides on content; false for a short file
+	Block<const std::string_view> _suffixes;               ///< lower case, without the dot, the main one first
+	Result<Bool> (*_detect)(const InputStreamRef& stream); ///< decides on content; false for a short file
 	Id _handler;
 	Id _importer;
 	Result<ObjectRef> (*_createImporter)();
-	Id _exporter = {};                                       ///< empty for a format that is only read
+	Id _exporter = {}; ///< empty for a format that is only read
 	Result<ObjectRef> (*_createExporter)() = nullptr;
 };
 
 /// The number that handlers of pictures and sound are ordered by.
 inline constexpr Int HANDLER_DEPENDENDS = 30000;
 
-/// The base of picture file formats, class ids::CLASS_FILEFORMATIMAGEBASE. Detect is a function-not-implemented error, which formats override.
+/// The base of picture file formats, class ids::CLASS_FILEFORMATIMAGEBASE. Detect is a function-not-implemented error, which formats
+/// override.
 class FileFormatImageBaseImpl : public FileFormatBaseImpl
 {
 };

@@ -265,9 +265,9 @@ Bool CanHoldPicture(Int pixelBytes, Int fileBytes, CompressionBound bound)
 	constexpr Int ALWAYS_FINE = Int(64) << 20;
 	constexpr Int UNBOUNDED_PICTURE = Int(1) << 30; // a picture of this size from less than UNBOUNDED_FILE is no honest one
 	constexpr Int UNBOUNDED_FILE = Int(64) << 10;
-	constexpr Int DEFLATE_RATIO = 1100;    // one symbol of two bits can stand for 258 bytes
-	constexpr Int PACKBITS_RATIO = 70;     // two bytes stand for 128
-	constexpr Int HUFFMAN_RATIO = 6000;    // 2,000 pixels of three bytes from one byte: blocks of a few bits
+	constexpr Int DEFLATE_RATIO = 1100; // one symbol of two bits can stand for 258 bytes
+	constexpr Int PACKBITS_RATIO = 70;  // two bytes stand for 128
+	constexpr Int HUFFMAN_RATIO = 6000; // 2,000 pixels of three bytes from one byte: blocks of a few bits
 	if (pixelBytes <= ALWAYS_FINE)
 		return true;
 	const Int bytes = std::max<Int>(fileBytes, 0);
@@ -300,7 +300,7 @@ std::optional<Int> ImageBytes(Int width, Int height, BITS bitsPerPixel)
 	Int bits = 0;
 	Int bytes = 0;
 	if (width < 0 || height < 0 || bitsPerPixel < 0 || __builtin_mul_overflow(width, bitsPerPixel, &bits) || bits > INT64_MAX - 7 ||
-	    __builtin_mul_overflow(BytesOf(bits), height, &bytes))
+		__builtin_mul_overflow(BytesOf(bits), height, &bytes))
 		return std::nullopt;
 	return bytes;
 }

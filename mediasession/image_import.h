@@ -28,13 +28,17 @@ struct ImportStreamInfo
 };
 
 /// Whether a child stream is a piece of work of its own, or comes along with its parent's lines.
-enum class ImportWork { OWN, OFPARENT };
+enum class ImportWork
+{
+	OWN,
+	OFPARENT
+};
 
 /// Publishes the streams of a file.
 class StreamTreeBuilder
 {
 public:
-	explicit StreamTreeBuilder(MediaConverterInterface& importer) : _importer(importer) { }
+	explicit StreamTreeBuilder(MediaConverterInterface& importer) : _importer(importer) {}
 
 	/// A top-level picture, with work of its own.
 	Result<StreamHandle> AddImage(const ImportStreamInfo& info);
@@ -98,15 +102,15 @@ public:
 		PixelSink _sink;
 		Int _job = -1; ///< of the progress; -1 without one
 	};
-	ImportRun(Array<Stream> streams, ProgressRef progress) : _streams(std::move(streams)), _progress(std::move(progress)) { }
+	ImportRun(Array<Stream> streams, ProgressRef progress) : _streams(std::move(streams)), _progress(std::move(progress)) {}
 	ImportRun(const ImportRun&) = delete;
 	ImportRun& operator=(const ImportRun&) = delete;
 
 	Bool IsWanted(StreamHandle stream) const { return At(stream)._stream->IsSubscribed(); }
 	/// The values of this sample: a copy of the stream's format, which may be changed until Begin. Only of wanted streams.
 	Result<MediaStreamProperties> GetProperties(StreamHandle stream);
-	/// Starts a stream and gives its sink, which lives as long as the run. Lines are in the properties' pixel format, at its own channel offsets
-	/// or at those given. The sink takes nothing if the stream is not wanted or has no lines.
+	/// Starts a stream and gives its sink, which lives as long as the run. Lines are in the properties' pixel format, at its own channel
+	/// offsets or at those given. The sink takes nothing if the stream is not wanted or has no lines.
 	Result<PixelSink*> Begin(StreamHandle stream);
 	Result<PixelSink*> Begin(StreamHandle stream, const ChannelOffsets& channelOffsets);
 	/// Reports `done` of `all` lines of the stream's piece of work; the error of cancelling.
@@ -154,7 +158,7 @@ public:
 	Result<void> Close(Block<const MediaConverterRef> inputs) override;
 
 protected:
-	explicit ImageImportBase(const ImporterTraits& traits) : _traits(traits) { }
+	explicit ImageImportBase(const ImporterTraits& traits) : _traits(traits) {}
 
 	/// Drops everything that an earlier DescribeStreams has found.
 	virtual void ResetState() = 0;
@@ -190,8 +194,8 @@ enum class CompressionBound
 /// allocate. Pictures up to 64 MiB always pass.
 Bool CanHoldPicture(Int pixelBytes, Int fileBytes, CompressionBound bound);
 
-/// The bytes of the first of `rows` rows that are not compressed. The read error if the file does not hold it, or if it is a large picture of which the
-/// file does not hold all rows; so nothing is allocated that the file could not fill.
+/// The bytes of the first of `rows` rows that are not compressed. The read error if the file does not hold it, or if it is a large picture
+/// of which the file does not hold all rows; so nothing is allocated that the file could not fill.
 Result<Array<Byte>> ReadFirstRow(BinaryReader& reader, Int bytesPerRow, Int rows);
 
 /// Bytes of `height` lines of `width` pixels; nothing on overflow or for negative sides.

@@ -7,7 +7,7 @@ namespace torvi
 {
 
 Result<PixelFormat> MakePaletteFormat(const PixelFormat& indexed, const PixelFormat& entryFormat, Int count, Block<const Byte> entries,
-                                      Int strideInBytes)
+									  Int strideInBytes)
 {
 	TORVI_CHECK(indexed && entryFormat && indexed->GetClass() != nullptr, NullptrError());
 	const Int neededBytes = count > 0 ? (count - 1) * strideInBytes + BytesOf(entryFormat->GetBitsPerPixel()) : 0;

@@ -6,9 +6,9 @@
 namespace torvi
 {
 
-/// A format of the same class as the published `indexed` one, with `count` rows of `entryFormat` that lie `strideInBytes` apart in `entries`.
-/// The read error if `entries` ends before.
+/// A format of the same class as the published `indexed` one, with `count` rows of `entryFormat` that lie `strideInBytes` apart in
+/// `entries`. The read error if `entries` ends before.
 Result<PixelFormat> MakePaletteFormat(const PixelFormat& indexed, const PixelFormat& entryFormat, Int count, Block<const Byte> entries,
-                                      Int strideInBytes);
+									  Int strideInBytes);
 
 } // namespace torvi

@@ -50,8 +50,11 @@ TEST(BmpRleTest, Rows)
 		{"nibbles from an odd pixel", NIBBLES, {1, 0x90, 4, 0x12, 0, 0}, {{{0x91, 0x21, 0x20, 0}, 1}}, CROPPED},
 		{"nibble literals of 5", NIBBLES, {0, 5, 0x12, 0x34, 0x5F, 99, 1, 0x60, 0, 0}, {{{0x12, 0x34, 0x56, 0}, 1}}, CROPPED},
 		{"nibble literals of 7", NIBBLES, {0, 7, 0x12, 0x34, 0x56, 0x78, 0, 0}, {{{0x12, 0x34, 0x56, 0x70}, 1}}, CROPPED},
-		{"nibble overrun counts both bytes of the step", NIBBLES, {7, 0x11, 0, 4, 0x23, 0x45, 1, 0x60, 0, 0},
-		 {{{0x11, 0x11, 0x11, 0x12}, 1}, {{0x60, 0, 0, 0}, 1}}, CROPPED},
+		{"nibble overrun counts both bytes of the step",
+		 NIBBLES,
+		 {7, 0x11, 0, 4, 0x23, 0x45, 1, 0x60, 0, 0},
+		 {{{0x11, 0x11, 0x11, 0x12}, 1}, {{0x60, 0, 0, 0}, 1}},
+		 CROPPED},
 	};
 	for (const Case& test : cases)
 	{

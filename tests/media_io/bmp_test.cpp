@@ -68,7 +68,8 @@ TEST_F(DataBmpTest, RealFiles)
 	static constexpr KnownDifference DIFFERENCES[] = {
 		{"bmp/mdx__pal8os2v2-16.bmp", "net.torvi.error.illegalargument", "headers of OS/2 2 are not detected"},
 		{"bmp/image__rgb24rle24.bmp", "net.torvi.error.illegalargument", "headers of OS/2 2 are not detected"},
-		{"bmp/mdx__rgb24png.bmp", "net.torvi.image.error.mediasessionwrongtype: unsupported bmp compression (5).", "no other format inside"},
+		{"bmp/mdx__rgb24png.bmp", "net.torvi.image.error.mediasessionwrongtype: unsupported bmp compression (5).",
+		 "no other format inside"},
 		{"bmp/image__V3_R5_G6_B5_Top_Down.bmp", "3e26397128d145206ec3e4a7159fe65392164a0a7d5cb2753e200c917381916b",
 		 "fields of 5 and 6 bits go to the top of the byte, the low bits stay 0"},
 		{"bmp/image__V4_R5_G6_B5.bmp", "0fcb779444d87406dab0ef516c36a94af05803dae64b9156f6b6dfc55ddc580e", "the same"},
@@ -96,9 +97,9 @@ TEST_F(BmpTest, DetectsByContent)
 		bool _isBmp;
 	};
 	const Case cases[] = {
-		{"12 bytes", 12, 20, true},   {"40 bytes", 40, 20, true},   {"52 bytes", 52, 20, false},       {"56 bytes", 56, 20, true},
-		{"64 bytes", 64, 20, false},  {"108 bytes", 108, 20, true}, {"124 bytes", 124, 20, true},      {"a short file", 40, 19, false},
-		{"16 bytes", 16, 20, false},  {"125 bytes", 125, 20, false}, {"an empty file", 40, 0, false},
+		{"12 bytes", 12, 20, true},  {"40 bytes", 40, 20, true},    {"52 bytes", 52, 20, false},     {"56 bytes", 56, 20, true},
+		{"64 bytes", 64, 20, false}, {"108 bytes", 108, 20, true},  {"124 bytes", 124, 20, true},    {"a short file", 40, 19, false},
+		{"16 bytes", 16, 20, false}, {"125 bytes", 125, 20, false}, {"an empty file", 40, 0, false},
 	};
 	const auto format = FindDeclared<FileFormatInterface>(ids::FILEFORMAT_BMP);
 	ASSERT_TRUE(format);
@@ -120,7 +121,8 @@ TEST_F(BmpTest, DetectsByContent)
 	EXPECT_EQ(format->Get<Array<String>>(ids::FILEFORMAT_COMMONSUFFIXES).GetValue(), Array<String>{MakeString("bmp")});
 }
 
-/// Sizes between the known layouts have the fields of the next smaller one; what follows them is skipped only between 56 and 107 bytes and above 124.
+/// Sizes between the known layouts have the fields of the next smaller one; what follows them is skipped only between 56 and 107 bytes and
+/// above 124.
 TEST_F(BmpTest, ReadsHeadersOfAnySize)
 {
 	struct Case
@@ -129,7 +131,8 @@ TEST_F(BmpTest, ReadsHeadersOfAnySize)
 		const char* _generation;
 		UInt32 _pixelStart; ///< of a file without a pixel offset
 	};
-	const Case cases[] = {{40, "V3", 40}, {41, "V3", 40}, {55, "V3", 40}, {64, "V3", 64}, {107, "V3", 107}, {110, "V4", 108}, {123, "V4", 108}, {124, "V5", 124}, {130, "V5", 130}};
+	const Case cases[] = {{40, "V3", 40},   {41, "V3", 40},   {55, "V3", 40},   {64, "V3", 64},  {107, "V3", 107},
+						  {110, "V4", 108}, {123, "V4", 108}, {124, "V5", 124}, {130, "V5", 130}};
 	const std::vector<Byte> source = GetGoodFile("rgb24.bmp");
 	for (const Case& test : cases)
 	{
@@ -162,8 +165,14 @@ TEST_F(BmpTest, PublishesResolution)
 		Float64 _aspect; ///< 0: none
 	};
 	const Case cases[] = {
-		{2834, 2834, 2834 * 300.0 / 11808.0, 0}, {0, 0, 0, 0},      {0, 100, 0, 0},    {-1000, 1000, 1000 * 300.0 / 11808.0, 1.0},
-		{1000, 9999, 1000 * 300.0 / 11808.0, 9.999}, {1000, 10000, 1000 * 300.0 / 11808.0, 0}, {39, 39, 0, 0}, {40, 20, 40 * 300.0 / 11808.0, 0.5},
+		{2834, 2834, 2834 * 300.0 / 11808.0, 0},
+		{0, 0, 0, 0},
+		{0, 100, 0, 0},
+		{-1000, 1000, 1000 * 300.0 / 11808.0, 1.0},
+		{1000, 9999, 1000 * 300.0 / 11808.0, 9.999},
+		{1000, 10000, 1000 * 300.0 / 11808.0, 0},
+		{39, 39, 0, 0},
+		{40, 20, 40 * 300.0 / 11808.0, 0.5},
 		{INT32_MIN, 7, 0, 0},
 	};
 	for (const Case& test : cases)
@@ -186,9 +195,12 @@ TEST_F(BmpTest, FormatsAreTheRegisteredOnes)
 		bool _hasAlpha;
 	};
 	const Case cases[] = {
-		{"rgb32.bmp", ids::PIXELFORMAT_BGR_U8, true},        {"rgb32-masks.bmp", ids::PIXELFORMAT_BGR_U8, false},
-		{"rgba32-h56.bmp", ids::PIXELFORMAT_BGR_U8, true},   {"xbgr32.bmp", ids::PIXELFORMAT_BGR_U8, false},
-		{"rgb1555-h56.bmp", ids::PIXELFORMAT_ARGB_U1555, false}, {"pal4.bmp", ids::PIXELFORMAT_INDEXED_U4BIT, false},
+		{"rgb32.bmp", ids::PIXELFORMAT_BGR_U8, true},
+		{"rgb32-masks.bmp", ids::PIXELFORMAT_BGR_U8, false},
+		{"rgba32-h56.bmp", ids::PIXELFORMAT_BGR_U8, true},
+		{"xbgr32.bmp", ids::PIXELFORMAT_BGR_U8, false},
+		{"rgb1555-h56.bmp", ids::PIXELFORMAT_ARGB_U1555, false},
+		{"pal4.bmp", ids::PIXELFORMAT_INDEXED_U4BIT, false},
 	};
 	for (const Case& test : cases)
 	{
@@ -287,7 +299,16 @@ TEST_F(BmpTest, WritesEachGeneration)
 		EXPECT_EQ(GetUInt32(bytes, 2), bytes.size());
 		EXPECT_EQ(GetUInt32(bytes, 10), 14 + test._headerSize + profileSize);
 		EXPECT_EQ(bytes.size(), 14 + test._headerSize + profileSize + imageSize);
-		const UInt32 fields[] = {test._headerSize, WIDTH, HEIGHT, test._keepsAlpha ? 0x200001u : 0x180001u, test._keepsAlpha ? 3u : 0u, imageSize, 2834, 2834, 0, 0};
+		const UInt32 fields[] = {test._headerSize,
+								 WIDTH,
+								 HEIGHT,
+								 test._keepsAlpha ? 0x200001u : 0x180001u,
+								 test._keepsAlpha ? 3u : 0u,
+								 imageSize,
+								 2834,
+								 2834,
+								 0,
+								 0};
 		for (std::size_t i = 0; i < std::size(fields); ++i)
 			EXPECT_EQ(GetUInt32(bytes, 14 + i * 4), fields[i]) << test._headerSize << ", field " << i;
 		if (test._headerSize > 40)
@@ -332,7 +353,8 @@ TEST_F(BmpTest, DefaultsAndWrongSettings)
 	EXPECT_EQ(TextOf(SaveBmp(empty, MakeSettings("V3"))._result.GetError()), "net.torvi.error.illegalargument: resolution must not be 0.");
 	const ImageTextureRef wide = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_GREY_U8, 32001, 1, {}));
 	EXPECT_EQ(TextOf(SaveBmp(wide)._result.GetError()), "net.torvi.error.illegalargument: Maximum resolution exceeded.");
-	EXPECT_TRUE(TORVI_MUST(CreateObject<MediaOutputUrlInterface>(ids::CLASS_BMPEXPORT))->Get<Bool>(ids::MEDIAOUTPUT_EMBED_COLORPROFILE).GetValue());
+	EXPECT_TRUE(
+		TORVI_MUST(CreateObject<MediaOutputUrlInterface>(ids::CLASS_BMPEXPORT))->Get<Bool>(ids::MEDIAOUTPUT_EMBED_COLORPROFILE).GetValue());
 }
 
 TEST_F(BmpTest, ResolutionAndProfileSurviveARoundTrip)
@@ -364,15 +386,18 @@ TEST_F(BmpTest, GreyPicturesAreSavedWithAProfileForColours)
 	ASSERT_TRUE(file._result.IsOk()) << TextOf(file._result.GetError());
 	const Result<MediaStreamFormat> format = DescribePicture(file._bytes);
 	ASSERT_TRUE(format.IsOk()) << TextOf(format.GetError());
-	EXPECT_TRUE(format.GetValue()->Get<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE).GetValue().CheckCompatiblePixelFormat(*GetPixelFormat(ids::PIXELFORMAT_BGR_U8)));
+	EXPECT_TRUE(format.GetValue()
+					->Get<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE)
+					.GetValue()
+					.CheckCompatiblePixelFormat(*GetPixelFormat(ids::PIXELFORMAT_BGR_U8)));
 }
 
 /// Stands in for the colour management and notes what it is asked for.
 class NotingStage final : public ColorConversionStageInterface
 {
 public:
-	Result<ConvertPixelFunc> FindConversion(const PixelFormatInterface&, const PixelFormat&, const ChannelOffsets&, const ChannelOffsets&, ColorProfile& srcProfile,
-	                                        ColorProfile* dstProfile, Bool forceProfiles, UInt32, Bool&) override
+	Result<ConvertPixelFunc> FindConversion(const PixelFormatInterface&, const PixelFormat&, const ChannelOffsets&, const ChannelOffsets&,
+											ColorProfile& srcProfile, ColorProfile* dstProfile, Bool forceProfiles, UInt32, Bool&) override
 	{
 		_source = srcProfile;
 		_target = dstProfile != nullptr ? *dstProfile : ColorProfile();
@@ -437,7 +462,8 @@ TEST_F(BmpTest, AnEarlierFileStaysWhereTheProfileCannotBeWritten)
 	TORVI_MUST(GetPicture(texture, 0)->Set<ColorProfile>(ids::IMAGE_COLORPROFILE, ColorProfile(TORVI_MUST(NewObject<UnwritableRecord>()))));
 	TORVI_MUST(texture->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, MakeSettings("V5")));
 	const auto memory = TORVI_MUST(NewObject<IoMemory>(Array<Byte>{1, 2, 3}));
-	EXPECT_EQ(TextOf(SaveFile(texture, ids::CLASS_BMPEXPORT, TORVI_MUST(memory->GetUrl())).GetError()), "net.torvi.error.illegalstate: no bytes");
+	EXPECT_EQ(TextOf(SaveFile(texture, ids::CLASS_BMPEXPORT, TORVI_MUST(memory->GetUrl())).GetError()),
+			  "net.torvi.error.illegalstate: no bytes");
 	EXPECT_EQ(CountOf(memory->GetBytes()), 3);
 }
 
@@ -465,7 +491,7 @@ Result<void> TakeLines(const MediaStreamRef& anyStream, TakenLines& taken)
 	TORVI_TRY(stream->SubscribeStream(stream->GetSelectedFormat()));
 	const auto nothing = [](const MediaStreamImageDataImportRef&, const MediaStreamProperties&) -> Result<void> { return OK; };
 	const auto pixel = [&taken](const MediaStreamImageDataImportRef&, const MediaStreamProperties& properties, const ChannelOffsets&,
-	                            SETPIXELHANDLERFLAGS) -> Result<SetPixelHandlerStruct>
+								SETPIXELHANDLERFLAGS) -> Result<SetPixelHandlerStruct>
 	{
 		const Int size = BytesOf(TORVI_TRY(properties->Get<PixelFormat>(ids::MEDIAFORMAT_PIXELFORMAT))->GetBitsPerPixel());
 		SetPixelHandlerStruct record;
@@ -542,7 +568,8 @@ TEST_F(BmpTest, AnotherProgramReadsWhatWeWrite)
 			ASSERT_TRUE(saved._result.IsOk()) << TextOf(saved._result.GetError());
 			std::vector<Byte> bytes = saved._bytes;
 			if (generation == BMP_GENERATION_V5)
-				PutUInt32(bytes, 14 + 56, BMP_COLORSPACE_SRGB); // that program takes profiles behind the pixels only; with this tag it steps over ours
+				PutUInt32(bytes, 14 + 56,
+						  BMP_COLORSPACE_SRGB); // that program takes profiles behind the pixels only; with this tag it steps over ours
 			const std::filesystem::path file = std::filesystem::path(testing::TempDir()) / (std::string(generation.GetText()) + ".bmp");
 			std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), CountOf(bytes));
 			const Result<PixelArray> ours = LoadPixels(MakeMemoryUrl(saved._bytes));
@@ -557,9 +584,10 @@ TEST_F(BmpTest, RunningOutOfMemoryIsAnError)
 	const std::vector<Byte> bytes = GetGoodFile("pal2-alpha.bmp");
 	const Url url = MakeMemoryUrl(bytes);
 	const Int count = ForEachAllocationFailure([&]() { return LoadFile(url); },
-	                                           [](const auto& result, Bool hasFailed)
-	                                           {
-												   const bool isMemory = hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
+											   [](const auto& result, Bool hasFailed)
+											   {
+												   const bool isMemory =
+													   hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
 												   EXPECT_TRUE(isMemory || result.IsOk()) << TextOf(result.GetError());
 											   });
 	EXPECT_GT(count, 20);

@@ -68,7 +68,8 @@ Int PictureBytes(const Result<ImageTextureRef>& texture)
 void CheckDamagedFile(Block<const Byte> bytes, const std::string& what)
 {
 	constexpr Int SLACK = Int(16) << 20;
-	constexpr Int ALWAYS_FINE = Int(1) << 30; // what a scheme without a ratio may begin: fresh pages, which take no memory until they are written
+	constexpr Int ALWAYS_FINE =
+		Int(1) << 30; // what a scheme without a ratio may begin: fresh pages, which take no memory until they are written
 	Int largest = 0;
 	Int picture = 0;
 	{
@@ -146,7 +147,8 @@ void CheckSampleFiles(const std::string& format)
 		const Result<PixelArray> pixels = LoadPixels(MakeMemoryUrl(file._bytes));
 		ASSERT_TRUE(pixels.IsOk()) << file._name << ": " << TextOf(pixels.GetError());
 		const PixelArray& array = pixels.GetValue();
-		EXPECT_EQ(std::to_string(array._width) + "x" + std::to_string(array._height) + " " + Sha256(array._bytes), digests[file._name]) << file._name;
+		EXPECT_EQ(std::to_string(array._width) + "x" + std::to_string(array._height) + " " + Sha256(array._bytes), digests[file._name])
+			<< file._name;
 		digests.erase(file._name);
 	}
 	for (const auto& [name, digest] : digests)
@@ -220,7 +222,8 @@ void CheckCorpus(const std::string& format, Block<const KnownDifference> differe
 		if (known != differences.end())
 		{
 			const std::string wanted = known->_outcome;
-			EXPECT_TRUE(wanted.empty() ? pixels.IsOk() : outcome == wanted || outcome.starts_with(wanted + ": ")) << path << " gives " << outcome << "\nin place of " << wanted;
+			EXPECT_TRUE(wanted.empty() ? pixels.IsOk() : outcome == wanted || outcome.starts_with(wanted + ": "))
+				<< path << " gives " << outcome << "\nin place of " << wanted;
 			different.insert(path);
 		}
 		else if (verdict == "ok" && !expected.contains(path))

@@ -27,8 +27,9 @@ std::vector<std::vector<std::string>> ReadTable(const std::filesystem::path& pat
 /// Each file of good/ gives the pixels of digests.tsv, each of bad/ the error of errors.tsv, in both directions; those of crash/ end.
 void CheckSampleFiles(const std::string& format);
 
-/// Every good file, or each `fileStep`-th, cut off at each length up to `denseCuts`, then in steps, and with each of its first `flippedBytes` bytes set to 0, 1, 127, 128 and
-/// 255. Loading gives pixels or an error, and asks for no block of memory that is larger than the picture and 16 MiB.
+/// Every good file, or each `fileStep`-th, cut off at each length up to `denseCuts`, then in steps, and with each of its first
+/// `flippedBytes` bytes set to 0, 1, 127, 128 and 255. Loading gives pixels or an error, and asks for no block of memory that is larger
+/// than the picture and 16 MiB.
 void CheckCutAndFlippedFiles(const std::string& format, Int denseCuts, Int flippedBytes, std::size_t fileStep);
 
 /// A real file that is right to load differently from what other programs make of it: `_outcome` is the digest of its pixels, the

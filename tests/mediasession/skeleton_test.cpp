@@ -29,7 +29,7 @@ struct TestStream
 
 /// Two pictures: the first with an alpha channel and a folder that holds a layer with a mask, the second alone.
 constexpr TestStream STREAMS[] = {
-	{MediaStreamType::IMAGE, 0, 5, 4, 1},      {MediaStreamType::ALPHA, 1, 5, 4, 1},     {MediaStreamType::LAYERFOLDER, 1, 5, 4, 4},
+	{MediaStreamType::IMAGE, 0, 5, 4, 1},       {MediaStreamType::ALPHA, 1, 5, 4, 1},     {MediaStreamType::LAYERFOLDER, 1, 5, 4, 4},
 	{MediaStreamType::RASTERLAYER, 3, 3, 2, 4}, {MediaStreamType::LAYERMASK, 4, 2, 6, 1}, {MediaStreamType::IMAGE, 0, 1, 7, 1},
 };
 constexpr Int STREAM_COUNT = std::size(STREAMS);
@@ -83,12 +83,12 @@ Result<void> Subscribe(const MediaStreamRef& anyStream, std::size_t index)
 		};
 	};
 	const auto pixel = [index](const MediaStreamImageDataImportRef&, const MediaStreamProperties& properties, const ChannelOffsets&,
-	                           SETPIXELHANDLERFLAGS) -> Result<SetPixelHandlerStruct>
+							   SETPIXELHANDLERFLAGS) -> Result<SetPixelHandlerStruct>
 	{
 		const PixelFormat format = TORVI_TRY(properties->Get<PixelFormat>(ids::MEDIAFORMAT_PIXELFORMAT));
 		SetPixelHandlerStruct record;
-		record._setLine = [index, bytesPerPixel = BytesOf(format->GetBitsPerPixel())](const ImagePos& pos, const PixelBuffer& source, UInt32)
-			-> Result<void>
+		record._setLine = [index, bytesPerPixel = BytesOf(format->GetBitsPerPixel())](const ImagePos& pos, const PixelBuffer& source,
+																					  UInt32) -> Result<void>
 		{
 			auto& bytes = g_recorder->_entries[index]._bytes;
 			bytes.insert(bytes.end(), source._pixel, source._pixel + pos._count * bytesPerPixel);
@@ -136,7 +136,8 @@ void CheckRecorder(const Recorder& recorder, UInt32 subset)
 		std::vector<Byte> wantedBytes;
 		for (int k = 0; isWanted && k < STREAMS[i]._width * STREAMS[i]._height * STREAMS[i]._bytesPerPixel; ++k)
 			wantedBytes.push_back(ByteOf(i, static_cast<std::size_t>(k)));
-		const std::vector<std::string> wantedCalls = isWanted ? std::vector<std::string>{"init", "free", "finish"} : std::vector<std::string>{};
+		const std::vector<std::string> wantedCalls =
+			isWanted ? std::vector<std::string>{"init", "free", "finish"} : std::vector<std::string>{};
 		EXPECT_EQ(entry._bytes, wantedBytes) << "subset " << subset << ", stream " << i;
 		EXPECT_EQ(entry._calls, wantedCalls) << "subset " << subset << ", stream " << i;
 	}
@@ -220,7 +221,7 @@ TEST_F(SkeletonTest, LoadsATree)
 	EXPECT_EQ(ReadPixels(layers[0]).GetValue()._bytes[5], ByteOf(3, 5));
 	EXPECT_EQ(ReadPixels(GetPicture(texture.GetValue(), 1)).GetValue()._height, 7);
 	EXPECT_EQ(texture.GetValue()->Get<FileFormatRef>(ids::IMAGE_FILEFORMAT).GetValue(),
-	          FindDeclared<FileFormatInterface>(TEST_FORMAT._fileFormat));
+			  FindDeclared<FileFormatInterface>(TEST_FORMAT._fileFormat));
 }
 
 TEST_F(SkeletonTest, NamesAndNumbersOfTheRow)
@@ -279,7 +280,8 @@ TEST_F(SkeletonTest, ExporterChecksTheSizeBeforeItOpensTheFile)
 	for (const Case& test : cases)
 	{
 		const auto file = TORVI_MUST(NewObject<FailingFile>(Array<Byte>(), FailurePlan()));
-		const Result<void> result = SaveFile(MakeGreyTexture(test._width, test._height, 0), TEST_FORMAT._exporter, TORVI_MUST(file->GetUrl()));
+		const Result<void> result =
+			SaveFile(MakeGreyTexture(test._width, test._height, 0), TEST_FORMAT._exporter, TORVI_MUST(file->GetUrl()));
 		EXPECT_EQ(TextOf(result.GetError()), test._error) << test._name;
 		EXPECT_EQ(file->GetOpenCount(), result.IsOk() ? 1 : 0) << test._name;
 		EXPECT_EQ(file->GetLivingCount(), 0) << test._name;
