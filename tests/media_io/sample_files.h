@@ -32,16 +32,9 @@ void CheckSampleFiles(const std::string& format);
 /// than the picture and 16 MiB.
 void CheckCutAndFlippedFiles(const std::string& format, Int denseCuts, Int flippedBytes, std::size_t fileStep);
 
-/// A real file that is right to load differently from what other programs make of it: `_outcome` is the digest of its pixels, the
-/// error, or the error's id alone.
-struct KnownDifference
-{
-	const char* _path;
-	const char* _outcome; ///< "" for any pixels
-	const char* _reason;
-};
-
-/// Checks the corpus' files of a format and prints how many were checked; fails below `minimum`. Skips without a corpus.
-void CheckCorpus(const std::string& format, Block<const KnownDifference> differences, int minimum);
+/// Checks the corpus' files of a format and prints how many were checked; fails below `minimum`. Skips without a corpus. Files that are
+/// right to load differently from what other programs make of them stand in differences.tsv of the format's folder, each with its outcome:
+/// the digest of its pixels, the error, the error's id alone, or nothing for any pixels.
+void CheckCorpus(const std::string& format, int minimum);
 
 } // namespace torvi::test
