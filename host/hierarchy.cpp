@@ -124,8 +124,7 @@ Array<Int32> HierarchyObjectImpl::GetBranches() const
 	for (const ImplRef& child : _children)
 		branches.push_back(child->_branch);
 	std::ranges::sort(branches);
-	const auto repeated = std::ranges::unique(branches);
-	branches.erase(repeated.begin(), repeated.end());
+	branches.erase(std::unique(branches.begin(), branches.end()), branches.end());
 	return branches;
 }
 

@@ -83,7 +83,7 @@ private:
 	{
 		const Block<const ImageChannel> channels = format ? format->GetChannels() : Block<const ImageChannel>();
 		if (!channels.empty())
-			_entries.try_emplace(ChannelList(channels.begin(), channels.end()), format, Error());
+			_entries.try_emplace(ChannelList(channels.begin(), channels.end()), MapEntry{format, Error()});
 	}
 
 	Result<PixelFormat> FindOrCreate(Block<const ImageChannel> channels)

@@ -30,6 +30,12 @@ private:
 	String _displayName;
 };
 
+struct ColorTestHost
+{
+	HostServices _services;
+	Module _module{_services};
+};
+
 class ColorTest : public ::testing::Test
 {
 protected:
@@ -42,12 +48,7 @@ protected:
 	/// A loaded configuration of that path.
 	static OcioConfigRef MakeConfig(std::string_view path);
 
-	struct Host
-	{
-		HostServices _services;
-		Module _module{_services};
-	};
-	std::optional<Host> _host;
+	std::optional<ColorTestHost> _host;
 };
 
 /// The bytes of an RGB profile with that gamma and text.

@@ -52,7 +52,7 @@ TEST(KernelChannel, FillsAreConvertedFromEightBits)
 {
 	for (const Type type : reference::ALL_TYPES)
 	{
-		const auto fill = [type](const ChannelStep& step)
+		const auto fill = [](const ChannelStep& step)
 		{
 			std::array<Byte, 8> bytes = {};
 			RunSteps({&step, 1}, {bytes.data(), 0, nullptr, 0, 1});

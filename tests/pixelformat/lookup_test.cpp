@@ -53,7 +53,7 @@ protected:
 		return _counting->GetConvertPixelFunc(_source, _source->GetChannelOffsets(), dst, nullptr, nullptr, false, isColorConverted);
 	}
 
-	const HostScope _host{{&RegisterPixelFormats}};
+	const HostScope _host{&RegisterPixelFormats};
 	const Ref<CountingFormat> _counting = NewObject<CountingFormat>().TakeValue();
 	const PixelFormat _source = FormatNamed("grey.u8");
 };

@@ -19,7 +19,7 @@ protected:
 	}
 	static std::string Text(const std::string& name) { return std::string(FormatNamed(name).ToString()); }
 
-	const HostScope _host{{&RegisterPixelFormats}};
+	const HostScope _host{&RegisterPixelFormats};
 };
 
 TEST_F(Formats, Texts)
