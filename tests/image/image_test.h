@@ -5,6 +5,7 @@
 #include "image/registration.h"
 #include "pixelformat/registration.h"
 #include "tests/support/host_scope.h"
+#include "tests/support/plain_profile.h"
 #include "torvi/gfx_image.h"
 #include "torvi/ids_formats.h"
 #include "torvi/ids_keys.h"
@@ -111,25 +112,5 @@ protected:
 private:
 	HostScope _host{&RegisterPixelFormats, &RegisterImages};
 };
-
-/// A profile that is nothing but itself.
-class PlainProfileRecord final : public ColorProfileRecordInterface
-{
-public:
-	Result<Array<Byte>> WriteProfile() override { return Array<Byte>(); }
-	String GetInfo(ColorProfileInfo) const override { return {}; }
-	UInt32 GetCrc() const override { return 7; }
-	Bool HasProfile() const override { return true; }
-	ColorSpace GetColorSpace() const override { return {}; }
-	OcioConfigRef GetOcioConfig() const override { return {}; }
-	Bool IsOcio() const override { return false; }
-	CString GetOcioName() const override { return ""; }
-	CString GetOcioSecondName() const override { return ""; }
-};
-
-inline ColorProfile MakePlainProfile()
-{
-	return ColorProfile(Must(NewObject<PlainProfileRecord>()));
-}
 
 } // namespace torvi

@@ -3,6 +3,7 @@
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
 #include "tests/pixelformat/format_helpers.h"
 #include "tests/support/allocation_failure.h"
+#include "tests/support/plain_profile.h"
 
 #include <atomic>
 #include <thread>
@@ -215,19 +216,6 @@ TEST_F(Lookup, PlanesOfPackedFormatsAreRead)
 
 TEST_F(Lookup, StageOfColours)
 {
-	class Record final : public ColorProfileRecordInterface
-	{
-	public:
-		Result<Array<Byte>> WriteProfile() override { return Array<Byte>(); }
-		String GetInfo(ColorProfileInfo) const override { return {}; }
-		UInt32 GetCrc() const override { return 1; }
-		Bool HasProfile() const override { return true; }
-		ColorSpace GetColorSpace() const override { return {}; }
-		OcioConfigRef GetOcioConfig() const override { return {}; }
-		Bool IsOcio() const override { return false; }
-		CString GetOcioName() const override { return ""; }
-		CString GetOcioSecondName() const override { return ""; }
-	};
 	/// Converts colours into one destination only.
 	class Stage final : public ColorConversionStageInterface
 	{
@@ -248,7 +236,7 @@ TEST_F(Lookup, StageOfColours)
 	};
 	const auto stage = NewObject<Stage>().TakeValue();
 	ASSERT_TRUE(g_torvi->DeclareObject(ids::INTERFACE_COLORCONVERSIONSTAGE, stage).IsOk());
-	const ColorProfile profile(NewObject<Record>().TakeValue());
+	const ColorProfile profile = MakePlainProfile();
 	const PixelFormat packed = FormatNamed("rgb.u565"), yuv = FormatNamed("yuv.i422a");
 	const auto run = [&](const PixelFormat& destination, const PixelFormat& source, Bool& isColorConverted)
 	{
