@@ -18,12 +18,13 @@ using namespace simd;
 template <class T>
 constexpr Int STEP = LANES * Int(sizeof(T));
 
-/// The float32 that halves stand for.
+/// The float32 that halves stand for. Where the bits of NaNs are of no interest they may change.
+template <bool KEEPS_NANS>
 TORVI_KERNEL_INLINE VFromD<Floats> WidenHalves(VFromD<Rebind<UInt16, Floats>> halves)
 {
 #if HWY_TARGET == HWY_AVX2
-	const __m256 widened = _mm256_cvtph_ps(halves.raw);
-	if (HWY_LIKELY(_mm256_movemask_ps(_mm256_cmp_ps(widened, widened, _CMP_UNORD_Q)) == 0)) // the instruction makes NaNs quiet
+	const __m256 widened = _mm256_cvtph_ps(halves.raw); // makes NaNs quiet
+	if (!KEEPS_NANS || HWY_LIKELY(_mm256_movemask_ps(_mm256_cmp_ps(widened, widened, _CMP_UNORD_Q)) == 0))
 		return VFromD<Floats>{widened};
 #endif
 	// The bits at their places in a float32 are 2^-112 times the number, also where it is denormal. Infinities and NaNs, finite after the
@@ -39,13 +40,13 @@ TORVI_KERNEL_INLINE VFromD<Floats> WidenHalves(VFromD<Rebind<UInt16, Floats>> ha
 }
 
 /// One vector of float32 from values of type S.
-template <class S>
+template <class S, bool KEEPS_NANS = false>
 TORVI_KERNEL_INLINE VFromD<Floats> LoadFloats(const Byte* source)
 {
 	if constexpr (std::same_as<S, Float32>)
 		return LoadAt(Floats(), source);
 	else if constexpr (std::same_as<S, HalfFloat>)
-		return WidenHalves(LoadAt(Rebind<UInt16, Floats>(), source));
+		return WidenHalves<KEEPS_NANS>(LoadAt(Rebind<UInt16, Floats>(), source));
 	else
 	{
 		constexpr Float32 FACTOR = static_cast<Float32>(1.0 / static_cast<Float64>(std::numeric_limits<S>::max()));
@@ -144,7 +145,7 @@ TORVI_KERNEL_INLINE void StoreAsHalves(VFromD<Floats> a, VFromD<Floats> b, Byte*
 {
 	const auto first = ClampToHalf(a), second = ClampToHalf(b);
 #if HWY_TARGET == HWY_AVX2
-	if (HWY_LIKELY(_mm256_movemask_ps(_mm256_cmp_ps(first.raw, second.raw, _CMP_UNORD_Q)) == 0)) // the instruction makes NaNs quiet
+	if (HWY_LIKELY(_mm256_movemask_ps(_mm256_cmp_ps(first.raw, second.raw, _CMP_UNORD_Q)) == 0)) // makes NaNs quiet too
 	{
 		constexpr int TOWARDS_ZERO = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
 		_mm_storeu_si128(reinterpret_cast<__m128i*>(destination), _mm256_cvtps_ph(first.raw, TOWARDS_ZERO));
@@ -172,7 +173,7 @@ TORVI_KERNEL_INLINE void ConvertBlock(Byte* to, const Byte* from)
 	else if constexpr (std::same_as<D, HalfFloat>)
 		StoreAsHalves(LoadFloats<S>(from), LoadFloats<S>(from + STEP<S>), to);
 	else
-		StoreAt(LoadFloats<S>(from), Floats(), to);
+		StoreAt(LoadFloats<S, true>(from), Floats(), to);
 }
 
 } // namespace

@@ -226,6 +226,43 @@ TEST(SlowKernelPairs, AllValuesOfSmallTypesAgreeWithReference)
 		});
 }
 
+TEST(SlowKernelPairs, AllLengthsAgreeWithReference)
+{
+	ForEachPair(
+		[](const Format& destination, const Format& source)
+		{
+			const RunUnderTest kernel = DefaultForm(destination, source);
+			for (Int count = 0; count <= 130; ++count)
+				EXPECT_EQ("", CompareForm(destination, source, PACKED, count, count % 5, kernel));
+		});
+}
+
+// Runs that are too large for the cache are written past it, in chunks that begin on a boundary.
+TEST(KernelPairs, LargeRunsAgreeWithSmallOnes)
+{
+	struct Case
+	{
+		FixedFormat _destination, _source;
+	};
+	using enum FixedFormat;
+	for (const Case& one : {Case{RGBA_U8, RGB_U8}, Case{BGR_U8, GREY_U16}, Case{GREY_U16, RGB_U8}, Case{RGB_F32, RGB_U16}})
+		for (const Int misalignment : {0, 2, 3})
+		{
+			const Format destination(one._destination), source(one._source);
+			constexpr Int COUNT = (Int(9) << 20) + 77, PART = 1001;
+			std::vector<Byte> from(static_cast<std::size_t>(COUNT * source.PixelSize()));
+			for (std::size_t i = 0; i < from.size(); ++i)
+				from[i] = static_cast<Byte>(i * 2654435761u >> 13);
+			std::vector<Byte> large(static_cast<std::size_t>(COUNT * destination.PixelSize() + misalignment + 1), 0xA5), small(large);
+			const RunUnderTest kernel = DefaultForm(destination, source);
+			kernel({large.data() + misalignment, destination.PixelSize(), from.data(), source.PixelSize(), COUNT});
+			for (Int start = 0; start < COUNT; start += PART)
+				kernel({small.data() + misalignment + start * destination.PixelSize(), destination.PixelSize(),
+						from.data() + start * source.PixelSize(), source.PixelSize(), std::min(PART, COUNT - start)});
+			EXPECT_TRUE(large == small) << InfoOf(one._destination).GetName() << " " << misalignment;
+		}
+}
+
 TEST(SlowKernelPairs, ManyFloatsAgreeWithReference)
 {
 	ForEachPair(
