@@ -22,8 +22,8 @@ struct ChannelStep
 class ChannelProgram
 {
 public:
-	/// `rules` has an entry for each of the destination's channels. The three channels of a mean must have one type, which is neither "char"
-	/// nor "int16".
+	/// `rules` has an entry for each of the destination's channels. The three channels of a mean must have one type, which is neither
+	/// "char" nor "int16".
 	ChannelProgram(Block<const ChannelPlace> destination, Block<const ChannelPlace> source, Block<const ChannelRule> rules);
 
 	/// The sides must not overlap.

@@ -16,7 +16,7 @@ using namespace simd;
 
 /// Bytes of the values that fill one vector of float32, or two of float64.
 template <class T>
-constexpr Int STEP = LANES * Int(sizeof(T));
+constexpr Int STEP = LANES* Int(sizeof(T));
 
 /// The float32 that halves stand for. Where the bits of NaNs are of no interest they may change.
 template <bool KEEPS_NANS>
@@ -158,7 +158,9 @@ TORVI_KERNEL_INLINE void StoreAsHalves(VFromD<Floats> a, VFromD<Floats> b, Byte*
 
 /// How many values a block converts.
 template <class D>
-constexpr Int BLOCK = LANES * (sizeof(D) == 4 ? 1 : sizeof(D) == 2 ? 2 : 4);
+constexpr Int BLOCK = LANES*(sizeof(D) == 4   ? 1
+							 : sizeof(D) == 2 ? 2
+											  : 4);
 
 template <class D, class S>
 TORVI_KERNEL_INLINE void ConvertBlock(Byte* to, const Byte* from)

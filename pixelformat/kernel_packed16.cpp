@@ -37,8 +37,8 @@ void PackPixels(Byte* __restrict destination, const Byte* __restrict source, Int
 	for (Int i = 0; i < count; ++i)
 	{
 		const UInt32 middle = LoadValue<UInt32>(source + i * MIDDLE_SIZE);
-		const UInt32 pixel = Pack(middle, 0, INFO._alpha) | Pack(middle, 1, INFO._red) | Pack(middle, 2, INFO._green) |
-							 Pack(middle, 3, INFO._blue);
+		const UInt32 pixel =
+			Pack(middle, 0, INFO._alpha) | Pack(middle, 1, INFO._red) | Pack(middle, 2, INFO._green) | Pack(middle, 3, INFO._blue);
 		StoreValue(destination + i * PIXEL_SIZE, static_cast<UInt16>(pixel));
 	}
 }

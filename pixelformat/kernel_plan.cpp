@@ -21,7 +21,7 @@ struct Side
 {
 	ValueType _type = ValueType::U8;
 	PlacedChannels _channels;
-	std::array<Int, MAXIMUM_CHANNELS> _listed = {};   // by place among the offsets: the index in the caller's list
+	std::array<Int, MAXIMUM_CHANNELS> _listed = {};  // by place among the offsets: the index in the caller's list
 	std::array<Int, MAXIMUM_CHANNELS> _placeOf = {}; // the other way round
 };
 
@@ -208,8 +208,9 @@ std::optional<ConversionPlan> ConversionPlan::Make(Block<const ChannelPlace> des
 		return std::nullopt;
 	const PlacedRules placed(*to, *from, rules);
 	const Int channels = to->_channels._count, sourceChannels = from->_channels._count;
-	const auto shuffle = [&](ValueType type)
-	{ return ShuffleStep(type, sourceChannels, Block<const ChannelPick>(placed.GetPicks(type)).first(static_cast<std::size_t>(channels))); };
+	const auto shuffle = [&](ValueType type) {
+		return ShuffleStep(type, sourceChannels, Block<const ChannelPick>(placed.GetPicks(type)).first(static_cast<std::size_t>(channels)));
+	};
 	ConversionPlan plan;
 	plan._destination = to->_channels;
 	plan._source = from->_channels;

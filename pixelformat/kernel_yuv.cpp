@@ -39,7 +39,8 @@ struct ColourPlanes
 void ComputeLuma(UChar* __restrict luma, const ColourPlanes& colours, Int count)
 {
 	for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
-		luma[i] = static_cast<UChar>(((66 * colours._red._values[i] + 129 * colours._green._values[i] + 25 * colours._blue._values[i] + 128) >> 8) + 16);
+		luma[i] = static_cast<UChar>(
+			((66 * colours._red._values[i] + 129 * colours._green._values[i] + 25 * colours._blue._values[i] + 128) >> 8) + 16);
 }
 
 void ComputeChroma(UChar* __restrict u, UChar* __restrict v, const ColourPlanes& colours, Int count)

@@ -41,8 +41,7 @@ TEST(KernelChannel, AllMoversAgreeWithReference)
 					const ChannelPlace toPlace = {gap / 3, ValueTypeOf(to)}, fromPlace = {gap / 3, ValueTypeOf(from)};
 					const ChannelProgram program({&toPlace, 1}, {&fromPlace, 1}, {&MOVE, 1});
 					EXPECT_EQ("", CompareRuns(
-									  destination, source, count,
-									  [&](const KernelRun& run) { program.Run(run); },
+									  destination, source, count, [&](const KernelRun& run) { program.Run(run); },
 									  [&](Byte* pixel, const Byte* sourcePixel)
 									  { reference::Write(Convert(reference::Read(from, sourcePixel + gap / 3), to), pixel + gap / 3); }))
 						<< static_cast<int>(to) << " " << static_cast<int>(from);

@@ -16,7 +16,8 @@ namespace
 {
 
 template <class T>
-using BitsOf = std::conditional_t<sizeof(T) == 1, UChar, std::conditional_t<sizeof(T) == 2, UInt16, std::conditional_t<sizeof(T) == 4, UInt32, UInt64>>>;
+using BitsOf = std::conditional_t<sizeof(T) == 1, UChar,
+								  std::conditional_t<sizeof(T) == 2, UInt16, std::conditional_t<sizeof(T) == 4, UInt32, UInt64>>>;
 
 /// Every value of types of up to 16 bits; of the others all exponents and signs with mantissas that are empty, full, or just around what
 /// a narrower type cuts, NaNs among them.
@@ -89,8 +90,7 @@ TEST(KernelLinear, AllTypesAgreeWithThePlainLoop)
 							[&](auto to)
 							{
 								WithValueOfType(static_cast<ValueType>(s),
-												[&](auto from)
-												{
+												[&](auto from) {
 													CompareWithPlainLoop<decltype(to), decltype(from)>(static_cast<ValueType>(d),
 																									   static_cast<ValueType>(s));
 												});

@@ -60,7 +60,8 @@ FixedPlaces PlacesOf(std::string_view name)
 }
 
 // All counts side by side, and one with gaps.
-void CompareKernel(const std::optional<ConversionPlan>& plan, const reference::Format& to, const reference::Format& from, Int step, const PixelReference& reference)
+void CompareKernel(const std::optional<ConversionPlan>& plan, const reference::Format& to, const reference::Format& from, Int step,
+				   const PixelReference& reference)
 {
 	ASSERT_TRUE(plan);
 	const RunUnderTest kernel = [&](const KernelRun& run) { plan->Run(run); };
@@ -198,14 +199,14 @@ TEST(KernelRgbe, AgreesWithReference)
 			for (Int i = 0; i < count; ++i)
 				for (const char channel : {'r', 'g', 'b'})
 					Put(fixed, source.GetPixel(i), channel, reference::Single(clamped(Get(fixed, source.GetPixel(i), channel))));
-			EXPECT_EQ("", CompareRuns(destination, source, count, [&](const KernelRun& run) { encode->Run(run); },
-									  [&](Byte* pixel, const Byte* from)
-									  {
-										  const auto single = [&](char channel)
-										  { return Convert(Get(fixed, from, channel), Type::F32)._single; };
-										  const auto bytes = reference::EncodeRgbe(single('r'), single('g'), single('b'));
-										  std::copy(bytes.begin(), bytes.end(), pixel);
-									  }));
+			EXPECT_EQ("", CompareRuns(
+							  destination, source, count, [&](const KernelRun& run) { encode->Run(run); },
+							  [&](Byte* pixel, const Byte* from)
+							  {
+								  const auto single = [&](char channel) { return Convert(Get(fixed, from, channel), Type::F32)._single; };
+								  const auto bytes = reference::EncodeRgbe(single('r'), single('g'), single('b'));
+								  std::copy(bytes.begin(), bytes.end(), pixel);
+							  }));
 		}
 	}
 	EXPECT_FALSE(RgbePlanFrom(PlacesOf("rgba.f32")));
@@ -246,31 +247,32 @@ TEST(KernelYuv, AgreesWithReference)
 					RunSide yuv = SideOf(TWO_BYTES, gap, count), pixels = SideOf(fixed, gap, count);
 					FillWithValues(pixels, fixed, count, 11);
 					Int index = 0;
-					EXPECT_EQ("", CompareRuns(yuv, pixels, count, [&](const KernelRun& run) { encode->Run(run); },
-											  [&](Byte* to, const Byte* from)
-											  {
-												  if (index++ % 2 != 0)
-													  return;
-												  const auto pair = reference::EncodeYuv(rgb(from), rgb(from + stride));
-												  to[luma] = pair._y0;
-												  to[chroma] = pair._u;
-												  to[yuvStride + luma] = pair._y1;
-												  to[yuvStride + chroma] = pair._v;
-											  }));
+					EXPECT_EQ("", CompareRuns(
+									  yuv, pixels, count, [&](const KernelRun& run) { encode->Run(run); },
+									  [&](Byte* to, const Byte* from)
+									  {
+										  if (index++ % 2 != 0)
+											  return;
+										  const auto pair = reference::EncodeYuv(rgb(from), rgb(from + stride));
+										  to[luma] = pair._y0;
+										  to[chroma] = pair._u;
+										  to[yuvStride + luma] = pair._y1;
+										  to[yuvStride + chroma] = pair._v;
+									  }));
 					FillWithValues(yuv, TWO_BYTES, count, 12);
 					index = 0;
-					EXPECT_EQ("", CompareRuns(pixels, yuv, count, [&](const KernelRun& run) { decode->Run(run); },
-											  [&](Byte* to, const Byte* from)
-											  {
-												  const bool second = index++ % 2 != 0;
-												  const Byte* const first = second ? from - yuvStride : from;
-												  const auto colour =
-													  reference::DecodeYuv(from[luma], first[chroma], first[yuvStride + chroma]);
-												  for (std::size_t i = 0; i < 3; ++i)
-													  Put(fixed, to, "rgb"[i], Integer(Type::U16, colour[i]));
-												  Put(fixed, to, 'a', reference::Full(fixed._type));
-												  Put(fixed, to, 'x', Integer(fixed._type, 0));
-											  }));
+					EXPECT_EQ("", CompareRuns(
+									  pixels, yuv, count, [&](const KernelRun& run) { decode->Run(run); },
+									  [&](Byte* to, const Byte* from)
+									  {
+										  const bool second = index++ % 2 != 0;
+										  const Byte* const first = second ? from - yuvStride : from;
+										  const auto colour = reference::DecodeYuv(from[luma], first[chroma], first[yuvStride + chroma]);
+										  for (std::size_t i = 0; i < 3; ++i)
+											  Put(fixed, to, "rgb"[i], Integer(Type::U16, colour[i]));
+										  Put(fixed, to, 'a', reference::Full(fixed._type));
+										  Put(fixed, to, 'x', Integer(fixed._type, 0));
+									  }));
 				}
 			}
 	EXPECT_FALSE(YuvPlanFrom(YuvFormat::I422A, PlacesOf("abgr.u8")));
