@@ -13,6 +13,7 @@ BUILD_PACKAGES=(
 	libcli11-dev
 	nlohmann-json3-dev
 	libutf8proc-dev
+	libhwy-dev
 )
 
 TEST_PACKAGES=(
