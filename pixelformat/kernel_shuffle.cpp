@@ -68,8 +68,28 @@ void ShuffleVectors(Byte* __restrict destination, const Byte* __restrict source,
 	const simd::FixedTag<UChar, VECTOR> tag;
 	const auto order = simd::LoadU(tag, map._order.data()), fills = simd::LoadU(tag, map._fills.data());
 	const Int from = PixelsPerVector(map) * map.GetSourceSize(), to = PixelsPerVector(map) * map.GetDestinationSize();
-#pragma GCC unroll 4
-	for (Int i = 0; i < vectors; ++i)
+	Int i = 0;
+#if HWY_TARGET <= HWY_AVX2
+	const simd::FixedTag<UChar, 2 * VECTOR> pairTag;
+	const auto orders = simd::Combine(pairTag, order, order), fillPairs = simd::Combine(pairTag, fills, fills);
+	const auto shuffled = [&](Int pair)
+	{
+		const Byte* const first = source + pair * from;
+		const auto pixels = simd::Combine(pairTag, simd::LoadU(tag, first + from), simd::LoadU(tag, first));
+		return simd::Or(simd::TableLookupBytesOr0(pixels, orders), fillPairs);
+	};
+	if (to == VECTOR)
+		for (; i + 2 <= vectors; i += 2)
+			simd::StoreU(shuffled(i), pairTag, destination + i * VECTOR);
+	else
+		for (; i + 2 <= vectors; i += 2)
+		{
+			const auto pair = shuffled(i);
+			simd::StoreU(simd::LowerHalf(tag, pair), tag, destination + i * to);
+			simd::StoreU(simd::UpperHalf(tag, pair), tag, destination + (i + 1) * to);
+		}
+#endif
+	for (; i < vectors; ++i)
 	{
 		const auto pixels = simd::LoadU(tag, source + i * from);
 		simd::StoreU(simd::Or(simd::TableLookupBytesOr0(pixels, order), fills), tag, destination + i * to);
