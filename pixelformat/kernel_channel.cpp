@@ -21,7 +21,7 @@ const Byte* GatherValues(const KernelRun& run, Int offset, Int size, ValueBuffer
 {
 	if (run._sourceStride == size)
 		return run._source + offset;
-	GatherPixels(buffer.data(), run._source, run._sourceStride, run._count, {size, 1, {offset}});
+	GatherPixels(buffer.data(), run._source, run._sourceStride, run._count, PlacedChannels(size, {&offset, 1}));
 	return buffer.data();
 }
 
@@ -57,7 +57,7 @@ void ConvertValues(const KernelRun& run, const ChannelStep& step)
 	if (run._destinationStride == size)
 		return convert(run._destination + step._destination._offset, values, run._count);
 	convert(converted.data(), values, run._count);
-	SpreadPixels(run._destination, run._destinationStride, converted.data(), run._count, {size, 1, {step._destination._offset}});
+	SpreadPixels(run._destination, run._destinationStride, converted.data(), run._count, PlacedChannels(size, {&step._destination._offset, 1}));
 }
 
 void RunStep(const KernelRun& run, const ChannelStep& step)

@@ -53,12 +53,14 @@ public:
 	void Run(const KernelRun& run) const;
 
 private:
-	void Add(const PlanStep& step) { _steps[static_cast<std::size_t>(_stepCount++)] = step; }
+	void Add(const PlanStep& step);
+	void FitChunk(Int pixelSize);
 	void RunInChunks(const KernelRun& run, bool isStreamed) const;
 
 	static constexpr std::size_t MOST_STEPS = 4;
 	std::array<PlanStep, MOST_STEPS> _steps = {};
 	Int _stepCount = 0;
+	Int _chunk = 0; // pixels whose buffers stay in the cache
 	PlacedChannels _destination;
 	PlacedChannels _source;
 };

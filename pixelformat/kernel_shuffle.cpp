@@ -15,11 +15,6 @@ namespace
 constexpr Int VECTOR = 16;
 constexpr Byte NO_BYTE = 128;
 
-Int PixelsPerVector(const ShuffleMap& map)
-{
-	return VECTOR / std::max(map.GetSourceSize(), map.GetDestinationSize());
-}
-
 /// One destination channel at a time of each pixel. A fill is read from the map again and again.
 template <class T, Int COUNT>
 void ShuffleValues(Byte* __restrict destination, const Byte* __restrict source, Int count, const ShuffleMap& map)
@@ -62,55 +57,71 @@ void ShuffleOneByOne(Byte* destination, const Byte* source, Int count, const Shu
 
 #if TORVI_HAS_VECTORS
 
-/// Reads and writes 16 bytes per vector, some of which may lie behind its pixels.
-void ShuffleVectors(Byte* __restrict destination, const Byte* __restrict source, Int vectors, const ShuffleMap& map)
+constexpr simd::FixedTag<UChar, VECTOR> TAG;
+using Vector = simd::VFromD<decltype(TAG)>;
+
+/// Shuffles the pixels below `end`, some at a time, reading and writing 16 bytes each time, of which the last may belong to pixels behind.
+/// Returns the pixel it came to.
+TORVI_KERNEL_INLINE Int ShuffleVectors(Byte* __restrict destination, const Byte* __restrict source, Int end, const ShuffleMap& map, Vector order,
+									   Vector fills)
 {
-	const simd::FixedTag<UChar, VECTOR> tag;
-	const auto order = simd::LoadU(tag, map._order.data()), fills = simd::LoadU(tag, map._fills.data());
-	const Int from = PixelsPerVector(map) * map.GetSourceSize(), to = PixelsPerVector(map) * map.GetDestinationSize();
-	Int i = 0;
+	const Int step = map._pixelsPerVector, from = step * map.GetSourceSize(), to = step * map.GetDestinationSize();
+	Int pixel = 0;
 #if HWY_TARGET <= HWY_AVX2
 	const simd::FixedTag<UChar, 2 * VECTOR> pairTag;
 	const auto orders = simd::Combine(pairTag, order, order), fillPairs = simd::Combine(pairTag, fills, fills);
-	const auto shuffled = [&](Int pair)
+	for (; pixel + step < end; pixel += 2 * step, source += 2 * from, destination += 2 * to)
 	{
-		const Byte* const first = source + pair * from;
-		const auto pixels = simd::Combine(pairTag, simd::LoadU(tag, first + from), simd::LoadU(tag, first));
-		return simd::Or(simd::TableLookupBytesOr0(pixels, orders), fillPairs);
-	};
-	if (to == VECTOR)
-		for (; i + 2 <= vectors; i += 2)
-			simd::StoreU(shuffled(i), pairTag, destination + i * VECTOR);
-	else
-		for (; i + 2 <= vectors; i += 2)
+		const auto pixels = simd::Combine(pairTag, simd::LoadU(TAG, source + from), simd::LoadU(TAG, source));
+		const auto shuffled = simd::Or(simd::TableLookupBytesOr0(pixels, orders), fillPairs);
+		if (to == VECTOR)
+			simd::StoreU(shuffled, pairTag, destination);
+		else
 		{
-			const auto pair = shuffled(i);
-			simd::StoreU(simd::LowerHalf(tag, pair), tag, destination + i * to);
-			simd::StoreU(simd::UpperHalf(tag, pair), tag, destination + (i + 1) * to);
+			simd::StoreU(simd::LowerHalf(TAG, shuffled), TAG, destination);
+			simd::StoreU(simd::UpperHalf(TAG, shuffled), TAG, destination + to);
 		}
-#endif
-	for (; i < vectors; ++i)
-	{
-		const auto pixels = simd::LoadU(tag, source + i * from);
-		simd::StoreU(simd::Or(simd::TableLookupBytesOr0(pixels, order), fills), tag, destination + i * to);
 	}
+#endif
+	for (; pixel < end; pixel += step, source += from, destination += to)
+		simd::StoreU(simd::Or(simd::TableLookupBytesOr0(simd::LoadU(TAG, source), order), fills), TAG, destination);
+	return pixel;
 }
 
-/// Whole vectors for as long as they stay inside the run, then the rest by way of buffers with room behind it.
+/// Writes the first `bytes` bytes, 1 to 16, from 4 on in two parts that may overlap.
+TORVI_KERNEL_INLINE void StoreFirstBytes(Byte* destination, Vector vector, Int bytes)
+{
+	alignas(VECTOR) std::array<Byte, VECTOR> all;
+	simd::Store(vector, TAG, all.data());
+	if (bytes >= 8)
+	{
+		std::memcpy(destination, all.data(), 8);
+		std::memcpy(destination + bytes - 8, all.data() + bytes - 8, 8);
+	}
+	else if (bytes >= 4)
+	{
+		std::memcpy(destination, all.data(), 4);
+		std::memcpy(destination + bytes - 4, all.data() + bytes - 4, 4);
+	}
+	else
+		for (std::size_t i = 0; i < static_cast<std::size_t>(bytes); ++i)
+			destination[i] = all[i];
+}
+
+/// Whole vectors for as long as they stay inside the run; then vectors that are read further ahead, so that they end with the source at
+/// the latest, and of which only the pixels are written. Both sides have room for one vector's pixels, and the source for 16 bytes.
 void ShuffleSmallPixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
-	const Int from = map.GetSourceSize(), to = map.GetDestinationSize(), smaller = std::min(from, to);
-	const Int atATime = PixelsPerVector(map);
-	const Int inside = count - (VECTOR - 1) / smaller; // a vector may start at pixels below
-	const Int vectors = inside > 0 ? (inside + atATime - 1) / atATime : 0;
-	ShuffleVectors(destination, source, vectors, map);
-	const Int done = vectors * atATime, rest = count - done; // the rest is at most 64 bytes on either side
-	if (rest <= 0)
-		return;
-	std::array<Byte, 64 + 2 * VECTOR> restSource, restDestination;
-	std::memcpy(restSource.data(), source + done * from, static_cast<std::size_t>(rest * from));
-	ShuffleVectors(restDestination.data(), restSource.data(), (rest + atATime - 1) / atATime, map);
-	std::memcpy(destination + done * to, restDestination.data(), static_cast<std::size_t>(rest * to));
+	const Int from = map.GetSourceSize(), to = map.GetDestinationSize(), atATime = map._pixelsPerVector;
+	const auto order = simd::LoadU(TAG, map._order.data()), fills = simd::LoadU(TAG, map._fills.data());
+	for (Int pixel = ShuffleVectors(destination, source, count - map._reach, map, order, fills); pixel < count; pixel += atATime)
+	{
+		const Int start = std::min(pixel, count - atATime);
+		const Int readFrom = std::min(start * from, count * from - VECTOR);
+		const auto ahead = simd::Set(TAG, static_cast<UChar>(start * from - readFrom)); // leaves the top bit of bytes to fill
+		const auto pixels = simd::TableLookupBytesOr0(simd::LoadU(TAG, source + readFrom), simd::Add(order, ahead));
+		StoreFirstBytes(destination + start * to, simd::Or(pixels, fills), atATime * to);
+	}
 }
 
 #endif
@@ -119,10 +130,12 @@ void ShuffleSmallPixels(Byte* destination, const Byte* source, Int count, const 
 
 ShuffleMap MakeShuffleMap(Int valueSize, Int sourceCount, Block<const ChannelPick> picks)
 {
-	ShuffleMap map = {valueSize, CountOf(picks), sourceCount, {}, {}, {}};
+	ShuffleMap map = {valueSize, CountOf(picks), sourceCount};
 	std::copy(picks.begin(), picks.end(), map._picks.begin());
+	map._pixelsPerVector = VECTOR / std::max(map.GetSourceSize(), map.GetDestinationSize());
+	map._reach = (VECTOR - 1) / std::min(map.GetSourceSize(), map.GetDestinationSize());
 	map._order.fill(NO_BYTE);
-	for (Int pixel = 0; pixel < PixelsPerVector(map); ++pixel)
+	for (Int pixel = 0; pixel < map._pixelsPerVector; ++pixel)
 		for (Int channel = 0; channel < map._destinationCount; ++channel)
 		{
 			const ChannelPick& pick = picks[static_cast<std::size_t>(channel)];
@@ -141,7 +154,7 @@ ShuffleMap MakeShuffleMap(Int valueSize, Int sourceCount, Block<const ChannelPic
 void ShufflePixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
 #if TORVI_HAS_VECTORS
-	if (PixelsPerVector(map) > 0)
+	if (map._pixelsPerVector > 0 && count * map.GetSourceSize() >= VECTOR && count >= map._pixelsPerVector)
 		return ShuffleSmallPixels(destination, source, count, map);
 #endif
 	ShuffleOneByOne(destination, source, count, map);

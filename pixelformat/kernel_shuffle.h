@@ -22,7 +22,10 @@ struct ShuffleMap
 	Int _sourceCount = 0;
 	std::array<ChannelPick, MAXIMUM_CHANNELS> _picks = {};
 
-	// The same for as many pixels as 16 bytes hold on both sides, as bytes: where each comes from (128 for a fill), and the fills.
+	// The same for as many pixels as 16 bytes hold on both sides, none where they are too large: where each byte comes from (128 for a
+	// fill), and the fills. A vector that reads or writes 16 bytes at a pixel stays in the run while `_reach` pixels follow.
+	Int _pixelsPerVector = 0;
+	Int _reach = 0;
 	std::array<Byte, 16> _order = {};
 	std::array<Byte, 16> _fills = {};
 
