@@ -91,10 +91,8 @@ ChannelProgram::ChannelProgram(Block<const ChannelPlace> destination, Block<cons
 		_steps.push_back(MakeStep(destination[i], source, rules[i]));
 }
 
-void ChannelProgram::Run(const KernelRun& run) const
+void ChannelProgram::RunSteps(const KernelRun& run) const
 {
-	if (_plan && !_plan->IsPlanar(run)) // plane to plane needs no pixels
-		return _plan->Run(run);
 	for (Int done = 0; done < run._count; done += PIXELS_AT_A_TIME)
 	{
 		const KernelRun part = PartOf(run, done, std::min(PIXELS_AT_A_TIME, run._count - done));

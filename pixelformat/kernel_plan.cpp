@@ -189,7 +189,6 @@ constexpr std::array<Int, 1> AT_START = {0};
 
 constexpr Int BUFFER_BYTES = 8192;
 constexpr Int CHUNK_MULTIPLE = 64; // pixels; keeps the destination's alignment from chunk to chunk
-constexpr Int STREAM_BYTES = Int(8) << 20;
 
 /// How many pixels bring `address` to a multiple of STREAM_ALIGNMENT; negative if none do.
 Int PixelsToAlignment(const Byte* address, Int pixelSize)
@@ -216,7 +215,6 @@ std::optional<ConversionPlan> ConversionPlan::Make(Block<const ChannelPlace> des
 	ConversionPlan plan;
 	plan._destination = to->_channels;
 	plan._source = from->_channels;
-	plan.FitChunk(std::max(to->_channels.GetPixelSize(), from->_channels.GetPixelSize()));
 	if (placed.HasMean())
 	{
 		if (MeanKernelFor(from->_type) == nullptr || !placed.MayFillBeforeConversion())
@@ -248,19 +246,19 @@ std::optional<ConversionPlan> ConversionPlan::Make(Block<const ChannelPlace> des
 			plan.Add(shuffle(to->_type));
 		}
 	}
+	plan.Finish();
 	return plan;
 }
 
-void ConversionPlan::Add(const PlanStep& step)
+void ConversionPlan::Finish()
 {
-	_steps[static_cast<std::size_t>(_stepCount++)] = step;
-	FitChunk(std::max(step._sourceSize, step._destinationSize));
-}
-
-void ConversionPlan::FitChunk(Int pixelSize)
-{
-	const Int fitting = BUFFER_BYTES / pixelSize / CHUNK_MULTIPLE * CHUNK_MULTIPLE;
-	_chunk = _chunk == 0 ? fitting : std::min(_chunk, fitting);
+	Int largest = std::max(_source.GetPixelSize(), _destination.GetPixelSize());
+	for (Int i = 0; i < _stepCount; ++i)
+		largest = std::max(largest, _steps[static_cast<std::size_t>(i)]._destinationSize);
+	_chunk = BUFFER_BYTES / largest / CHUNK_MULTIPLE * CHUNK_MULTIPLE;
+	const bool isDirect = _stepCount == 1 && _destination.IsContiguous() && _source.IsContiguous();
+	_directDestination = isDirect ? _destination.GetPixelSize() : NO_STRIDE;
+	_directSource = isDirect ? _source.GetPixelSize() : NO_STRIDE;
 }
 
 ConversionPlan ConversionPlan::After(const PlanStep& step) const
@@ -271,6 +269,7 @@ ConversionPlan ConversionPlan::After(const PlanStep& step) const
 	plan.Add(step);
 	for (Int i = 0; i < _stepCount; ++i)
 		plan.Add(_steps[static_cast<std::size_t>(i)]);
+	plan.Finish();
 	return plan;
 }
 
@@ -279,29 +278,19 @@ ConversionPlan ConversionPlan::Before(const PlanStep& step) const
 	ConversionPlan plan = *this;
 	plan.Add(step);
 	plan._destination = PlacedChannels(step._destinationSize, AT_START);
+	plan.Finish();
 	return plan;
 }
 
-void ConversionPlan::Run(const KernelRun& run) const
+void ConversionPlan::RunAnyLayout(const KernelRun& run) const
 {
-	if (run._count <= 0)
-		return;
-	const bool toPacked = _destination.IsPacked(run._destinationStride);
-	const bool isLarge = toPacked && run._count * run._destinationStride >= STREAM_BYTES;
-	if (isLarge)
-	{
-		const Int head = PixelsToAlignment(run._destination + _destination.GetFirstOffset(), run._destinationStride);
-		if (head >= 0)
-		{
-			Run(PartOf(run, 0, head));
-			RunInChunks(PartOf(run, head, run._count - head), true);
-			return EndStream();
-		}
-	}
-	if (toPacked && _stepCount == 1 && _source.IsPacked(run._sourceStride))
-		_steps[0]._function(run._destination + _destination.GetFirstOffset(), run._source + _source.GetFirstOffset(), run._count, _steps[0]);
-	else
-		RunInChunks(run, false);
+	const bool isLarge = _destination.IsPacked(run._destinationStride) && run._count * run._destinationStride >= STREAM_BYTES;
+	const Int head = isLarge ? PixelsToAlignment(run._destination + _destination.GetFirstOffset(), run._destinationStride) : -1;
+	if (head < 0)
+		return RunInChunks(run, false);
+	RunInChunks(PartOf(run, 0, head), false);
+	RunInChunks(PartOf(run, head, run._count - head), true);
+	EndStream();
 }
 
 void ConversionPlan::RunInChunks(const KernelRun& run, bool isStreamed) const

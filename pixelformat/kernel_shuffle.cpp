@@ -60,21 +60,52 @@ void ShuffleOneByOne(Byte* destination, const Byte* source, Int count, const Shu
 constexpr simd::FixedTag<UChar, VECTOR> TAG;
 using Vector = simd::VFromD<decltype(TAG)>;
 
+/// Pixels that become so many full vectors. Fewer than fit into a vector at the end are converted together with some before them.
+template <std::size_t OUTPUTS>
+void ExpandPixels(Byte* __restrict destination, const Byte* __restrict source, Int count, const ShuffleMap& map)
+{
+	std::array<Vector, OUTPUTS> orders, fills;
+	for (std::size_t i = 0; i < OUTPUTS; ++i)
+	{
+		orders[i] = simd::LoadU(TAG, map._vectors[i]._order.data());
+		fills[i] = simd::LoadU(TAG, map._vectors[i]._fills.data());
+	}
+	constexpr Int OUTPUT_BYTES = VECTOR * Int(OUTPUTS);
+	const auto expand = [&](Byte* to, const Byte* from)
+	{
+		const Vector pixels = simd::LoadU(TAG, from);
+		for (std::size_t i = 0; i < OUTPUTS; ++i)
+			simd::StoreU(simd::Or(simd::TableLookupBytesOr0(pixels, orders[i]), fills[i]), TAG, to + Int(i) * VECTOR);
+	};
+	const Int bytes = count * map.GetSourceSize(); // becomes OUTPUTS times as many
+	Int done = 0;
+	for (; done + VECTOR <= bytes; done += VECTOR)
+		expand(destination + done * Int(OUTPUTS), source + done);
+	if (done < bytes)
+		expand(destination + bytes * Int(OUTPUTS) - OUTPUT_BYTES, source + bytes - VECTOR);
+}
+
 /// Shuffles the pixels below `end`, some at a time, reading and writing 16 bytes each time, of which the last may belong to pixels behind.
 /// Returns the pixel it came to.
-TORVI_KERNEL_INLINE Int ShuffleVectors(Byte* __restrict destination, const Byte* __restrict source, Int end, const ShuffleMap& map, Vector order,
-									   Vector fills)
+template <bool FROM_FULL, bool TO_FULL>
+TORVI_KERNEL_INLINE Int ShuffleVectors(Byte* __restrict destination, const Byte* __restrict source, Int end, const ShuffleMap& map)
 {
-	const Int step = map._pixelsPerVector, from = step * map.GetSourceSize(), to = step * map.GetDestinationSize();
+	const Int step = map._pixelsAtATime, from = FROM_FULL ? VECTOR : step * map.GetSourceSize();
+	const Int to = TO_FULL ? VECTOR : step * map.GetDestinationSize();
+	const auto order = simd::LoadU(TAG, map._vectors[0]._order.data()), fills = simd::LoadU(TAG, map._vectors[0]._fills.data());
 	Int pixel = 0;
 #if HWY_TARGET <= HWY_AVX2
 	const simd::FixedTag<UChar, 2 * VECTOR> pairTag;
 	const auto orders = simd::Combine(pairTag, order, order), fillPairs = simd::Combine(pairTag, fills, fills);
 	for (; pixel + step < end; pixel += 2 * step, source += 2 * from, destination += 2 * to)
 	{
-		const auto pixels = simd::Combine(pairTag, simd::LoadU(TAG, source + from), simd::LoadU(TAG, source));
+		simd::VFromD<decltype(pairTag)> pixels;
+		if constexpr (FROM_FULL)
+			pixels = simd::LoadU(pairTag, source);
+		else
+			pixels = simd::Combine(pairTag, simd::LoadU(TAG, source + from), simd::LoadU(TAG, source));
 		const auto shuffled = simd::Or(simd::TableLookupBytesOr0(pixels, orders), fillPairs);
-		if (to == VECTOR)
+		if constexpr (TO_FULL)
 			simd::StoreU(shuffled, pairTag, destination);
 		else
 		{
@@ -109,19 +140,34 @@ TORVI_KERNEL_INLINE void StoreFirstBytes(Byte* destination, Vector vector, Int b
 }
 
 /// Whole vectors for as long as they stay inside the run; then vectors that are read further ahead, so that they end with the source at
-/// the latest, and of which only the pixels are written. Both sides have room for one vector's pixels, and the source for 16 bytes.
-void ShuffleSmallPixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
+/// the latest, and of which only the pixels are written. The source has 16 bytes and both sides the pixels of a vector.
+template <bool FROM_FULL, bool TO_FULL>
+void ShuffleInPlace(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
-	const Int from = map.GetSourceSize(), to = map.GetDestinationSize(), atATime = map._pixelsPerVector;
-	const auto order = simd::LoadU(TAG, map._order.data()), fills = simd::LoadU(TAG, map._fills.data());
-	for (Int pixel = ShuffleVectors(destination, source, count - map._reach, map, order, fills); pixel < count; pixel += atATime)
+	const Int from = map.GetSourceSize(), to = map.GetDestinationSize(), step = map._pixelsAtATime;
+	const Int reach = FROM_FULL && TO_FULL ? step - 1 : map._reach; // pixels that must follow the first of a vector
+	const auto order = simd::LoadU(TAG, map._vectors[0]._order.data()), fills = simd::LoadU(TAG, map._vectors[0]._fills.data());
+	Int pixel = ShuffleVectors<FROM_FULL, TO_FULL>(destination, source, count - reach, map);
+	for (; pixel < count; pixel += step)
 	{
-		const Int start = std::min(pixel, count - atATime);
+		const Int start = std::min(pixel, count - step);
 		const Int readFrom = std::min(start * from, count * from - VECTOR);
 		const auto ahead = simd::Set(TAG, static_cast<UChar>(start * from - readFrom)); // leaves the top bit of bytes to fill
 		const auto pixels = simd::TableLookupBytesOr0(simd::LoadU(TAG, source + readFrom), simd::Add(order, ahead));
-		StoreFirstBytes(destination + start * to, simd::Or(pixels, fills), atATime * to);
+		StoreFirstBytes(destination + start * to, simd::Or(pixels, fills), step * to);
 	}
+}
+
+/// The loop for a map whose pixels fit into vectors.
+ShuffleMap::Function FunctionFor(const ShuffleMap& map)
+{
+	constexpr std::array EXPANDING = {&ExpandPixels<2>, &ExpandPixels<3>, &ExpandPixels<4>};
+	if (map._outputs > 1)
+		return EXPANDING[static_cast<std::size_t>(map._outputs - 2)];
+	const bool fromFull = map._pixelsAtATime * map.GetSourceSize() == VECTOR, toFull = map._pixelsAtATime * map.GetDestinationSize() == VECTOR;
+	if (fromFull)
+		return toFull ? &ShuffleInPlace<true, true> : &ShuffleInPlace<true, false>;
+	return toFull ? &ShuffleInPlace<false, true> : &ShuffleInPlace<false, false>;
 }
 
 #endif
@@ -132,32 +178,40 @@ ShuffleMap MakeShuffleMap(Int valueSize, Int sourceCount, Block<const ChannelPic
 {
 	ShuffleMap map = {valueSize, CountOf(picks), sourceCount};
 	std::copy(picks.begin(), picks.end(), map._picks.begin());
-	map._pixelsPerVector = VECTOR / std::max(map.GetSourceSize(), map.GetDestinationSize());
-	map._reach = (VECTOR - 1) / std::min(map.GetSourceSize(), map.GetDestinationSize());
-	map._order.fill(NO_BYTE);
-	for (Int pixel = 0; pixel < map._pixelsPerVector; ++pixel)
-		for (Int channel = 0; channel < map._destinationCount; ++channel)
-		{
-			const ChannelPick& pick = picks[static_cast<std::size_t>(channel)];
-			for (Int byte = 0; byte < valueSize; ++byte)
-			{
-				const auto at = static_cast<std::size_t>((pixel * map._destinationCount + channel) * valueSize + byte);
-				if (pick._index == ChannelPick::FILL)
-					map._fills[at] = reinterpret_cast<const Byte*>(&pick._fill)[byte];
-				else
-					map._order[at] = static_cast<Byte>((pixel * sourceCount + pick._index) * valueSize + byte);
-			}
-		}
+	const Int from = map.GetSourceSize(), to = map.GetDestinationSize();
+	map._pixelsAtATime = VECTOR / std::max(from, to);
+	map._reach = (VECTOR - 1) / std::min(from, to);
+	if (to > from && to % from == 0 && VECTOR % from == 0 && to <= from * Int(ShuffleMap::MOST_OUTPUTS))
+	{
+		map._pixelsAtATime = VECTOR / from;
+		map._outputs = to / from;
+	}
+	for (ShuffleMap::Vector& vector : map._vectors)
+		vector._order.fill(NO_BYTE);
+	for (Int byte = 0; byte < map._pixelsAtATime * to; ++byte)
+	{
+		const Int pixel = byte / to, byteOfValue = byte % valueSize;
+		const ChannelPick& pick = picks[static_cast<std::size_t>(byte % to / valueSize)];
+		ShuffleMap::Vector& vector = map._vectors[static_cast<std::size_t>(byte / VECTOR)];
+		const auto at = static_cast<std::size_t>(byte % VECTOR);
+		if (pick._index == ChannelPick::FILL)
+			vector._fills[at] = reinterpret_cast<const Byte*>(&pick._fill)[byteOfValue];
+		else
+			vector._order[at] = static_cast<Byte>(pixel * from + pick._index * valueSize + byteOfValue);
+	}
+#if TORVI_HAS_VECTORS
+	if (map._pixelsAtATime > 0)
+		map._function = FunctionFor(map);
+#endif
 	return map;
 }
 
 void ShufflePixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
-#if TORVI_HAS_VECTORS
-	if (map._pixelsPerVector > 0 && count * map.GetSourceSize() >= VECTOR && count >= map._pixelsPerVector)
-		return ShuffleSmallPixels(destination, source, count, map);
-#endif
-	ShuffleOneByOne(destination, source, count, map);
+	if (map._function != nullptr && count >= map._pixelsAtATime && count * map.GetSourceSize() >= VECTOR)
+		map._function(destination, source, count, map);
+	else
+		ShuffleOneByOne(destination, source, count, map);
 }
 
 } // namespace torvi
