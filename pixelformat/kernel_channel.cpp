@@ -57,7 +57,8 @@ void ConvertValues(const KernelRun& run, const ChannelStep& step)
 	if (run._destinationStride == size)
 		return convert(run._destination + step._destination._offset, values, run._count);
 	convert(converted.data(), values, run._count);
-	SpreadPixels(run._destination, run._destinationStride, converted.data(), run._count, PlacedChannels(size, {&step._destination._offset, 1}));
+	SpreadPixels(run._destination, run._destinationStride, converted.data(), run._count,
+				 PlacedChannels(size, {&step._destination._offset, 1}));
 }
 
 void RunStep(const KernelRun& run, const ChannelStep& step)

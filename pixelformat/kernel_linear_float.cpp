@@ -80,8 +80,7 @@ template <class To, class From>
 TORVI_KERNEL_INLINE VFromD<Ints> WholeNumbers(const Byte* source)
 {
 	if constexpr (std::same_as<From, Float64>)
-		return Truncate(Scale<To>(Doubles(), LoadAt(Doubles(), source)),
-						Scale<To>(Doubles(), LoadAt(Doubles(), source + STEP<Float32>)));
+		return Truncate(Scale<To>(Doubles(), LoadAt(Doubles(), source)), Scale<To>(Doubles(), LoadAt(Doubles(), source + STEP<Float32>)));
 	else
 		return Truncate(Scale<To>(Floats(), LoadFloats<From>(source)));
 }
@@ -108,8 +107,7 @@ TORVI_KERNEL_INLINE VFromD<UInts> WholeNumbers32(const Byte* source)
 {
 	if constexpr (std::same_as<From, Float64>)
 	{
-		const auto positive = [](const Byte* values)
-		{ return Max(Scale<UInt32>(Doubles(), LoadAt(Doubles(), values)), Zero(Doubles())); };
+		const auto positive = [](const Byte* values) { return Max(Scale<UInt32>(Doubles(), LoadAt(Doubles(), values)), Zero(Doubles())); };
 		return TruncateUnsigned(positive(source), positive(source + STEP<Float32>));
 	}
 	else

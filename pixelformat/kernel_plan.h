@@ -73,7 +73,7 @@ private:
 
 	std::array<PlanStep, MOST_STEPS> _steps = {};
 	Int _stepCount = 0;
-	Int _chunk = 0; // pixels whose buffers stay in the cache
+	Int _chunk = 0;                     // pixels whose buffers stay in the cache
 	Int _directDestination = NO_STRIDE; // the strides at which one step is all there is to do
 	Int _directSource = NO_STRIDE;
 	PlacedChannels _destination;

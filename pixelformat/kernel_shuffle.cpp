@@ -164,7 +164,8 @@ ShuffleMap::Function FunctionFor(const ShuffleMap& map)
 	constexpr std::array EXPANDING = {&ExpandPixels<2>, &ExpandPixels<3>, &ExpandPixels<4>};
 	if (map._outputs > 1)
 		return EXPANDING[static_cast<std::size_t>(map._outputs - 2)];
-	const bool fromFull = map._pixelsAtATime * map.GetSourceSize() == VECTOR, toFull = map._pixelsAtATime * map.GetDestinationSize() == VECTOR;
+	const bool fromFull = map._pixelsAtATime * map.GetSourceSize() == VECTOR,
+			   toFull = map._pixelsAtATime * map.GetDestinationSize() == VECTOR;
 	if (fromFull)
 		return toFull ? &ShuffleInPlace<true, true> : &ShuffleInPlace<true, false>;
 	return toFull ? &ShuffleInPlace<false, true> : &ShuffleInPlace<false, false>;
