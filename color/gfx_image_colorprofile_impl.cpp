@@ -197,7 +197,7 @@ Result<ColorProfile> ColorProfileStaticImpl::OpenProfileFromMemory(Block<const B
 						MediaSessionWrongTypeError("found invalid magic number in color profile."));
 			const UInt32 crc = Crc32c(bytes);
 			if (ColorProfileRecordImplRef known = GetProfileMap().Find(crc))
-				return ColorProfile(std::move(known));
+				return ColorProfile(known);
 			const ColorProfileRecordImplRef record = TORVI_TRY(ReadProfile(bytes, crc));
 			ColorProfile builtIn = FindBuiltInEqual(record);
 			return builtIn.IsEmpty() ? ShareRecord(record) : std::move(builtIn);
@@ -214,7 +214,7 @@ Result<ColorProfile> ColorProfileStaticImpl::OpenProfileFromFile(const Url& url)
 			const UInt32 crc = Crc32c(data);
 			ColorProfileRecordImplRef record = TORVI_TRY(ReadProfile(data, crc));
 			ColorProfile builtIn = FindBuiltInEqual(record);
-			return builtIn.IsEmpty() ? ColorProfile(std::move(record)) : std::move(builtIn);
+			return builtIn.IsEmpty() ? ColorProfile(record) : std::move(builtIn);
 		});
 }
 

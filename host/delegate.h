@@ -43,7 +43,12 @@ public:
 		if (_operations != nullptr)
 			_operations->_copy(other._storage, _storage);
 	}
-	Delegate(Delegate&& other) noexcept : Delegate(static_cast<const Delegate&>(other)) { other.Reset(); }
+	Delegate(Delegate&& other) noexcept : _operations(other._operations)
+	{
+		if (_operations != nullptr)
+			_operations->_copy(other._storage, _storage);
+		other.Reset();
+	}
 	Delegate& operator=(const Delegate& other) noexcept
 	{
 		if (this != &other)

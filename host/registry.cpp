@@ -86,10 +86,10 @@ void HostServices::Clear()
 	_classes = nullptr;
 }
 
-Result<void> HostServices::RegisterClass(ClassRef record)
+Result<void> HostServices::RegisterClass(const ClassRef& record)
 {
 	const Id id = record ? record->GetId() : Id();
-	return _classes->InsertEntry(id, std::move(record));
+	return _classes->InsertEntry(id, record);
 }
 
 ClassRef HostServices::FindClass(const Id& id) const

@@ -84,7 +84,7 @@ public:
 	HostServices& operator=(const HostServices&) = delete;
 
 	/// Enters a finished class under its id. Illegal-argument error for a second class of that id.
-	Result<void> RegisterClass(ClassRef record);
+	Result<void> RegisterClass(const ClassRef& record);
 	/// The class, or null.
 	ClassRef FindClass(const Id& id) const;
 	/// Null-pointer error if there is no such class.

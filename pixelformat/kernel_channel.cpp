@@ -21,7 +21,7 @@ const Byte* GatherValues(const KernelRun& run, Int offset, Int size, ValueBuffer
 {
 	if (run._sourceStride == size)
 		return run._source + offset;
-	GatherPixels(buffer.data(), run._source, run._sourceStride, run._count, {size, 1, {offset}});
+	GatherPixels(buffer.data(), run._source, run._sourceStride, run._count, PlacedChannels(size, {&offset, 1}));
 	return buffer.data();
 }
 
@@ -57,7 +57,8 @@ void ConvertValues(const KernelRun& run, const ChannelStep& step)
 	if (run._destinationStride == size)
 		return convert(run._destination + step._destination._offset, values, run._count);
 	convert(converted.data(), values, run._count);
-	SpreadPixels(run._destination, run._destinationStride, converted.data(), run._count, {size, 1, {step._destination._offset}});
+	SpreadPixels(run._destination, run._destinationStride, converted.data(), run._count,
+				 PlacedChannels(size, {&step._destination._offset, 1}));
 }
 
 void RunStep(const KernelRun& run, const ChannelStep& step)
@@ -91,10 +92,8 @@ ChannelProgram::ChannelProgram(Block<const ChannelPlace> destination, Block<cons
 		_steps.push_back(MakeStep(destination[i], source, rules[i]));
 }
 
-void ChannelProgram::Run(const KernelRun& run) const
+void ChannelProgram::RunSteps(const KernelRun& run) const
 {
-	if (_plan && !_plan->IsPlanar(run)) // plane to plane needs no pixels
-		return _plan->Run(run);
 	for (Int done = 0; done < run._count; done += PIXELS_AT_A_TIME)
 	{
 		const KernelRun part = PartOf(run, done, std::min(PIXELS_AT_A_TIME, run._count - done));

@@ -27,9 +27,17 @@ public:
 	ChannelProgram(Block<const ChannelPlace> destination, Block<const ChannelPlace> source, Block<const ChannelRule> rules);
 
 	/// The sides must not overlap.
-	void Run(const KernelRun& run) const;
+	void Run(const KernelRun& run) const
+	{
+		if (_plan && !_plan->IsPlanar(run)) // plane to plane needs no pixels
+			_plan->Run(run);
+		else
+			RunSteps(run);
+	}
 
 private:
+	void RunSteps(const KernelRun& run) const;
+
 	std::optional<ConversionPlan> _plan;
 	Array<ChannelStep> _steps;
 };

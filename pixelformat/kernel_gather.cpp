@@ -52,47 +52,49 @@ constexpr std::array<Movers, MAXIMUM_CHANNELS> MOVERS = {MOVERS_OF<T, 1>, MOVERS
 
 const Movers& MoversFor(const PlacedChannels& channels)
 {
-	return *WithValueOfSize(channels._valueSize,
-							[&](auto value) { return &MOVERS<decltype(value)>[static_cast<std::size_t>(channels._count - 1)]; });
+	return *WithValueOfSize(channels.GetValueSize(),
+							[&](auto value) { return &MOVERS<decltype(value)>[static_cast<std::size_t>(channels.GetCount() - 1)]; });
 }
 
 template <class Pointers, class Pointer>
 Pointers PlanesOf(Pointer first, const PlacedChannels& channels)
 {
 	Pointers planes = {};
-	for (std::size_t i = 0; i < static_cast<std::size_t>(channels._count); ++i)
-		planes[i] = first + channels._offsets[i];
+	for (std::size_t i = 0; i < static_cast<std::size_t>(channels.GetCount()); ++i)
+		planes[i] = first + channels.GetOffsets()[i];
 	return planes;
 }
 
 } // namespace
 
-bool PlacedChannels::IsContiguous() const
+PlacedChannels::PlacedChannels(Int valueSize, Block<const Int> offsets)
+	: _valueSize(valueSize), _count(CountOf(offsets)), _pixelSize(valueSize * _count)
 {
-	for (Int i = 1; i < _count; ++i)
-		if (_offsets[static_cast<std::size_t>(i)] != _offsets[0] + i * _valueSize)
-			return false;
-	return true;
+	for (std::size_t i = 0; i < offsets.size(); ++i)
+	{
+		_offsets[i] = offsets[i];
+		_isContiguous = _isContiguous && offsets[i] == offsets[0] + static_cast<Int>(i) * valueSize;
+	}
 }
 
 void GatherPixels(Byte* packed, const Byte* source, Int stride, Int pixels, const PlacedChannels& channels)
 {
 	if (channels.IsContiguous())
-		MoversFor(channels)._copy(packed, channels.GetPixelSize(), source + channels._offsets[0], stride, pixels);
+		MoversFor(channels)._copy(packed, channels.GetPixelSize(), source + channels.GetFirstOffset(), stride, pixels);
 	else if (channels.IsPlanar(stride))
-		InterleaveKernelFor(channels._valueSize, channels._count)(packed, PlanesOf<ConstPlanePointers>(source, channels), pixels);
+		InterleaveKernelFor(channels.GetValueSize(), channels.GetCount())(packed, PlanesOf<ConstPlanePointers>(source, channels), pixels);
 	else
-		MoversFor(channels)._gather(packed, source, stride, pixels, channels._offsets);
+		MoversFor(channels)._gather(packed, source, stride, pixels, channels.GetOffsets());
 }
 
 void SpreadPixels(Byte* destination, Int stride, const Byte* packed, Int pixels, const PlacedChannels& channels)
 {
 	if (channels.IsContiguous())
-		MoversFor(channels)._copy(destination + channels._offsets[0], stride, packed, channels.GetPixelSize(), pixels);
+		MoversFor(channels)._copy(destination + channels.GetFirstOffset(), stride, packed, channels.GetPixelSize(), pixels);
 	else if (channels.IsPlanar(stride))
-		DeinterleaveKernelFor(channels._valueSize, channels._count)(PlanesOf<PlanePointers>(destination, channels), packed, pixels);
+		DeinterleaveKernelFor(channels.GetValueSize(), channels.GetCount())(PlanesOf<PlanePointers>(destination, channels), packed, pixels);
 	else
-		MoversFor(channels)._spread(destination, stride, packed, pixels, channels._offsets);
+		MoversFor(channels)._spread(destination, stride, packed, pixels, channels.GetOffsets());
 }
 
 } // namespace torvi

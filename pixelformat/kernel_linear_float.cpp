@@ -14,6 +14,8 @@ namespace
 
 using namespace simd;
 
+constexpr UInt32 SIGN = 0x80000000;
+
 /// Bytes of the values that fill one vector of float32, or two of float64.
 template <class T>
 constexpr Int STEP = LANES* Int(sizeof(T));
@@ -47,6 +49,16 @@ TORVI_KERNEL_INLINE VFromD<Floats> LoadFloats(const Byte* source)
 		return LoadAt(Floats(), source);
 	else if constexpr (std::same_as<S, HalfFloat>)
 		return WidenHalves<KEEPS_NANS>(LoadAt(Rebind<UInt16, Floats>(), source));
+	else if constexpr (sizeof(S) == 4)
+	{
+		// Both halves of the number are exact, and so is the first of them times 2^16: the sum is rounded once, as the number would be.
+		auto bits = LoadAt(UInts(), source);
+		if constexpr (std::signed_integral<S>)
+			bits = Xor(bits, Set(UInts(), SIGN));
+		const auto high = ConvertTo(Floats(), BitCast(Ints(), ShiftRight<16>(bits)));
+		const auto low = ConvertTo(Floats(), BitCast(Ints(), And(bits, Set(UInts(), 0xFFFF))));
+		return Mul(Add(Mul(high, Set(Floats(), 65536.0f)), low), Set(Floats(), 0x1p-32f));
+	}
 	else
 	{
 		constexpr Float32 FACTOR = static_cast<Float32>(1.0 / static_cast<Float64>(std::numeric_limits<S>::max()));
@@ -54,28 +66,24 @@ TORVI_KERNEL_INLINE VFromD<Floats> LoadFloats(const Byte* source)
 	}
 }
 
-/// The values times full scale of `To` and a half, between 0 and `limit`. NaN becomes 0.
+/// The values times full scale of `To` and a half, at most full scale.
 template <class To, class Tag>
-TORVI_KERNEL_INLINE VFromD<Tag> Scale(Tag tag, VFromD<Tag> values, TFromD<Tag> limit)
+TORVI_KERNEL_INLINE VFromD<Tag> Scale(Tag tag, VFromD<Tag> values)
 {
-	constexpr auto FULL = static_cast<TFromD<Tag>>(std::numeric_limits<To>::max());
-	const auto scaled = Add(Mul(Set(tag, FULL), values), Set(tag, TFromD<Tag>(0.5)));
-	return Min(Max(scaled, Zero(tag)), Set(tag, limit));
+	const auto full = Set(tag, static_cast<TFromD<Tag>>(std::numeric_limits<To>::max()));
+	return Min(full, Add(Mul(full, values), Set(tag, TFromD<Tag>(0.5)))); // NaN stays
 }
 
-/// One vector of numbers that fit into `To`, which has 8 or 16 bits, from floats of any width.
+/// One vector of numbers that fit into `To`, which has 8 or 16 bits, from floats of any width. What is below 0 and NaN become negative
+/// numbers, which are stored as 0.
 template <class To, class From>
 TORVI_KERNEL_INLINE VFromD<Ints> WholeNumbers(const Byte* source)
 {
-	constexpr auto FULL = std::numeric_limits<To>::max();
 	if constexpr (std::same_as<From, Float64>)
-		return Truncate(Scale<To>(Doubles(), LoadAt(Doubles(), source), FULL),
-						Scale<To>(Doubles(), LoadAt(Doubles(), source + STEP<Float32>), FULL));
+		return Truncate(Scale<To>(Doubles(), LoadAt(Doubles(), source)), Scale<To>(Doubles(), LoadAt(Doubles(), source + STEP<Float32>)));
 	else
-		return Truncate(Scale<To>(Floats(), LoadFloats<From>(source), FULL));
+		return Truncate(Scale<To>(Floats(), LoadFloats<From>(source)));
 }
-
-constexpr UInt32 SIGN = 0x80000000;
 
 /// Cuts numbers from 0 to below 2^32: what is 2^31 and more is cut without it and gets it back as a bit.
 TORVI_KERNEL_INLINE VFromD<UInts> TruncateUnsigned(VFromD<Floats> floats)
@@ -99,9 +107,8 @@ TORVI_KERNEL_INLINE VFromD<UInts> WholeNumbers32(const Byte* source)
 {
 	if constexpr (std::same_as<From, Float64>)
 	{
-		constexpr Float64 FULL = 4294967295.0;
-		return TruncateUnsigned(Scale<UInt32>(Doubles(), LoadAt(Doubles(), source), FULL),
-								Scale<UInt32>(Doubles(), LoadAt(Doubles(), source + STEP<Float32>), FULL));
+		const auto positive = [](const Byte* values) { return Max(Scale<UInt32>(Doubles(), LoadAt(Doubles(), values)), Zero(Doubles())); };
+		return TruncateUnsigned(positive(source), positive(source + STEP<Float32>));
 	}
 	else
 	{
@@ -141,11 +148,14 @@ TORVI_KERNEL_INLINE VFromD<Ints> HalfBits(VFromD<Floats> clamped)
 	return BitCast(Ints(), Or(sign, unsignedBits));
 }
 
+/// Two vectors of values of type S.
+template <class S>
 TORVI_KERNEL_INLINE void StoreAsHalves(VFromD<Floats> a, VFromD<Floats> b, Byte* destination)
 {
-	const auto first = ClampToHalf(a), second = ClampToHalf(b);
+	constexpr bool MAY_LEAVE_RANGE = std::floating_point<S>;
+	const auto first = MAY_LEAVE_RANGE ? ClampToHalf(a) : a, second = MAY_LEAVE_RANGE ? ClampToHalf(b) : b;
 #if HWY_TARGET == HWY_AVX2
-	if (HWY_LIKELY(_mm256_movemask_ps(_mm256_cmp_ps(first.raw, second.raw, _CMP_UNORD_Q)) == 0)) // makes NaNs quiet too
+	if (!MAY_LEAVE_RANGE || HWY_LIKELY(_mm256_movemask_ps(_mm256_cmp_ps(first.raw, second.raw, _CMP_UNORD_Q)) == 0)) // makes NaNs quiet
 	{
 		constexpr int TOWARDS_ZERO = _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC;
 		_mm_storeu_si128(reinterpret_cast<__m128i*>(destination), _mm256_cvtps_ph(first.raw, TOWARDS_ZERO));
@@ -172,8 +182,10 @@ TORVI_KERNEL_INLINE void ConvertBlock(Byte* to, const Byte* from)
 		StoreAsShorts(WholeNumbers<D, S>(from), WholeNumbers<D, S>(from + STEP<S>), to);
 	else if constexpr (std::same_as<D, UInt32>)
 		StoreAt(WholeNumbers32<S>(from), UInts(), to);
+	else if constexpr (std::same_as<D, Int32>)
+		StoreAt(Xor(WholeNumbers32<S>(from), Set(UInts(), SIGN)), UInts(), to);
 	else if constexpr (std::same_as<D, HalfFloat>)
-		StoreAsHalves(LoadFloats<S>(from), LoadFloats<S>(from + STEP<S>), to);
+		StoreAsHalves<S>(LoadFloats<S>(from), LoadFloats<S>(from + STEP<S>), to);
 	else
 		StoreAt(LoadFloats<S, true>(from), Floats(), to);
 }

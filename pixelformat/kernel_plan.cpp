@@ -32,21 +32,21 @@ std::optional<Side> MakeSide(Block<const ChannelPlace> places)
 		return std::nullopt;
 	Side side;
 	side._type = places[0]._type;
-	side._channels._valueSize = SizeOf(side._type);
-	side._channels._count = CountOf(places);
 	const auto listed = Block<Int>(side._listed).first(count);
 	std::iota(listed.begin(), listed.end(), Int(0));
 	std::stable_sort(listed.begin(), listed.end(),
 					 [&](Int a, Int b)
 					 { return places[static_cast<std::size_t>(a)]._offset < places[static_cast<std::size_t>(b)]._offset; });
+	std::array<Int, MAXIMUM_CHANNELS> offsets = {};
 	for (std::size_t i = 0; i < count; ++i)
 	{
 		const auto index = static_cast<std::size_t>(listed[i]);
 		if (places[index]._type != side._type)
 			return std::nullopt;
-		side._channels._offsets[i] = places[index]._offset;
+		offsets[i] = places[index]._offset;
 		side._placeOf[index] = static_cast<Int>(i);
 	}
+	side._channels = PlacedChannels(SizeOf(side._type), Block<const Int>(offsets).first(count));
 	return side;
 }
 
@@ -138,7 +138,7 @@ public:
 		for (std::size_t i = 0; i < GetCount(); ++i)
 			if (_rules[i]._kind != Kind::Move || _rules[i]._sources[0] != static_cast<Int>(i))
 				return false;
-		return _destination._channels._count == _source._channels._count;
+		return _destination._channels.GetCount() == _source._channels.GetCount();
 	}
 
 	bool MayFillBeforeConversion() const
@@ -160,7 +160,7 @@ public:
 
 	MeanMap GetMeanMap() const
 	{
-		MeanMap map = {_destination._channels._count, _source._channels._count, {}};
+		MeanMap map = {_destination._channels.GetCount(), _source._channels.GetCount(), {}};
 		for (std::size_t i = 0; i < GetCount(); ++i)
 		{
 			MeanPick& pick = map._picks[i];
@@ -177,7 +177,7 @@ public:
 	}
 
 private:
-	std::size_t GetCount() const { return static_cast<std::size_t>(_destination._channels._count); }
+	std::size_t GetCount() const { return static_cast<std::size_t>(_destination._channels.GetCount()); }
 	Block<const ChannelRule> GetRules() const { return Block<const ChannelRule>(_rules).first(GetCount()); }
 
 	const Side& _destination;
@@ -185,9 +185,10 @@ private:
 	std::array<ChannelRule, MAXIMUM_CHANNELS> _rules = {};
 };
 
+constexpr std::array<Int, 1> AT_START = {0};
+
 constexpr Int BUFFER_BYTES = 8192;
 constexpr Int CHUNK_MULTIPLE = 64; // pixels; keeps the destination's alignment from chunk to chunk
-constexpr Int STREAM_BYTES = Int(8) << 20;
 
 /// How many pixels bring `address` to a multiple of STREAM_ALIGNMENT; negative if none do.
 Int PixelsToAlignment(const Byte* address, Int pixelSize)
@@ -207,7 +208,7 @@ std::optional<ConversionPlan> ConversionPlan::Make(Block<const ChannelPlace> des
 	if (!to || !from)
 		return std::nullopt;
 	const PlacedRules placed(*to, *from, rules);
-	const Int channels = to->_channels._count, sourceChannels = from->_channels._count;
+	const Int channels = to->_channels.GetCount(), sourceChannels = from->_channels.GetCount();
 	const auto shuffle = [&](ValueType type) {
 		return ShuffleStep(type, sourceChannels, Block<const ChannelPick>(placed.GetPicks(type)).first(static_cast<std::size_t>(channels)));
 	};
@@ -245,17 +246,30 @@ std::optional<ConversionPlan> ConversionPlan::Make(Block<const ChannelPlace> des
 			plan.Add(shuffle(to->_type));
 		}
 	}
+	plan.Finish();
 	return plan;
+}
+
+void ConversionPlan::Finish()
+{
+	Int largest = std::max(_source.GetPixelSize(), _destination.GetPixelSize());
+	for (Int i = 0; i < _stepCount; ++i)
+		largest = std::max(largest, _steps[static_cast<std::size_t>(i)]._destinationSize);
+	_chunk = BUFFER_BYTES / largest / CHUNK_MULTIPLE * CHUNK_MULTIPLE;
+	const bool isDirect = _stepCount == 1 && _destination.IsContiguous() && _source.IsContiguous();
+	_directDestination = isDirect ? _destination.GetPixelSize() : NO_STRIDE;
+	_directSource = isDirect ? _source.GetPixelSize() : NO_STRIDE;
 }
 
 ConversionPlan ConversionPlan::After(const PlanStep& step) const
 {
 	ConversionPlan plan;
-	plan._source = {step._sourceSize, 1, {}};
+	plan._source = PlacedChannels(step._sourceSize, AT_START);
 	plan._destination = _destination;
 	plan.Add(step);
 	for (Int i = 0; i < _stepCount; ++i)
 		plan.Add(_steps[static_cast<std::size_t>(i)]);
+	plan.Finish();
 	return plan;
 }
 
@@ -263,47 +277,33 @@ ConversionPlan ConversionPlan::Before(const PlanStep& step) const
 {
 	ConversionPlan plan = *this;
 	plan.Add(step);
-	plan._destination = {step._destinationSize, 1, {}};
+	plan._destination = PlacedChannels(step._destinationSize, AT_START);
+	plan.Finish();
 	return plan;
 }
 
-void ConversionPlan::Run(const KernelRun& run) const
+void ConversionPlan::RunAnyLayout(const KernelRun& run) const
 {
-	if (run._count <= 0)
-		return;
-	const bool toPacked = _destination.IsPacked(run._destinationStride);
-	const bool isLarge = toPacked && run._count * run._destinationStride >= STREAM_BYTES;
-	if (isLarge)
-	{
-		const Int head = PixelsToAlignment(run._destination + _destination._offsets[0], run._destinationStride);
-		if (head >= 0)
-		{
-			Run(PartOf(run, 0, head));
-			RunInChunks(PartOf(run, head, run._count - head), true);
-			return EndStream();
-		}
-	}
-	if (toPacked && _stepCount == 1 && _source.IsPacked(run._sourceStride))
-		_steps[0]._function(run._destination + _destination._offsets[0], run._source + _source._offsets[0], run._count, _steps[0]);
-	else
-		RunInChunks(run, false);
+	const bool isLarge = _destination.IsPacked(run._destinationStride) && run._count * run._destinationStride >= STREAM_BYTES;
+	const Int head = isLarge ? PixelsToAlignment(run._destination + _destination.GetFirstOffset(), run._destinationStride) : -1;
+	if (head < 0)
+		return RunInChunks(run, false);
+	RunInChunks(PartOf(run, 0, head), false);
+	RunInChunks(PartOf(run, head, run._count - head), true);
+	EndStream();
 }
 
 void ConversionPlan::RunInChunks(const KernelRun& run, bool isStreamed) const
 {
 	const bool toPacked = _destination.IsPacked(run._destinationStride), fromPacked = _source.IsPacked(run._sourceStride);
-	Int largest = std::max(_source.GetPixelSize(), _destination.GetPixelSize());
-	for (Int i = 0; i < _stepCount; ++i)
-		largest = std::max(largest, _steps[static_cast<std::size_t>(i)]._destinationSize);
-	const Int chunk = BUFFER_BYTES / largest / CHUNK_MULTIPLE * CHUNK_MULTIPLE;
 	alignas(STREAM_ALIGNMENT) std::array<std::array<Byte, BUFFER_BYTES>, 2> buffers;
-	for (Int done = 0; done < run._count; done += chunk)
+	for (Int done = 0; done < run._count; done += _chunk)
 	{
-		const KernelRun part = PartOf(run, done, std::min(chunk, run._count - done));
+		const KernelRun part = PartOf(run, done, std::min(_chunk, run._count - done));
 		std::size_t next = 0;
 		const auto nextBuffer = [&]() { return buffers[next ^= 1].data(); };
-		const Byte* pixels = part._source + _source._offsets[0];
-		Byte* const target = toPacked && !isStreamed ? part._destination + _destination._offsets[0] : nullptr;
+		const Byte* pixels = part._source + _source.GetFirstOffset();
+		Byte* const target = toPacked && !isStreamed ? part._destination + _destination.GetFirstOffset() : nullptr;
 		if (!fromPacked)
 		{
 			Byte* const gathered = _stepCount == 0 && target != nullptr ? target : nextBuffer();
@@ -318,7 +318,7 @@ void ConversionPlan::RunInChunks(const KernelRun& run, bool isStreamed) const
 			pixels = result;
 		}
 		if (isStreamed)
-			StreamCopy(part._destination + _destination._offsets[0], pixels, part._count * _destination.GetPixelSize());
+			StreamCopy(part._destination + _destination.GetFirstOffset(), pixels, part._count * _destination.GetPixelSize());
 		else if (!toPacked)
 			SpreadPixels(part._destination, part._destinationStride, pixels, part._count, _destination);
 		else if (fromPacked && _stepCount == 0)

@@ -8,6 +8,7 @@
 #include "pixelformat/kernel_mean.h"
 #include "pixelformat/kernel_shuffle.h"
 
+#include <limits>
 #include <optional>
 
 namespace torvi
@@ -50,15 +51,31 @@ public:
 	}
 
 	/// The sides must not overlap.
-	void Run(const KernelRun& run) const;
+	void Run(const KernelRun& run) const
+	{
+		if (run._destinationStride == _directDestination && run._sourceStride == _directSource && run._count > 0 &&
+			run._count * run._destinationStride < STREAM_BYTES)
+			_steps[0]._function(run._destination + _destination.GetFirstOffset(), run._source + _source.GetFirstOffset(), run._count,
+								_steps[0]);
+		else
+			RunAnyLayout(run);
+	}
 
 private:
 	void Add(const PlanStep& step) { _steps[static_cast<std::size_t>(_stepCount++)] = step; }
+	void Finish();
+	void RunAnyLayout(const KernelRun& run) const;
 	void RunInChunks(const KernelRun& run, bool isStreamed) const;
 
 	static constexpr std::size_t MOST_STEPS = 4;
+	static constexpr Int STREAM_BYTES = Int(8) << 20; // what is written past the cache
+	static constexpr Int NO_STRIDE = std::numeric_limits<Int>::min();
+
 	std::array<PlanStep, MOST_STEPS> _steps = {};
 	Int _stepCount = 0;
+	Int _chunk = 0;                     // pixels whose buffers stay in the cache
+	Int _directDestination = NO_STRIDE; // the strides at which one step is all there is to do
+	Int _directSource = NO_STRIDE;
 	PlacedChannels _destination;
 	PlacedChannels _source;
 };

@@ -15,11 +15,6 @@ namespace
 constexpr Int VECTOR = 16;
 constexpr Byte NO_BYTE = 128;
 
-Int PixelsPerVector(const ShuffleMap& map)
-{
-	return VECTOR / std::max(map.GetSourceSize(), map.GetDestinationSize());
-}
-
 /// One destination channel at a time of each pixel. A fill is read from the map again and again.
 template <class T, Int COUNT>
 void ShuffleValues(Byte* __restrict destination, const Byte* __restrict source, Int count, const ShuffleMap& map)
@@ -62,35 +57,118 @@ void ShuffleOneByOne(Byte* destination, const Byte* source, Int count, const Shu
 
 #if TORVI_HAS_VECTORS
 
-/// Reads and writes 16 bytes per vector, some of which may lie behind its pixels.
-void ShuffleVectors(Byte* __restrict destination, const Byte* __restrict source, Int vectors, const ShuffleMap& map)
+constexpr simd::FixedTag<UChar, VECTOR> TAG;
+using Vector = simd::VFromD<decltype(TAG)>;
+
+/// Pixels that become so many full vectors. Fewer than fit into a vector at the end are converted together with some before them.
+template <std::size_t OUTPUTS>
+void ExpandPixels(Byte* __restrict destination, const Byte* __restrict source, Int count, const ShuffleMap& map)
 {
-	const simd::FixedTag<UChar, VECTOR> tag;
-	const auto order = simd::LoadU(tag, map._order.data()), fills = simd::LoadU(tag, map._fills.data());
-	const Int from = PixelsPerVector(map) * map.GetSourceSize(), to = PixelsPerVector(map) * map.GetDestinationSize();
-#pragma GCC unroll 4
-	for (Int i = 0; i < vectors; ++i)
+	std::array<Vector, OUTPUTS> orders, fills;
+	for (std::size_t i = 0; i < OUTPUTS; ++i)
 	{
-		const auto pixels = simd::LoadU(tag, source + i * from);
-		simd::StoreU(simd::Or(simd::TableLookupBytesOr0(pixels, order), fills), tag, destination + i * to);
+		orders[i] = simd::LoadU(TAG, map._vectors[i]._order.data());
+		fills[i] = simd::LoadU(TAG, map._vectors[i]._fills.data());
+	}
+	constexpr Int OUTPUT_BYTES = VECTOR * Int(OUTPUTS);
+	const auto expand = [&](Byte* to, const Byte* from)
+	{
+		const Vector pixels = simd::LoadU(TAG, from);
+		for (std::size_t i = 0; i < OUTPUTS; ++i)
+			simd::StoreU(simd::Or(simd::TableLookupBytesOr0(pixels, orders[i]), fills[i]), TAG, to + Int(i) * VECTOR);
+	};
+	const Int bytes = count * map.GetSourceSize(); // becomes OUTPUTS times as many
+	Int done = 0;
+	for (; done + VECTOR <= bytes; done += VECTOR)
+		expand(destination + done * Int(OUTPUTS), source + done);
+	if (done < bytes)
+		expand(destination + bytes * Int(OUTPUTS) - OUTPUT_BYTES, source + bytes - VECTOR);
+}
+
+/// Shuffles the pixels below `end`, some at a time, reading and writing 16 bytes each time, of which the last may belong to pixels behind.
+/// Returns the pixel it came to.
+template <bool FROM_FULL, bool TO_FULL>
+TORVI_KERNEL_INLINE Int ShuffleVectors(Byte* __restrict destination, const Byte* __restrict source, Int end, const ShuffleMap& map)
+{
+	const Int step = map._pixelsAtATime, from = FROM_FULL ? VECTOR : step * map.GetSourceSize();
+	const Int to = TO_FULL ? VECTOR : step * map.GetDestinationSize();
+	const auto order = simd::LoadU(TAG, map._vectors[0]._order.data()), fills = simd::LoadU(TAG, map._vectors[0]._fills.data());
+	Int pixel = 0;
+#if HWY_TARGET <= HWY_AVX2
+	const simd::FixedTag<UChar, 2 * VECTOR> pairTag;
+	const auto orders = simd::Combine(pairTag, order, order), fillPairs = simd::Combine(pairTag, fills, fills);
+	for (; pixel + step < end; pixel += 2 * step, source += 2 * from, destination += 2 * to)
+	{
+		simd::VFromD<decltype(pairTag)> pixels;
+		if constexpr (FROM_FULL)
+			pixels = simd::LoadU(pairTag, source);
+		else
+			pixels = simd::Combine(pairTag, simd::LoadU(TAG, source + from), simd::LoadU(TAG, source));
+		const auto shuffled = simd::Or(simd::TableLookupBytesOr0(pixels, orders), fillPairs);
+		if constexpr (TO_FULL)
+			simd::StoreU(shuffled, pairTag, destination);
+		else
+		{
+			simd::StoreU(simd::LowerHalf(TAG, shuffled), TAG, destination);
+			simd::StoreU(simd::UpperHalf(TAG, shuffled), TAG, destination + to);
+		}
+	}
+#endif
+	for (; pixel < end; pixel += step, source += from, destination += to)
+		simd::StoreU(simd::Or(simd::TableLookupBytesOr0(simd::LoadU(TAG, source), order), fills), TAG, destination);
+	return pixel;
+}
+
+/// Writes the first `bytes` bytes, 1 to 16, from 4 on in two parts that may overlap.
+TORVI_KERNEL_INLINE void StoreFirstBytes(Byte* destination, Vector vector, Int bytes)
+{
+	alignas(VECTOR) std::array<Byte, VECTOR> all;
+	simd::Store(vector, TAG, all.data());
+	if (bytes >= 8)
+	{
+		std::memcpy(destination, all.data(), 8);
+		std::memcpy(destination + bytes - 8, all.data() + bytes - 8, 8);
+	}
+	else if (bytes >= 4)
+	{
+		std::memcpy(destination, all.data(), 4);
+		std::memcpy(destination + bytes - 4, all.data() + bytes - 4, 4);
+	}
+	else
+		for (std::size_t i = 0; i < static_cast<std::size_t>(bytes); ++i)
+			destination[i] = all[i];
+}
+
+/// Whole vectors for as long as they stay inside the run; then vectors that are read further ahead, so that they end with the source at
+/// the latest, and of which only the pixels are written. The source has 16 bytes and both sides the pixels of a vector.
+template <bool FROM_FULL, bool TO_FULL>
+void ShuffleInPlace(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
+{
+	const Int from = map.GetSourceSize(), to = map.GetDestinationSize(), step = map._pixelsAtATime;
+	const Int reach = FROM_FULL && TO_FULL ? step - 1 : map._reach; // pixels that must follow the first of a vector
+	const auto order = simd::LoadU(TAG, map._vectors[0]._order.data()), fills = simd::LoadU(TAG, map._vectors[0]._fills.data());
+	Int pixel = ShuffleVectors<FROM_FULL, TO_FULL>(destination, source, count - reach, map);
+	for (; pixel < count; pixel += step)
+	{
+		const Int start = std::min(pixel, count - step);
+		const Int readFrom = std::min(start * from, count * from - VECTOR);
+		const auto ahead = simd::Set(TAG, static_cast<UChar>(start * from - readFrom)); // leaves the top bit of bytes to fill
+		const auto pixels = simd::TableLookupBytesOr0(simd::LoadU(TAG, source + readFrom), simd::Add(order, ahead));
+		StoreFirstBytes(destination + start * to, simd::Or(pixels, fills), step * to);
 	}
 }
 
-/// Whole vectors for as long as they stay inside the run, then the rest by way of buffers with room behind it.
-void ShuffleSmallPixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
+/// The loop for a map whose pixels fit into vectors.
+ShuffleMap::Function FunctionFor(const ShuffleMap& map)
 {
-	const Int from = map.GetSourceSize(), to = map.GetDestinationSize(), smaller = std::min(from, to);
-	const Int atATime = PixelsPerVector(map);
-	const Int inside = count - (VECTOR - 1) / smaller; // a vector may start at pixels below
-	const Int vectors = inside > 0 ? (inside + atATime - 1) / atATime : 0;
-	ShuffleVectors(destination, source, vectors, map);
-	const Int done = vectors * atATime, rest = count - done; // the rest is at most 64 bytes on either side
-	if (rest <= 0)
-		return;
-	std::array<Byte, 64 + 2 * VECTOR> restSource, restDestination;
-	std::memcpy(restSource.data(), source + done * from, static_cast<std::size_t>(rest * from));
-	ShuffleVectors(restDestination.data(), restSource.data(), (rest + atATime - 1) / atATime, map);
-	std::memcpy(destination + done * to, restDestination.data(), static_cast<std::size_t>(rest * to));
+	constexpr std::array EXPANDING = {&ExpandPixels<2>, &ExpandPixels<3>, &ExpandPixels<4>};
+	if (map._outputs > 1)
+		return EXPANDING[static_cast<std::size_t>(map._outputs - 2)];
+	const bool fromFull = map._pixelsAtATime * map.GetSourceSize() == VECTOR,
+			   toFull = map._pixelsAtATime * map.GetDestinationSize() == VECTOR;
+	if (fromFull)
+		return toFull ? &ShuffleInPlace<true, true> : &ShuffleInPlace<true, false>;
+	return toFull ? &ShuffleInPlace<false, true> : &ShuffleInPlace<false, false>;
 }
 
 #endif
@@ -99,32 +177,42 @@ void ShuffleSmallPixels(Byte* destination, const Byte* source, Int count, const 
 
 ShuffleMap MakeShuffleMap(Int valueSize, Int sourceCount, Block<const ChannelPick> picks)
 {
-	ShuffleMap map = {valueSize, CountOf(picks), sourceCount, {}, {}, {}};
+	ShuffleMap map = {valueSize, CountOf(picks), sourceCount};
 	std::copy(picks.begin(), picks.end(), map._picks.begin());
-	map._order.fill(NO_BYTE);
-	for (Int pixel = 0; pixel < PixelsPerVector(map); ++pixel)
-		for (Int channel = 0; channel < map._destinationCount; ++channel)
-		{
-			const ChannelPick& pick = picks[static_cast<std::size_t>(channel)];
-			for (Int byte = 0; byte < valueSize; ++byte)
-			{
-				const auto at = static_cast<std::size_t>((pixel * map._destinationCount + channel) * valueSize + byte);
-				if (pick._index == ChannelPick::FILL)
-					map._fills[at] = reinterpret_cast<const Byte*>(&pick._fill)[byte];
-				else
-					map._order[at] = static_cast<Byte>((pixel * sourceCount + pick._index) * valueSize + byte);
-			}
-		}
+	const Int from = map.GetSourceSize(), to = map.GetDestinationSize();
+	map._pixelsAtATime = VECTOR / std::max(from, to);
+	map._reach = (VECTOR - 1) / std::min(from, to);
+	if (to > from && to % from == 0 && VECTOR % from == 0 && to <= from * Int(ShuffleMap::MOST_OUTPUTS))
+	{
+		map._pixelsAtATime = VECTOR / from;
+		map._outputs = to / from;
+	}
+	for (ShuffleMap::Vector& vector : map._vectors)
+		vector._order.fill(NO_BYTE);
+	for (Int byte = 0; byte < map._pixelsAtATime * to; ++byte)
+	{
+		const Int pixel = byte / to, byteOfValue = byte % valueSize;
+		const ChannelPick& pick = picks[static_cast<std::size_t>(byte % to / valueSize)];
+		ShuffleMap::Vector& vector = map._vectors[static_cast<std::size_t>(byte / VECTOR)];
+		const auto at = static_cast<std::size_t>(byte % VECTOR);
+		if (pick._index == ChannelPick::FILL)
+			vector._fills[at] = reinterpret_cast<const Byte*>(&pick._fill)[byteOfValue];
+		else
+			vector._order[at] = static_cast<Byte>(pixel * from + pick._index * valueSize + byteOfValue);
+	}
+#if TORVI_HAS_VECTORS
+	if (map._pixelsAtATime > 0)
+		map._function = FunctionFor(map);
+#endif
 	return map;
 }
 
 void ShufflePixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
-#if TORVI_HAS_VECTORS
-	if (PixelsPerVector(map) > 0)
-		return ShuffleSmallPixels(destination, source, count, map);
-#endif
-	ShuffleOneByOne(destination, source, count, map);
+	if (map._function != nullptr && count >= map._pixelsAtATime && count * map.GetSourceSize() >= VECTOR)
+		map._function(destination, source, count, map);
+	else
+		ShuffleOneByOne(destination, source, count, map);
 }
 
 } // namespace torvi

@@ -22,9 +22,22 @@ struct ShuffleMap
 	Int _sourceCount = 0;
 	std::array<ChannelPick, MAXIMUM_CHANNELS> _picks = {};
 
-	// The same for as many pixels as 16 bytes hold on both sides, as bytes: where each comes from (128 for a fill), and the fills.
-	std::array<Byte, 16> _order = {};
-	std::array<Byte, 16> _fills = {};
+	/// The same as bytes of one output vector: where each comes from in the input vector (128 for a fill), and the fills.
+	struct Vector
+	{
+		std::array<Byte, 16> _order = {};
+		std::array<Byte, 16> _fills = {};
+	};
+	static constexpr std::size_t MOST_OUTPUTS = 4;
+
+	// The pixels that are shuffled at a time: as many as 16 bytes hold of the larger side, none where a pixel has more. Of a smaller source
+	// whose pixels fill 16 bytes it is these, and they become several vectors, all of them full.
+	using Function = void (*)(Byte* destination, const Byte* source, Int count, const ShuffleMap& map);
+	Function _function = nullptr; // for runs of at least these pixels and 16 bytes of source
+	Int _pixelsAtATime = 0;
+	Int _reach = 0; // a vector of 16 bytes at a pixel stays in the run while so many pixels follow
+	Int _outputs = 1;
+	std::array<Vector, MOST_OUTPUTS> _vectors = {};
 
 	Int GetSourceSize() const { return _valueSize * _sourceCount; }
 	Int GetDestinationSize() const { return _valueSize * _destinationCount; }

@@ -42,7 +42,7 @@ HWY_INLINE void StoreAt(VFromD<Tag> vector, Tag tag, Byte* destination)
 	StoreU(vector, tag, reinterpret_cast<TFromD<Tag>*>(destination));
 }
 
-/// Cuts floats that fit into 32 bits.
+/// Cuts floats below 2^31. What is below -2^31 and NaN become negative numbers, or 0.
 HWY_INLINE VFromD<Ints> Truncate(VFromD<Floats> floats)
 {
 #if HWY_TARGET == HWY_AVX2
@@ -52,7 +52,7 @@ HWY_INLINE VFromD<Ints> Truncate(VFromD<Floats> floats)
 #endif
 }
 
-/// Two vectors of doubles that fit into 32 bits, cut.
+/// The same for two vectors of doubles.
 HWY_INLINE VFromD<Ints> Truncate(VFromD<Doubles> low, VFromD<Doubles> high)
 {
 #if HWY_TARGET == HWY_AVX2
@@ -62,7 +62,7 @@ HWY_INLINE VFromD<Ints> Truncate(VFromD<Doubles> low, VFromD<Doubles> high)
 #endif
 }
 
-/// Stores four vectors of numbers that fit into 8 bits as bytes.
+/// Stores four vectors of numbers below 256 as bytes, negative ones as 0.
 HWY_INLINE void StoreAsBytes(VFromD<Ints> a, VFromD<Ints> b, VFromD<Ints> c, VFromD<Ints> d, Byte* destination)
 {
 #if HWY_TARGET == HWY_AVX2
@@ -78,7 +78,7 @@ HWY_INLINE void StoreAsBytes(VFromD<Ints> a, VFromD<Ints> b, VFromD<Ints> c, VFr
 #endif
 }
 
-/// Stores two vectors of numbers that fit into 16 bits as such.
+/// Stores two vectors of numbers below 65536 in 16 bits, negative ones as 0.
 HWY_INLINE void StoreAsShorts(VFromD<Ints> a, VFromD<Ints> b, Byte* destination)
 {
 #if HWY_TARGET == HWY_AVX2

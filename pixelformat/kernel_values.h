@@ -254,9 +254,15 @@ TORVI_KERNEL_INLINE constexpr T MeanOfThree(T a, T b, T c)
 	else if constexpr (std::same_as<T, UInt16>)
 		return static_cast<UInt16>((static_cast<UInt32>(a) + b + c) * UInt64(0x55555556) >> 32);
 	else if constexpr (std::same_as<T, UInt32>)
-		return static_cast<UInt32>((static_cast<UInt64>(a) + b + c) / 3);
+		return a / 3 + b / 3 + c / 3 + ((a % 3 + b % 3 + c % 3) * 11 >> 5); // the sum of the rests by 3, without a division
 	else if constexpr (std::same_as<T, Int32>)
-		return static_cast<Int32>((static_cast<Int64>(a) + b + c) / 3);
+	{
+		// In 32 bits: the mean rounded down, and one more where it is negative and not whole, as it is cut towards zero.
+		const Int32 rests = a % 3 + b % 3 + c % 3 + 6; // 0 to 12
+		const Int32 thirds = rests * 11 >> 5;
+		const Int32 down = a / 3 + b / 3 + c / 3 + thirds - 2;
+		return down + static_cast<Int32>(down < 0 && rests != thirds * 3);
+	}
 	else if constexpr (std::same_as<T, HalfFloat>)
 		return HalfFloat((static_cast<Float32>(a) + static_cast<Float32>(b) + static_cast<Float32>(c)) / 3.0f);
 	else

@@ -174,7 +174,7 @@ std::string MakeText(const Json& list)
 		for (const auto& [key, value] : entry.items())
 		{
 			const std::string shown = value.is_string() ? value.get<std::string>() : value.dump();
-			line += (line.empty() ? "" : "  ") + (key == "id" ? shown : key + "=" + shown);
+			line.append(line.empty() ? "" : "  ").append(key == "id" ? "" : key + "=").append(shown);
 		}
 		text += line + "\n";
 	}

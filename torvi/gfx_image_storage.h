@@ -45,14 +45,14 @@ class PixelHandlerRecord
 {
 public:
 	PixelHandlerRecord() = default;
-	PixelHandlerRecord(PixelHandlerRecord&&) = default;
+	PixelHandlerRecord(PixelHandlerRecord&&) noexcept = default;
 	PixelHandlerRecord(const PixelHandlerRecord&) = delete;
 
 	Delegate<Result<void>(Record&)> _freeHandler; ///< keeps alive what the handler works on
 
 protected:
 	~PixelHandlerRecord() = default;
-	PixelHandlerRecord& operator=(PixelHandlerRecord&&) = default;
+	PixelHandlerRecord& operator=(PixelHandlerRecord&&) noexcept = default;
 	Result<void> RunFree(Record& record)
 	{
 		const auto freeHandler = std::move(_freeHandler);
@@ -65,13 +65,13 @@ class GetPixelHandlerStruct : public PixelHandlerRecord<GetPixelHandlerStruct>
 {
 public:
 	GetPixelHandlerStruct() = default;
-	GetPixelHandlerStruct(GetPixelHandlerStruct&&) = default;
-	GetPixelHandlerStruct& operator=(GetPixelHandlerStruct&& other)
+	GetPixelHandlerStruct(GetPixelHandlerStruct&&) noexcept = default;
+	GetPixelHandlerStruct& operator=(GetPixelHandlerStruct&& other) noexcept
 	{
 		(void)Free();
-		PixelHandlerRecord::operator=(std::move(other));
 		_getLine = std::move(other._getLine);
 		_dstColorProfile = std::move(other._dstColorProfile);
+		PixelHandlerRecord::operator=(std::move(other));
 		return *this;
 	}
 	~GetPixelHandlerStruct() { (void)Free(); }
@@ -94,13 +94,13 @@ class SetPixelHandlerStruct : public PixelHandlerRecord<SetPixelHandlerStruct>
 {
 public:
 	SetPixelHandlerStruct() = default;
-	SetPixelHandlerStruct(SetPixelHandlerStruct&&) = default;
-	SetPixelHandlerStruct& operator=(SetPixelHandlerStruct&& other)
+	SetPixelHandlerStruct(SetPixelHandlerStruct&&) noexcept = default;
+	SetPixelHandlerStruct& operator=(SetPixelHandlerStruct&& other) noexcept
 	{
 		(void)Free();
-		PixelHandlerRecord::operator=(std::move(other));
 		_setLine = std::move(other._setLine);
 		_updateRegion = other._updateRegion;
+		PixelHandlerRecord::operator=(std::move(other));
 		return *this;
 	}
 	~SetPixelHandlerStruct() { (void)Free(); }
