@@ -1,0 +1,160 @@
+// Packed pixels are one row of values, whatever they mean; only a complement must leave alpha alone. Other layouts go by channels.
+#include "pixelformat/kernel_cmyk_family.h"
+
+#include "pixelformat/kernel_layout.h"
+
+namespace torvi
+{
+
+namespace
+{
+
+constexpr Int MAXIMUM_VALUE_SIZE = sizeof(Float32);
+
+template <class T>
+TORVI_KERNEL_INLINE constexpr T Complement(T value)
+{
+	if constexpr (std::floating_point<T>)
+		return T(1) - value;
+	else
+		return static_cast<T>(~value);
+}
+
+template <class D, class S, bool COMPLEMENT>
+void MoveValues(const KernelRun& run)
+{
+	ForEachPixel<sizeof(D), sizeof(S)>(run,
+									   [](Byte* destination, const Byte* source)
+									   {
+										   const S value = LoadValue<S>(source);
+										   StoreValue(destination, ConvertValue<D>(COMPLEMENT ? Complement(value) : value));
+									   });
+}
+
+template <class D, bool COMPLEMENT>
+RunKernel MoverFrom(ValueType source)
+{
+	switch (source)
+	{
+	case ValueType::U8:
+		return &MoveValues<D, UChar, COMPLEMENT>;
+	case ValueType::U16:
+		return &MoveValues<D, UInt16, COMPLEMENT>;
+	default:
+		return &MoveValues<D, Float32, COMPLEMENT>;
+	}
+}
+
+template <bool COMPLEMENT>
+RunKernel MoverOf(ValueType destination, ValueType source)
+{
+	switch (destination)
+	{
+	case ValueType::U8:
+		return MoverFrom<UChar, COMPLEMENT>(source);
+	case ValueType::U16:
+		return MoverFrom<UInt16, COMPLEMENT>(source);
+	default:
+		return MoverFrom<Float32, COMPLEMENT>(source);
+	}
+}
+
+template <std::size_t SIZE>
+void MovePixels(const KernelRun& run)
+{
+	ForEachPixel<SIZE, SIZE>(run, [](Byte* destination, const Byte* source) { std::memcpy(destination, source, SIZE); });
+}
+
+void MovePixels(const KernelRun& run, Int size)
+{
+	switch (size)
+	{
+	case 4:
+		return MovePixels<4>(run);
+	case 5:
+		return MovePixels<5>(run);
+	case 8:
+		return MovePixels<8>(run);
+	case 10:
+		return MovePixels<10>(run);
+	case 16:
+		return MovePixels<16>(run);
+	default:
+		return MovePixels<20>(run);
+	}
+}
+
+/// Room for some packed pixels of any format.
+struct PixelChunk
+{
+	alignas(64) Byte _bytes[CMYK_CHUNK_PIXELS * CMYK_MAXIMUM_CHANNELS * MAXIMUM_VALUE_SIZE];
+};
+
+} // namespace
+
+CmykFamilyConversion::CmykFamilyConversion(const CmykSide& destination, const CmykSide& source, bool isComplement)
+	: _destination(destination), _source(source),
+	  _moveInks(isComplement ? MoverOf<true>(destination._type, source._type) : MoverOf<false>(destination._type, source._type)),
+	  _moveAlpha(MoverOf<false>(destination._type, source._type)), _storeValues(MoverOf<false>(destination._type, destination._type)),
+	  _isComplement(isComplement)
+{
+}
+
+void CmykFamilyConversion::Run(const KernelRun& run) const
+{
+	if (_destination._isPacked && _source._isPacked)
+		RunPacked(run);
+	else
+		RunByChannels(run);
+}
+
+void CmykFamilyConversion::RunPacked(const KernelRun& run) const
+{
+	const Int destinationSize = _destination.GetPixelSize(), sourceSize = _source.GetPixelSize();
+	const Int destinationValue = SizeOf(_destination._type), sourceValue = SizeOf(_source._type);
+	const bool isAlphaApart = _isComplement && _source._alpha == CmykSide::Alpha::Present;
+	PixelChunk gathered, converted;
+	for (Int start = 0; start < run._count; start += CMYK_CHUNK_PIXELS)
+	{
+		const KernelRun chunk = ChunkOf(run, start);
+		const Byte* source = chunk._source;
+		if (chunk._sourceStride != sourceSize)
+		{
+			MovePixels({gathered._bytes, sourceSize, source, chunk._sourceStride, chunk._count}, sourceSize);
+			source = gathered._bytes;
+		}
+		const bool isScattered = chunk._destinationStride != destinationSize;
+		Byte* const destination = isScattered ? converted._bytes : chunk._destination;
+		_moveInks({destination, destinationValue, source, sourceValue, chunk._count * static_cast<Int>(_source._channelCount)});
+		if (isAlphaApart) // the first channel
+			_moveAlpha({destination, destinationSize, source, sourceSize, chunk._count});
+		if (isScattered)
+			MovePixels({chunk._destination, chunk._destinationStride, destination, destinationSize, chunk._count}, destinationSize);
+	}
+}
+
+void CmykFamilyConversion::RunByChannels(const KernelRun& run) const
+{
+	const Int valueSize = SizeOf(_destination._type);
+	PixelChunk planes; // between them, so that everything is read before anything is written
+	const auto planeOf = [&planes, valueSize](std::size_t role)
+	{ return planes._bytes + static_cast<Int>(role) * CMYK_CHUNK_PIXELS * valueSize; };
+	for (Int start = 0; start < run._count; start += CMYK_CHUNK_PIXELS)
+	{
+		const KernelRun chunk = ChunkOf(run, start);
+		for (std::size_t i = 0; i < _source._channelCount; ++i)
+		{
+			const std::size_t role = _source._roles[i];
+			const RunKernel move = role == CmykSide::ALPHA_ROLE ? _moveAlpha : _moveInks;
+			move({planeOf(role), valueSize, chunk._source + _source._offsets[role], chunk._sourceStride, chunk._count});
+		}
+		for (std::size_t i = 0; i < _destination._channelCount; ++i)
+		{
+			const std::size_t role = _destination._roles[i];
+			_storeValues(
+				{chunk._destination + _destination._offsets[role], chunk._destinationStride, planeOf(role), valueSize, chunk._count});
+		}
+	}
+}
+
+} // namespace torvi
