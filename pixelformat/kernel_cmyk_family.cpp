@@ -1,7 +1,7 @@
 // Packed pixels are one row of values, whatever they mean; only a complement must leave alpha alone. Other layouts go by channels.
 #include "pixelformat/kernel_cmyk_family.h"
 
-#include "pixelformat/kernel_layout.h"
+#include "pixelformat/kernel_cmyk_chunk.h"
 
 namespace torvi
 {
@@ -20,16 +20,15 @@ TORVI_KERNEL_INLINE constexpr T Complement(T value)
 		return static_cast<T>(~value);
 }
 
-template <class D, class S, bool COMPLEMENT>
-void MoveValues(const KernelRun& run)
+template <class D, class S>
+void ConvertComplements(const KernelRun& run)
 {
-	ForEachPixel<sizeof(D), sizeof(S)>(run,
-									   [](Byte* destination, const Byte* source)
-									   {
-										   const S value = LoadValue<S>(source);
-										   StoreValue(destination, ConvertValue<D>(COMPLEMENT ? Complement(value) : value));
-									   });
+	ForEachPixel<sizeof(D), sizeof(S)>(run, [](Byte* destination, const Byte* source)
+									   { StoreValue(destination, ConvertValue<D>(Complement(LoadValue<S>(source)))); });
 }
+
+template <class D, class S, bool COMPLEMENT>
+constexpr RunKernel MOVER = COMPLEMENT ? &ConvertComplements<D, S> : &ConvertValues<D, S>;
 
 template <class D, bool COMPLEMENT>
 RunKernel MoverFrom(ValueType source)
@@ -37,11 +36,11 @@ RunKernel MoverFrom(ValueType source)
 	switch (source)
 	{
 	case ValueType::U8:
-		return &MoveValues<D, UChar, COMPLEMENT>;
+		return MOVER<D, UChar, COMPLEMENT>;
 	case ValueType::U16:
-		return &MoveValues<D, UInt16, COMPLEMENT>;
+		return MOVER<D, UInt16, COMPLEMENT>;
 	default:
-		return &MoveValues<D, Float32, COMPLEMENT>;
+		return MOVER<D, Float32, COMPLEMENT>;
 	}
 }
 
@@ -59,28 +58,22 @@ RunKernel MoverOf(ValueType destination, ValueType source)
 	}
 }
 
-template <std::size_t SIZE>
-void MovePixels(const KernelRun& run)
-{
-	ForEachPixel<SIZE, SIZE>(run, [](Byte* destination, const Byte* source) { std::memcpy(destination, source, SIZE); });
-}
-
 void MovePixels(const KernelRun& run, Int size)
 {
 	switch (size)
 	{
 	case 4:
-		return MovePixels<4>(run);
+		return MoveBytes<4>(run);
 	case 5:
-		return MovePixels<5>(run);
+		return MoveBytes<5>(run);
 	case 8:
-		return MovePixels<8>(run);
+		return MoveBytes<8>(run);
 	case 10:
-		return MovePixels<10>(run);
+		return MoveBytes<10>(run);
 	case 16:
-		return MovePixels<16>(run);
+		return MoveBytes<16>(run);
 	default:
-		return MovePixels<20>(run);
+		return MoveBytes<20>(run);
 	}
 }
 

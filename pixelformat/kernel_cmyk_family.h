@@ -3,6 +3,7 @@
 #pragma once
 
 #include "pixelformat/kernel_cmyk_side.h"
+#include "pixelformat/kernel_run.h"
 
 namespace torvi
 {

@@ -1,16 +1,16 @@
 // A run goes in chunks through planes of float32, one for each colour: one function for each kind of memory brings a chunk in, one of four
-// computes, one for each kind of memory takes it out. Packed pixels of 8 and 16 bits are taken apart and put together in words of four
-// values; where they are not four, they are widened before and narrowed after. All loops but those two vectorise.
+// computes, one for each kind of memory takes it out. Packed pixels are taken apart before their values are converted and put together
+// after. Every loop over values that lie side by side vectorises.
 #include "pixelformat/kernel_cmyk_rgb.h"
 
-#include "pixelformat/kernel_layout.h"
+#include "pixelformat/kernel_cmyk_chunk.h"
 
 #include <bit>
 
 namespace torvi
 {
 
-/// Those of the roles of a side. That of alpha takes what is read and not wanted, and gives full scale.
+/// One for each role of a side. That of alpha takes what comes in with the colours and is not wanted, and gives full scale on the way out.
 struct CmykRgbConversion::Planes
 {
 	alignas(64) Float32 _values[CMYK_MAXIMUM_CHANNELS][CMYK_CHUNK_PIXELS];
@@ -75,8 +75,8 @@ void MixInks(Planes& planes, Int count)
 
 // ---- Packed pixels ----
 
-// The planes of the four values of a pixel that is read or written as a whole. Of five, the first is alpha and left out; of three, what
-// comes behind them goes to the plane of alpha.
+// The planes of the values of a pixel that is read or written as a whole. Of five, the first is alpha and left out; of three, the last
+// plane is not used.
 template <class Value, class PlanesOfRun>
 std::array<Value*, LANES> PlanesOfLanes(PlanesOfRun& planes, const CmykSide& side)
 {
@@ -91,132 +91,92 @@ Int FirstLaneByte(const CmykSide& side)
 	return side._channelCount > LANES ? sizeof(T) : 0;
 }
 
-// Where a value lies in a word of 32 bits, by its index in memory.
-template <class T, int INDEX>
-constexpr int SHIFT = static_cast<int>(8 * sizeof(T)) * (std::endian::native == std::endian::little ? INDEX : 4 / sizeof(T) - 1 - INDEX);
-
-template <class T, int INDEX>
-TORVI_KERNEL_INLINE Float32 TakeValue(UInt32 word)
-{
-	return ConvertValue<Float32>(static_cast<T>(word >> SHIFT<T, INDEX>));
-}
-
-template <class T, int INDEX>
-TORVI_KERNEL_INLINE UInt32 PutValue(Float32 value)
-{
-	return static_cast<UInt32>(ConvertValue<T>(value)) << SHIFT<T, INDEX>;
-}
-
 template <class T>
-void SplitPixels(Planes& planes, const CmykSide& side, const Byte* __restrict pixels, Int count)
+using ValuePlanes = std::array<T*, LANES>;
+
+// Pixels of `COUNT` values side by side, into a plane for each of them.
+template <class T, std::size_t COUNT>
+void SplitPixels(const ValuePlanes<T>& planes, const Byte* __restrict pixels, Int count)
 {
-	const auto lanes = PlanesOfLanes<Float32>(planes, side);
-	Float32* __restrict const a = lanes[0], * __restrict const b = lanes[1], * __restrict const c = lanes[2], * __restrict const d = lanes[3];
+	T* __restrict const a = planes[0];
+	T* __restrict const b = planes[1];
+	T* __restrict const c = planes[2];
+	T* __restrict const d = planes[3];
 	for (Int i = 0; i < count; ++i)
 	{
-		const Byte* const pixel = pixels + i * static_cast<Int>(LANES * sizeof(T));
-		if constexpr (sizeof(T) == 1)
-		{
-			const UInt32 word = LoadValue<UInt32>(pixel);
-			a[i] = TakeValue<T, 0>(word);
-			b[i] = TakeValue<T, 1>(word);
-			c[i] = TakeValue<T, 2>(word);
-			d[i] = TakeValue<T, 3>(word);
-		}
-		else if constexpr (sizeof(T) == 2)
-		{
-			const UInt32 first = LoadValue<UInt32>(pixel), second = LoadValue<UInt32>(pixel + 4);
-			a[i] = TakeValue<T, 0>(first);
-			b[i] = TakeValue<T, 1>(first);
-			c[i] = TakeValue<T, 0>(second);
-			d[i] = TakeValue<T, 1>(second);
-		}
-		else
-		{
-			a[i] = LoadValue<T>(pixel);
-			b[i] = LoadValue<T>(pixel + 4);
-			c[i] = LoadValue<T>(pixel + 8);
-			d[i] = LoadValue<T>(pixel + 12);
-		}
+		const Byte* const pixel = pixels + i * static_cast<Int>(COUNT * sizeof(T));
+		a[i] = LoadValue<T>(pixel);
+		b[i] = LoadValue<T>(pixel + sizeof(T));
+		c[i] = LoadValue<T>(pixel + 2 * sizeof(T));
+		if constexpr (COUNT > 3)
+			d[i] = LoadValue<T>(pixel + 3 * sizeof(T));
 	}
 }
 
-template <class T>
-void JoinPixels(const Planes& planes, const CmykSide& side, Byte* __restrict pixels, Int count)
+template <class T, std::size_t COUNT>
+void JoinPixels(Byte* __restrict pixels, const ValuePlanes<const T>& planes, Int count)
 {
-	const auto lanes = PlanesOfLanes<const Float32>(planes, side);
-	const Float32 *const a = lanes[0], *const b = lanes[1], *const c = lanes[2], *const d = lanes[3];
+	const T *const a = planes[0], *const b = planes[1], *const c = planes[2], *const d = planes[3];
 	for (Int i = 0; i < count; ++i)
 	{
-		Byte* const pixel = pixels + i * static_cast<Int>(LANES * sizeof(T));
-		if constexpr (sizeof(T) == 1)
-			StoreValue(pixel, PutValue<T, 0>(a[i]) | PutValue<T, 1>(b[i]) | PutValue<T, 2>(c[i]) | PutValue<T, 3>(d[i]));
-		else if constexpr (sizeof(T) == 2)
-		{
-			StoreValue(pixel, PutValue<T, 0>(a[i]) | PutValue<T, 1>(b[i]));
-			StoreValue(pixel + 4, PutValue<T, 0>(c[i]) | PutValue<T, 1>(d[i]));
-		}
-		else
-		{
-			StoreValue(pixel, a[i]);
-			StoreValue(pixel + 4, b[i]);
-			StoreValue(pixel + 8, c[i]);
-			StoreValue(pixel + 12, d[i]);
-		}
+		Byte* const pixel = pixels + i * static_cast<Int>(COUNT * sizeof(T));
+		StoreValue(pixel, a[i]);
+		StoreValue(pixel + sizeof(T), b[i]);
+		StoreValue(pixel + 2 * sizeof(T), c[i]);
+		if constexpr (COUNT > 3)
+			StoreValue(pixel + 3 * sizeof(T), d[i]);
 	}
 }
 
-// Pixels of three or four values, `stride` bytes apart, as pixels of four. Three that lie side by side are read with what is behind them,
-// the next pixel's first value.
-template <class T, std::size_t COUNT>
-void WidenPixels(Byte* __restrict wide, const Byte* __restrict pixels, Int stride, Int count)
+template <class D, class S>
+void ConvertPlane(D* to, const S* from, Int count)
 {
-	constexpr Int WIDE = LANES * sizeof(T), SIZE = COUNT * sizeof(T);
-	Int i = 0;
-	for (const Int end = COUNT < LANES && stride == SIZE ? count - 1 : 0; i < end; ++i)
-		std::memcpy(wide + i * WIDE, pixels + i * SIZE, WIDE);
-	for (; i < count; ++i)
-	{
-		std::memcpy(wide + i * WIDE, pixels + i * stride, SIZE);
-		if constexpr (COUNT < LANES)
-			StoreValue(wide + i * WIDE + SIZE, T());
-	}
-}
-
-// Back again. Where three lie side by side, the next pixel overwrites what is written behind each.
-template <class T, std::size_t COUNT>
-void NarrowPixels(Byte* __restrict pixels, Int stride, const Byte* __restrict wide, Int count)
-{
-	constexpr Int WIDE = LANES * sizeof(T), SIZE = COUNT * sizeof(T);
-	Int i = 0;
-	for (const Int end = COUNT < LANES && stride == SIZE ? count - 1 : 0; i < end; ++i)
-		std::memcpy(pixels + i * SIZE, wide + i * WIDE, WIDE);
-	for (; i < count; ++i)
-		std::memcpy(pixels + i * stride, wide + i * WIDE, SIZE);
+	ConvertValues<D, S>({reinterpret_cast<Byte*>(to), sizeof(D), reinterpret_cast<const Byte*>(from), sizeof(S), count});
 }
 
 template <class T, std::size_t COUNT>
 void EnterPixels(Planes& planes, const CmykSide& side, const KernelRun& chunk)
 {
-	constexpr Int WIDE = LANES * sizeof(T);
-	const Byte* const pixels = chunk._source + FirstLaneByte<T>(side);
-	if (COUNT == LANES && chunk._sourceStride == WIDE)
-		return SplitPixels<T>(planes, side, pixels, chunk._count);
-	alignas(64) Byte wide[CMYK_CHUNK_PIXELS * LANES * sizeof(T)];
-	WidenPixels<T, COUNT>(wide, pixels, chunk._sourceStride, chunk._count);
-	SplitPixels<T>(planes, side, wide, chunk._count);
+	constexpr std::size_t SIZE = COUNT * sizeof(T);
+	alignas(64) Byte gathered[CMYK_CHUNK_PIXELS * SIZE];
+	const Byte* pixels = chunk._source + FirstLaneByte<T>(side);
+	if (chunk._sourceStride != static_cast<Int>(SIZE))
+	{
+		MoveBytes<SIZE>({gathered, SIZE, pixels, chunk._sourceStride, chunk._count});
+		pixels = gathered;
+	}
+	const auto lanes = PlanesOfLanes<Float32>(planes, side);
+	if constexpr (std::same_as<T, Float32>)
+		SplitPixels<T, COUNT>(lanes, pixels, chunk._count);
+	else
+	{
+		alignas(64) T values[LANES][CMYK_CHUNK_PIXELS];
+		SplitPixels<T, COUNT>({values[0], values[1], values[2], values[3]}, pixels, chunk._count);
+		for (std::size_t i = 0; i < COUNT; ++i)
+			ConvertPlane(lanes[i], values[i], chunk._count);
+	}
 }
 
 template <class T, std::size_t COUNT>
 void LeavePixels(const Planes& planes, const CmykSide& side, const KernelRun& chunk)
 {
-	constexpr Int WIDE = LANES * sizeof(T);
-	Byte* const pixels = chunk._destination + FirstLaneByte<T>(side);
-	if (COUNT == LANES && chunk._destinationStride == WIDE)
-		return JoinPixels<T>(planes, side, pixels, chunk._count);
-	alignas(64) Byte wide[CMYK_CHUNK_PIXELS * LANES * sizeof(T)];
-	JoinPixels<T>(planes, side, wide, chunk._count);
-	NarrowPixels<T, COUNT>(pixels, chunk._destinationStride, wide, chunk._count);
+	constexpr std::size_t SIZE = COUNT * sizeof(T);
+	alignas(64) Byte joined[CMYK_CHUNK_PIXELS * SIZE];
+	Byte* const destination = chunk._destination + FirstLaneByte<T>(side);
+	const bool isSpread = chunk._destinationStride != static_cast<Int>(SIZE);
+	Byte* const pixels = isSpread ? joined : destination;
+	const auto lanes = PlanesOfLanes<const Float32>(planes, side);
+	if constexpr (std::same_as<T, Float32>)
+		JoinPixels<T, COUNT>(pixels, lanes, chunk._count);
+	else
+	{
+		alignas(64) T values[LANES][CMYK_CHUNK_PIXELS];
+		for (std::size_t i = 0; i < COUNT; ++i)
+			ConvertPlane(values[i], lanes[i], chunk._count);
+		JoinPixels<T, COUNT>(pixels, {values[0], values[1], values[2], values[3]}, chunk._count);
+	}
+	if (isSpread)
+		MoveBytes<SIZE>({destination, chunk._destinationStride, joined, SIZE, chunk._count});
 }
 
 // ---- Other layouts, and float64 ----
@@ -225,24 +185,16 @@ template <class T>
 void EnterChannels(Planes& planes, const CmykSide& side, const KernelRun& chunk)
 {
 	for (std::size_t i = 0; i < side._colourCount; ++i)
-	{
-		auto* const plane = reinterpret_cast<Byte*>(planes._values[i]);
-		ForEachPixel<sizeof(Float32), sizeof(T)>(
-			{plane, sizeof(Float32), chunk._source + side._offsets[i], chunk._sourceStride, chunk._count},
-			[](Byte* to, const Byte* from) { StoreValue(to, ConvertValue<Float32>(LoadValue<T>(from))); });
-	}
+		ConvertValues<Float32, T>({reinterpret_cast<Byte*>(planes._values[i]), sizeof(Float32), chunk._source + side._offsets[i],
+								   chunk._sourceStride, chunk._count});
 }
 
 template <class T>
 void LeaveChannels(const Planes& planes, const CmykSide& side, const KernelRun& chunk)
 {
 	for (std::size_t i = 0; i < side._colourCount; ++i)
-	{
-		const auto* const plane = reinterpret_cast<const Byte*>(planes._values[i]);
-		ForEachPixel<sizeof(T), sizeof(Float32)>(
-			{chunk._destination + side._offsets[i], chunk._destinationStride, plane, sizeof(Float32), chunk._count},
-			[](Byte* to, const Byte* from) { StoreValue(to, ConvertValue<T>(LoadValue<Float32>(from))); });
-	}
+		ConvertValues<T, Float32>({chunk._destination + side._offsets[i], chunk._destinationStride,
+								   reinterpret_cast<const Byte*>(planes._values[i]), sizeof(Float32), chunk._count});
 }
 
 // ---- Choice ----

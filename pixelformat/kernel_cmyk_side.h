@@ -2,9 +2,7 @@
 #pragma once
 
 #include "pixelformat/cmyk_formats.h"
-#include "pixelformat/kernel_run.h"
 
-#include <algorithm>
 #include <optional>
 
 namespace torvi
@@ -36,13 +34,5 @@ struct CmykSide
 /// A fixed format must have red, green and blue.
 std::optional<CmykSide> CmykSideOf(FixedFormat format, Block<const BITS> offsets);
 std::optional<CmykSide> CmykSideOf(CmykFormat format, Block<const BITS> offsets);
-
-/// The pixels of a run that conversions by way of buffers take at a time, and those of them that begin at `start`.
-constexpr Int CMYK_CHUNK_PIXELS = 128;
-inline KernelRun ChunkOf(const KernelRun& run, Int start)
-{
-	return {run._destination + start * run._destinationStride, run._destinationStride, run._source + start * run._sourceStride,
-			run._sourceStride, std::min(CMYK_CHUNK_PIXELS, run._count - start)};
-}
 
 } // namespace torvi
