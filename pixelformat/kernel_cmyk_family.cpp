@@ -88,8 +88,7 @@ struct PixelChunk
 CmykFamilyConversion::CmykFamilyConversion(const CmykSide& destination, const CmykSide& source, bool isComplement)
 	: _destination(destination), _source(source),
 	  _moveInks(isComplement ? MoverOf<true>(destination._type, source._type) : MoverOf<false>(destination._type, source._type)),
-	  _moveAlpha(MoverOf<false>(destination._type, source._type)), _storeValues(MoverOf<false>(destination._type, destination._type)),
-	  _isComplement(isComplement)
+	  _moveAlpha(MoverOf<false>(destination._type, source._type)), _isComplement(isComplement)
 {
 }
 
@@ -97,8 +96,10 @@ void CmykFamilyConversion::Run(const KernelRun& run) const
 {
 	if (_destination._isPacked && _source._isPacked)
 		RunPacked(run);
-	else
+	else if (_isComplement || _destination._type != _source._type)
 		RunByChannels(run);
+	else
+		CopyByChannels(run);
 }
 
 void CmykFamilyConversion::RunPacked(const KernelRun& run) const
@@ -128,10 +129,6 @@ void CmykFamilyConversion::RunPacked(const KernelRun& run) const
 
 void CmykFamilyConversion::RunByChannels(const KernelRun& run) const
 {
-	const Int valueSize = SizeOf(_destination._type);
-	PixelChunk planes; // between them, so that everything is read before anything is written
-	const auto planeOf = [&planes, valueSize](std::size_t role)
-	{ return planes._bytes + static_cast<Int>(role) * CMYK_CHUNK_PIXELS * valueSize; };
 	for (Int start = 0; start < run._count; start += CMYK_CHUNK_PIXELS)
 	{
 		const KernelRun chunk = ChunkOf(run, start);
@@ -139,13 +136,30 @@ void CmykFamilyConversion::RunByChannels(const KernelRun& run) const
 		{
 			const std::size_t role = _source._roles[i];
 			const RunKernel move = role == CmykSide::ALPHA_ROLE ? _moveAlpha : _moveInks;
-			move({planeOf(role), valueSize, chunk._source + _source._offsets[role], chunk._sourceStride, chunk._count});
+			move({chunk._destination + _destination._offsets[role], chunk._destinationStride, chunk._source + _source._offsets[role],
+				  chunk._sourceStride, chunk._count});
 		}
-		for (std::size_t i = 0; i < _destination._channelCount; ++i)
+	}
+}
+
+void CmykFamilyConversion::CopyByChannels(const KernelRun& run) const
+{
+	const Int valueSize = SizeOf(_source._type);
+	const Int planeSize = CMYK_CHUNK_PIXELS * valueSize;
+	PixelChunk planes; // so that all of a pixel is read before any of it is written
+	const auto planeOf = [&planes, planeSize](std::size_t role) { return planes._bytes + static_cast<Int>(role) * planeSize; };
+	for (Int start = 0; start < run._count; start += CMYK_CHUNK_PIXELS)
+	{
+		const KernelRun chunk = ChunkOf(run, start);
+		for (std::size_t i = 0; i < _source._channelCount; ++i)
 		{
-			const std::size_t role = _destination._roles[i];
-			_storeValues(
-				{chunk._destination + _destination._offsets[role], chunk._destinationStride, planeOf(role), valueSize, chunk._count});
+			const std::size_t role = _source._roles[i];
+			_moveInks({planeOf(role), valueSize, chunk._source + _source._offsets[role], chunk._sourceStride, chunk._count});
+		}
+		for (std::size_t i = 0; i < _source._channelCount; ++i)
+		{
+			const std::size_t role = _source._roles[i];
+			_moveInks({chunk._destination + _destination._offsets[role], chunk._destinationStride, planeOf(role), valueSize, chunk._count});
 		}
 	}
 }

@@ -21,12 +21,12 @@ public:
 private:
 	void RunPacked(const KernelRun& run) const;
 	void RunByChannels(const KernelRun& run) const;
+	void CopyByChannels(const KernelRun& run) const;
 
 	CmykSide _destination;
 	CmykSide _source;
 	RunKernel _moveInks;
-	RunKernel _moveAlpha; // also right for inks that are not complemented
-	RunKernel _storeValues;
+	RunKernel _moveAlpha;
 	bool _isComplement;
 };
 

@@ -204,49 +204,34 @@ bool IsTakenWhole(const CmykSide& side)
 	return side._isPacked && side._type != ValueType::F64;
 }
 
-template <class T>
-CmykRgbConversion::Enter EnterOf(const CmykSide& side)
+struct Doors
 {
-	if (!IsTakenWhole(side))
-		return &EnterChannels<T>;
-	return side._channelCount < LANES ? &EnterPixels<T, LANES - 1> : &EnterPixels<T, LANES>;
-}
+	CmykRgbConversion::Enter _enter;
+	CmykRgbConversion::Leave _leave;
+};
 
 template <class T>
-CmykRgbConversion::Leave LeaveOf(const CmykSide& side)
+Doors DoorsOf(const CmykSide& side)
 {
 	if (!IsTakenWhole(side))
-		return &LeaveChannels<T>;
-	return side._channelCount < LANES ? &LeavePixels<T, LANES - 1> : &LeavePixels<T, LANES>;
+		return {&EnterChannels<T>, &LeaveChannels<T>};
+	if (side._channelCount < LANES)
+		return {&EnterPixels<T, LANES - 1>, &LeavePixels<T, LANES - 1>};
+	return {&EnterPixels<T, LANES>, &LeavePixels<T, LANES>};
 }
 
-CmykRgbConversion::Enter ChooseEnter(const CmykSide& side)
+Doors ChooseDoors(const CmykSide& side)
 {
 	switch (side._type)
 	{
 	case ValueType::U8:
-		return EnterOf<UChar>(side);
+		return DoorsOf<UChar>(side);
 	case ValueType::U16:
-		return EnterOf<UInt16>(side);
+		return DoorsOf<UInt16>(side);
 	case ValueType::F32:
-		return EnterOf<Float32>(side);
+		return DoorsOf<Float32>(side);
 	default:
-		return &EnterChannels<Float64>;
-	}
-}
-
-CmykRgbConversion::Leave ChooseLeave(const CmykSide& side)
-{
-	switch (side._type)
-	{
-	case ValueType::U8:
-		return LeaveOf<UChar>(side);
-	case ValueType::U16:
-		return LeaveOf<UInt16>(side);
-	case ValueType::F32:
-		return LeaveOf<Float32>(side);
-	default:
-		return &LeaveChannels<Float64>;
+		return {&EnterChannels<Float64>, &LeaveChannels<Float64>};
 	}
 }
 
@@ -265,8 +250,8 @@ std::optional<ChannelStep> ChooseAlphaStep(const CmykSide& destination, const Cm
 } // namespace
 
 CmykRgbConversion::CmykRgbConversion(const CmykSide& destination, const CmykSide& source, Compute compute)
-	: _destination(destination), _source(source), _enter(ChooseEnter(source)), _compute(compute), _leave(ChooseLeave(destination)),
-	  _alphaStep(ChooseAlphaStep(destination, source))
+	: _destination(destination), _source(source), _enter(ChooseDoors(source)._enter), _compute(compute),
+	  _leave(ChooseDoors(destination)._leave), _alphaStep(ChooseAlphaStep(destination, source))
 {
 }
 

@@ -59,7 +59,8 @@ inline constexpr Id PIXELFORMAT_ALPHA_F32 = "net.torvi.image.pixelformat.alpha.f
 inline constexpr Id PIXELFORMAT_ALPHA_F64 = "net.torvi.image.pixelformat.alpha.f64";
 inline constexpr Id PIXELFORMAT_ALPHA_F16 = "net.torvi.image.pixelformat.alpha.f16";
 
-// CMYK, with alpha in front, and inverted: 0 is full ink.
+// CMYK, without and with alpha in front; inverted, 0 is full ink. Without a profile, RGB becomes inks with the most black and no colour
+// beside it in black; an unused channel of RGB is written like alpha.
 inline constexpr Id PIXELFORMAT_CMYK_U8 = "net.torvi.image.pixelformat.cmyk.u8";
 inline constexpr Id PIXELFORMAT_CMYK_U16 = "net.torvi.image.pixelformat.cmyk.u16";
 inline constexpr Id PIXELFORMAT_CMYK_F32 = "net.torvi.image.pixelformat.cmyk.f32";

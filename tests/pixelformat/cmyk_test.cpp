@@ -226,8 +226,8 @@ TEST(Cmyk, HoldsToLiterals)
 	EXPECT_EQ((Convert<UChar, Float64>(FormatNamed("acmyk.u8"), FormatNamed("rgba.f64"), 1, {1, 1, 1, 0.4999999999}))[0], 127);
 }
 
-// In double precision some hundred thousand of these would come out otherwise.
-TEST(Cmyk, SeparatesEveryByteTriple)
+// One in a hundred of these would come out otherwise in double precision.
+TEST(Cmyk, SeparatesBytesInSinglePrecision)
 {
 	const HostScope host({&RegisterPixelFormats});
 	const auto function = LookUp(FormatNamed("cmyk.u8"), FormatNamed("rgb.u8"));
