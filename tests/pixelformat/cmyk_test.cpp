@@ -79,13 +79,6 @@ Number PickValue(char channel, const Side& to, const Side& from, const std::func
 	return Convert(Single(light("cmy"[std::string_view("rgb").find(channel)]) * light('k')), type);
 }
 
-/// How the channels of one side lie, in bytes.
-struct Arrangement
-{
-	std::vector<Int> _offsets;
-	Int _stride;
-};
-
 /// Packed; with a gap; packed from the last pixel to the first; channels turned round behind a byte; a plane for each channel.
 std::vector<Arrangement> ArrangementsOf(const reference::Format& layout, Int count)
 {
@@ -97,15 +90,6 @@ std::vector<Arrangement> ArrangementsOf(const reference::Format& layout, Int cou
 	for (Int i = 0; i < CountOf(packed); ++i)
 		planes.push_back(i * (count * valueSize + 1));
 	return {{packed, pixelSize}, {packed, pixelSize + 3}, {packed, -pixelSize}, {turned, pixelSize + 1}, {planes, valueSize}};
-}
-
-std::vector<BITS> InBits(const Arrangement& arrangement, Int pixelSize)
-{
-	std::vector<BITS> bits;
-	for (const Int offset : arrangement._offsets)
-		bits.push_back(offset * 8);
-	bits.push_back(pixelSize * 8);
-	return bits;
 }
 
 /// Infinities and what overflows have no value in the rules; the edges of float32 that do are kept.
@@ -256,6 +240,7 @@ TEST(Cmyk, SeparatesBytesInSinglePrecision)
 	}
 }
 
+// The channels of each pixel turn round within one buffer, and stay where they are.
 TEST(Cmyk, CopiesInPlace)
 {
 	const HostScope host({&RegisterPixelFormats});
@@ -263,25 +248,24 @@ TEST(Cmyk, CopiesInPlace)
 	for (const Side& side : AllCmyk())
 	{
 		SCOPED_TRACE(side._format->GetShortName());
-		const Int size = side._layout.PixelSize();
+		const Int size = side._layout.PixelSize(), valueSize = reference::SizeOf(side._layout._type), channels = size / valueSize;
 		const std::vector<Int> packed = side._layout.PackedOffsets();
 		for (const bool isTurned : {false, true})
 		{
 			std::vector<Byte> pixels(static_cast<std::size_t>(COUNT * size)), expected = pixels;
-			const Int valueSize = reference::SizeOf(side._layout._type), channels = CountOf(packed);
 			for (std::size_t i = 0; i < pixels.size(); ++i)
 				pixels[i] = static_cast<Byte>(i * 37 % 64);
 			for (Int i = 0; i < COUNT * channels; ++i)
 			{
-				const Int target = isTurned ? i / channels * channels + channels - 1 - i % channels : i;
-				std::memcpy(expected.data() + target * valueSize, pixels.data() + i * valueSize, static_cast<std::size_t>(valueSize));
+				const Int to = isTurned ? i / channels * channels + channels - 1 - i % channels : i;
+				std::memcpy(expected.data() + to * valueSize, pixels.data() + i * valueSize, static_cast<std::size_t>(valueSize));
 			}
 			const std::vector<BITS> from = InBits({packed, size}, size);
 			const std::vector<BITS> to = InBits({isTurned ? std::vector<Int>(packed.rbegin(), packed.rend()) : packed, size}, size);
 			Bool isColorConverted = false;
 			const auto function = side._format->GetConvertPixelFunc(side._format, from, to, nullptr, nullptr, false, isColorConverted);
-			ASSERT_TRUE(function.IsOk());
-			EXPECT_TRUE(function.GetValue()(PixelBuffer(pixels.data(), size * 8), COUNT, PixelBuffer(pixels.data(), size * 8), 0).IsOk());
+			const PixelBuffer buffer(pixels.data(), size * 8);
+			EXPECT_TRUE(function.GetValue()(buffer, COUNT, buffer, 0).IsOk());
 			EXPECT_EQ(pixels, expected);
 		}
 	}
@@ -294,25 +278,21 @@ TEST(Cmyk, AnswersAboutItself)
 	{
 		SCOPED_TRACE(side._format->GetShortName());
 		const PixelFormat& format = side._format;
+		const std::string bits = std::to_string(reference::SizeOf(side._layout._type) * 8);
+		EXPECT_EQ(std::string(format->ToString({})), (side.HasAlpha() ? "ACMYK" : "CMYK") + bits);
 		EXPECT_EQ(format->HasAlpha(), side.HasAlpha());
-		EXPECT_EQ(format->GetChannelCount(), side.HasAlpha() ? 5 : 4);
 		EXPECT_EQ(format->GetColorSpace(), FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_CMYK));
-		const std::string type = std::string(format->GetShortName()).substr(std::string(format->GetShortName()).find("::") + 2);
-		const Int bits = reference::SizeOf(side._layout._type) * 8;
-		EXPECT_EQ(std::string(format->ToString({})), (side.HasAlpha() ? "ACMYK" : "CMYK") + std::to_string(bits));
+		const Array<ImageChannel> channels(format->GetChannels().begin(), format->GetChannels().end());
+		EXPECT_EQ(FindOrCreatePixelFormat(channels).GetValue(), format);
+		EXPECT_EQ(channels.back()->GetChannelType()->GetType(), side._isInverted ? CHANNELTYPE::CMYK_IK : CHANNELTYPE::CMYK_K);
 		const auto alpha = format->GetAlphaPixelFormat();
 		ASSERT_EQ(alpha.IsOk(), side.HasAlpha());
-		if (!side.HasAlpha())
-			EXPECT_EQ(alpha.GetError().GetId(), errorids::ILLEGALARGUMENT);
-		else
+		EXPECT_TRUE(alpha.IsOk() || alpha.GetError().GetId() == errorids::ILLEGALARGUMENT);
+		if (alpha.IsOk())
 		{
-			EXPECT_EQ(alpha.GetValue()._format->GetShortName(), "ALPHA::" + type);
+			EXPECT_EQ(alpha.GetValue()._format, FindOrCreatePixelFormat({channels.data(), 1}).GetValue());
 			EXPECT_EQ(alpha.GetValue()._byteOffset, 0);
 		}
-		Array<ImageChannel> channels(format->GetChannels().begin(), format->GetChannels().end());
-		EXPECT_EQ(FindOrCreatePixelFormat(channels).GetValue(), format);
-		const CHANNELTYPE black = side._isInverted ? CHANNELTYPE::CMYK_IK : CHANNELTYPE::CMYK_K;
-		EXPECT_EQ(channels.back()->GetChannelType()->GetType(), black);
 	}
 	const auto text = [](const char* name, const auto& values)
 	{ return std::string(FormatNamed(name)->PixToString(BytesOfValues(values).data())); };
