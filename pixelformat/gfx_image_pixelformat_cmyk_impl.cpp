@@ -8,7 +8,6 @@
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
 #include "pixelformat/kernel_cmyk_family.h"
 #include "pixelformat/kernel_cmyk_rgb.h"
-#include "pixelformat/kernel_copy.h"
 #include "torvi/ids_formats.h"
 
 namespace torvi
