@@ -1,9 +1,10 @@
-// Conversion kernels against memcpy of as many bytes: all pairs of fixed formats on runs that stay in the cache, and some on large
-// pictures.
+// Conversion kernels against memcpy of as many bytes: all pairs of fixed formats, on short runs, on runs that stay in the cache, and on
+// large pictures.
 #include "bench/measure.h"
 #include "torvi/ids_formats.h"
 
 #include <cstring>
+#include <memory>
 
 namespace torvi::bench
 {
@@ -11,12 +12,25 @@ namespace torvi::bench
 namespace
 {
 
-constexpr Int RUN_LENGTH = 4096; // pixels
-
 constexpr Id FIXED_REGISTRIES[] = {
 	ids::REGISTRY_RGB,   ids::REGISTRY_RGBA,  ids::REGISTRY_ARGB,  ids::REGISTRY_RGBX, ids::REGISTRY_XRGB,
 	ids::REGISTRY_BGR,   ids::REGISTRY_BGRA,  ids::REGISTRY_BGRX,  ids::REGISTRY_ABGR, ids::REGISTRY_GREY,
 	ids::REGISTRY_GREYA, ids::REGISTRY_AGREY, ids::REGISTRY_ALPHA,
+};
+
+/// A length of run. With `_copyBytes` 0, memcpy copies half as many bytes as the conversion reads and writes.
+struct RunSize
+{
+	const char* _name;
+	Int _count;
+	Int _copyBytes;
+	double _seconds; ///< for one pair
+};
+
+constexpr RunSize RUN_SIZES[] = {
+	{"64", 64, 0, 0.002},
+	{"4096", 4096, 256 << 10, 0.003},
+	{"16M", 16 << 20, 0, 0.08},
 };
 
 struct NamedFormat
@@ -25,55 +39,77 @@ struct NamedFormat
 	PixelFormat _format;
 };
 
-// What loading, saving and showing of pictures does: channels in another order, more or fewer channels, and changes of the data type.
-constexpr FormatPair PICTURE_PAIRS[] = {
-	{"rgba.u8", "rgba.u8"},   {"bgra.u8", "rgba.u8"},   {"rgba.u8", "rgb.u8"},   {"rgb.u8", "rgba.u8"},   {"bgr.u8", "rgb.u8"},
-	{"rgb.u8", "grey.u8"},    {"grey.u8", "rgb.u8"},    {"rgba.u16", "rgba.u8"}, {"rgba.u8", "rgba.u16"}, {"bgra.u16", "rgba.u16"},
-	{"grey.u16", "rgb.u16"},  {"rgb.u16", "rgb.u32"},   {"rgb.u32", "rgb.u16"},  {"rgba.u32", "rgb.u32"}, {"rgb.s32", "rgb.u32"},
-	{"rgba.f32", "rgba.u8"},  {"rgba.u8", "rgba.f32"},  {"rgb.u8", "rgba.f32"},  {"rgb.u16", "rgba.f32"}, {"rgba.f32", "rgba.u32"},
-	{"rgba.u32", "rgba.f32"}, {"argb.f32", "rgba.f32"}, {"rgb.f32", "grey.f32"}, {"grey.f32", "rgb.f32"},
+/// The memory of all pairs of one size. It is made when the first of them runs, and filled again when the type of the source changes.
+class PairMemory
+{
+public:
+	PairMemory(Int pixelCount, Int copyBytes)
+		: _size(static_cast<std::size_t>(std::max(pixelCount * LARGEST_PIXEL, copyBytes)) + CACHE_LINE)
+	{
+	}
+
+	Result<void> Prepare(DataType sourceType)
+	{
+		if (_source.empty())
+		{
+			_destination.assign(_size, Byte(1));
+			_source.assign(_size, Byte(1));
+		}
+		if (_filledType != sourceType)
+			TORVI_TRY(FillWithNoise(_source, sourceType));
+		_filledType = sourceType;
+		return OK;
+	}
+
+	Byte* GetSource() { return Align(_source); }
+	Byte* GetDestination() { return Align(_destination); }
+
+private:
+	static constexpr Int LARGEST_PIXEL = 4 * sizeof(Float64);
+	static constexpr std::size_t CACHE_LINE = 64;
+
+	/// Where the memory lies in its cache line changes what short runs take, of memcpy above all: it is the same in all runs of the
+	/// program.
+	static Byte* Align(Array<Byte>& bytes)
+	{
+		const std::size_t beyond = reinterpret_cast<std::uintptr_t>(bytes.data()) % CACHE_LINE;
+		return bytes.data() + (CACHE_LINE - beyond) % CACHE_LINE;
+	}
+
+	std::size_t _size;
+	Array<Byte> _source;
+	Array<Byte> _destination;
+	DataType _filledType;
 };
 
-Result<void> ConvertInCache(benchmark::State& state, const PixelFormat& destination, const PixelFormat& source)
+/// Both sides work in the same memory.
+Result<void> CompareWithCopy(benchmark::State& state, double seconds, const RunSize& run, PairMemory& memory,
+							 const PixelFormat& destination, const PixelFormat& source)
 {
-	const ConvertPixelFunc convert = TORVI_TRY(FindKernel(destination, source));
-	const Array<Byte> from = TORVI_TRY(MakePixels(source, RUN_LENGTH));
-	Array<Byte> to = MakeMemory(destination, RUN_LENGTH);
-	const PixelBuffer toBuffer(to.data(), destination->GetBitsPerPixel());
-	const PixelBuffer fromBuffer(from.data(), source->GetBitsPerPixel());
-	for (auto _ : state)
+	const ConvertPixelFunc function = TORVI_TRY(FindKernel(destination, source));
+	TORVI_TRY(memory.Prepare(GetChannelDataType(source)));
+	const PixelBuffer to(memory.GetDestination(), destination->GetBitsPerPixel());
+	const PixelBuffer from(memory.GetSource(), source->GetBitsPerPixel());
+	const Int pixelBytes = (destination->GetBitsPerPixel() + source->GetBitsPerPixel()) / 8; // read plus written
+	const Int copyBytes = run._copyBytes > 0 ? run._copyBytes : run._count * pixelBytes / 2;
+	const auto convert = [&]() -> Result<void>
 	{
-		TORVI_TRY(convert(toBuffer, RUN_LENGTH, fromBuffer, 0));
-		benchmark::ClobberMemory();
-	}
-	state.SetBytesProcessed(state.iterations() * static_cast<Int>(from.size() + to.size()));
-	return OK;
-}
-
-/// memcpy works in the same two blocks and moves as many bytes, read plus written.
-Result<void> ConvertPicture(benchmark::State& state, const FormatPair& pair, Int side)
-{
-	const PixelFormat destination = TORVI_TRY(FindFormat(pair._destination));
-	const PixelFormat source = TORVI_TRY(FindFormat(pair._source));
-	const ConvertPixelFunc convert = TORVI_TRY(FindKernel(destination, source));
-	Array<Byte> from = TORVI_TRY(MakePixels(source, side * side));
-	Array<Byte> to = MakeMemory(destination, side * side);
-	const std::size_t half = (from.size() + to.size()) / 2;
-	from.resize(std::max(from.size(), half));
-	to.resize(std::max(to.size(), half));
-	const PixelBuffer toBuffer(to.data(), destination->GetBitsPerPixel());
-	const PixelBuffer fromBuffer(from.data(), source->GetBitsPerPixel());
-	const auto copy = [&]() -> Result<void>
-	{
-		std::memcpy(to.data(), from.data(), half);
+		TORVI_TRY(function(to, run._count, from, 0));
 		benchmark::ClobberMemory();
 		return OK;
 	};
-	return CompareByTurns(
-		state, 1, [&]() { return convert(toBuffer, side * side, fromBuffer, 0); }, copy);
+	const auto copy = [&]() -> Result<void>
+	{
+		std::memcpy(memory.GetDestination(), memory.GetSource(), static_cast<std::size_t>(copyBytes));
+		benchmark::ClobberMemory();
+		return OK;
+	};
+	state.counters["bytes"] = static_cast<double>(pixelBytes);
+	return CompareByTurns(state, seconds, Task{convert, static_cast<double>(run._count)},
+						  Task{copy, static_cast<double>(2 * copyBytes) / static_cast<double>(pixelBytes)});
 }
 
-/// The fixed formats that have channels in memory, which leaves out those packed into 16 bits.
+/// The fixed formats that have channels in memory, which leaves out those packed into 16 bits. Those with one data type stand together.
 Result<Array<NamedFormat>> FindFixedFormats()
 {
 	Array<NamedFormat> formats;
@@ -86,6 +122,8 @@ Result<Array<NamedFormat>> FindFixedFormats()
 				formats.push_back({std::string(it.GetEntryId().GetText().substr(PIXELFORMAT_PREFIX.size())), format});
 		}
 	}
+	const auto getType = [](const NamedFormat& format) { return format._name.substr(format._name.find('.')); };
+	std::stable_sort(formats.begin(), formats.end(), [&](const auto& a, const auto& b) { return getType(a) < getType(b); });
 	return formats;
 }
 
@@ -95,16 +133,20 @@ Bool IsSource(const PixelFormat& format)
 	return format != GetPixelFormat(ids::PIXELFORMAT_ABGR_F32) && format != GetPixelFormat(ids::PIXELFORMAT_ALPHA_F16);
 }
 
-/// One destination's pairs. Its own memcpy stands in front of them, so that both see the same state of the machine.
-void AddPairs(const Options& options, const NamedFormat& destination, const Array<NamedFormat>& formats)
+/// All pairs of a size, source by source, so that the memory is filled once for each data type.
+void AddPairs(const Options& options, const RunSize& run, const Array<NamedFormat>& formats)
 {
-	const std::string name = "pair/" + destination._name + "/";
-	Add(name + "copy", options, 0.01, [](benchmark::State& state) { return MeasureMemoryCopy(state, CACHED_COPY_BYTES); });
+	const auto memory = std::make_shared<PairMemory>(run._count, run._copyBytes);
 	for (const NamedFormat& source : formats)
 	{
-		if (IsSource(source._format))
-			Add(name + source._name, options, 0.005,
-				[to = destination._format, from = source._format](benchmark::State& state) { return ConvertInCache(state, to, from); });
+		if (!IsSource(source._format))
+			continue;
+		for (const NamedFormat& destination : formats)
+		{
+			const auto compare = [=, to = destination._format, from = source._format](benchmark::State& state, double seconds)
+			{ return CompareWithCopy(state, seconds, run, *memory, to, from); };
+			AddRounds(std::string("pair/") + run._name + "/" + destination._name + "/" + source._name, options, run._seconds, compare);
+		}
 	}
 }
 
@@ -112,15 +154,12 @@ void AddPairs(const Options& options, const NamedFormat& destination, const Arra
 
 void AddConversions(const Options& options)
 {
-	for (const FormatPair& pair : PICTURE_PAIRS)
-	{
-		Add(std::string("picture/") + pair._destination + "/" + pair._source, options, 0.4,
-			[pair, side = options._pictureSide](benchmark::State& state) { return ConvertPicture(state, pair, side); })
-			->UseManualTime();
-	}
 	const Array<NamedFormat> formats = FindFixedFormats().ValueOr(Array<NamedFormat>());
-	for (const NamedFormat& destination : formats)
-		AddPairs(options, destination, formats);
+	for (RunSize run : RUN_SIZES)
+	{
+		run._count = options._isQuick ? std::min<Int>(run._count, 256) : run._count;
+		AddPairs(options, run, formats);
+	}
 }
 
 } // namespace torvi::bench

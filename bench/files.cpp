@@ -88,7 +88,7 @@ Result<FreshMemory> ReadFile(const std::string& path)
 	return memory;
 }
 
-Result<void> LoadAgainstRead(benchmark::State& state, Int side)
+Result<void> LoadAgainstRead(benchmark::State& state, double seconds, Int side)
 {
 	const TemporaryFile file;
 	TORVI_TRY(Save(TORVI_TRY(MakeSquare(side)), file.GetPath()));
@@ -117,7 +117,7 @@ Result<void> LoadAgainstRead(benchmark::State& state, Int side)
 		fileBytes = FreshMemory(0);
 		pixels = FreshMemory(0);
 	};
-	return CompareByTurns(state, 1, load, readAndConvert, giveBack);
+	return CompareByTurns(state, seconds, Task{load}, Task{readAndConvert}, giveBack);
 }
 
 /// Bytes of memory that this process holds, or held at most since it was forked.
@@ -160,14 +160,11 @@ Result<Int> MeasurePeak(Work work)
 	return growth;
 }
 
-/// Reports the growth and the size of the picture's storage. The time of such a measurement says nothing.
+/// Reports the growth and the size of the picture's storage.
 template <class Work>
 Result<void> ReportPeak(benchmark::State& state, const PixelFormat& format, Int side, Work work)
 {
-	Int growth = 0;
-	for (auto _ : state)
-		growth = std::max(growth, TORVI_TRY(MeasurePeak(work)));
-	state.counters["peak_bytes"] = static_cast<double>(growth);
+	state.counters["peak_bytes"] = static_cast<double>(TORVI_TRY(MeasurePeak(work)));
 	state.counters["picture_bytes"] = static_cast<double>(side * format->GetBytesPerLine(side, 1));
 	return OK;
 }
@@ -197,10 +194,9 @@ Result<void> PeakOfSave(benchmark::State& state, Int side)
 void AddFiles(const Options& options)
 {
 	const Int side = options._pictureSide;
-	Add("file/load", options, 1.0, [side](benchmark::State& state) { return LoadAgainstRead(state, side); })->UseManualTime();
-	const Options once = {._isQuick = true};
-	Add("file/peak-of-load", once, 0.0, [side](benchmark::State& state) { return PeakOfLoad(state, side); });
-	Add("file/peak-of-save", once, 0.0, [side](benchmark::State& state) { return PeakOfSave(state, side); });
+	AddRounds("file/load", options, 1.0, [side](benchmark::State& state, double seconds) { return LoadAgainstRead(state, seconds, side); });
+	Add("file/peak-of-load", [side](benchmark::State& state) { return PeakOfLoad(state, side); });
+	Add("file/peak-of-save", [side](benchmark::State& state) { return PeakOfSave(state, side); });
 }
 
 } // namespace torvi::bench

@@ -10,7 +10,6 @@ namespace
 
 constexpr Int LINE_LENGTH = 64; // pixels: short, so that the cost of the call is seen beside the kernel
 constexpr Int HEIGHT = 16;      // lines, a power of two
-constexpr Int REPEATS = 1000;
 
 /// One line in memory and one in an image, of different formats, so that there is something to convert.
 struct Lines
@@ -41,7 +40,7 @@ struct Lines
 	Array<Byte> _imageLines;
 };
 
-Result<void> GetLine(benchmark::State& state)
+Result<void> GetLine(benchmark::State& state, double seconds)
 {
 	Lines lines = TORVI_TRY(Lines::Make());
 	const GetPixelHandlerStruct reader = TORVI_TRY(lines._image->GetPixelHandler(lines._format, lines._format->GetChannelOffsets(),
@@ -50,11 +49,11 @@ Result<void> GetLine(benchmark::State& state)
 	Int y = 0;
 	const auto read = [&]() { return reader._getLine({0, y++ % HEIGHT, LINE_LENGTH}, lines.GetBuffer(), 0); };
 	const auto convert = [&]() { return kernel(lines.GetBuffer(), LINE_LENGTH, lines.GetImageBuffer(y++ % HEIGHT), 0); };
-	return CompareByTurns(state, REPEATS, Repeat(REPEATS, read), Repeat(REPEATS, convert));
+	return CompareByTurns(state, seconds, Task{read}, Task{convert});
 }
 
 /// Goes through SetLine, as all writers do, which also keeps the region.
-Result<void> SetLine(benchmark::State& state)
+Result<void> SetLine(benchmark::State& state, double seconds)
 {
 	Lines lines = TORVI_TRY(Lines::Make());
 	SetPixelHandlerStruct writer = TORVI_TRY(
@@ -63,7 +62,7 @@ Result<void> SetLine(benchmark::State& state)
 	Int y = 0;
 	const auto write = [&]() { return writer.SetLine({0, y++ % HEIGHT, LINE_LENGTH}, lines.GetBuffer(), 0); };
 	const auto convert = [&]() { return kernel(lines.GetImageBuffer(y++ % HEIGHT), LINE_LENGTH, lines.GetBuffer(), 0); };
-	TORVI_TRY(CompareByTurns(state, REPEATS, Repeat(REPEATS, write), Repeat(REPEATS, convert)));
+	TORVI_TRY(CompareByTurns(state, seconds, Task{write}, Task{convert}));
 	return writer.Free();
 }
 
@@ -71,8 +70,8 @@ Result<void> SetLine(benchmark::State& state)
 
 void AddHandlers(const Options& options)
 {
-	Add("line/get", options, 0.2, &GetLine)->UseManualTime();
-	Add("line/set", options, 0.2, &SetLine)->UseManualTime();
+	AddRounds("line/get", options, 0.2, &GetLine);
+	AddRounds("line/set", options, 0.2, &SetLine);
 }
 
 } // namespace torvi::bench

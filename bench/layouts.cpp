@@ -9,7 +9,6 @@ namespace
 {
 
 constexpr Int RUN_LENGTH = 4096; // pixels
-constexpr Int REPEATS = 20;
 
 enum class Layout
 {
@@ -81,14 +80,15 @@ struct Conversion
 };
 
 /// Reports nanoseconds per pixel.
-Result<void> CompareLayouts(benchmark::State& state, const LayoutPair& layouts, const FormatPair& formats)
+Result<void> CompareLayouts(benchmark::State& state, double seconds, const LayoutPair& layouts, const FormatPair& formats)
 {
 	const PixelFormat destination = TORVI_TRY(FindFormat(formats._destination));
 	const PixelFormat source = TORVI_TRY(FindFormat(formats._source));
 	Conversion packed = TORVI_TRY(Conversion::Make(destination, Layout::PACKED, source, Layout::PACKED));
 	Conversion other = TORVI_TRY(Conversion::Make(destination, layouts._destination, source, layouts._source));
-	return CompareByTurns(state, RUN_LENGTH * REPEATS, Repeat(REPEATS, [&]() { return other.Run(); }),
-						  Repeat(REPEATS, [&]() { return packed.Run(); }));
+	const auto convertOther = [&]() { return other.Run(); };
+	const auto convertPacked = [&]() { return packed.Run(); };
+	return CompareByTurns(state, seconds, Task{convertOther, RUN_LENGTH}, Task{convertPacked, RUN_LENGTH});
 }
 
 } // namespace
@@ -99,9 +99,9 @@ void AddLayouts(const Options& options)
 	{
 		for (const FormatPair& formats : FORMAT_PAIRS)
 		{
-			Add(std::string("layout/") + layouts._name + "/" + formats._destination + "/" + formats._source, options, 0.02,
-				[layouts, formats](benchmark::State& state) { return CompareLayouts(state, layouts, formats); })
-				->UseManualTime();
+			const auto compare = [&layouts, &formats](benchmark::State& state, double seconds)
+			{ return CompareLayouts(state, seconds, layouts, formats); };
+			AddRounds(std::string("layout/") + layouts._name + "/" + formats._destination + "/" + formats._source, options, 0.02, compare);
 		}
 	}
 }

@@ -34,8 +34,9 @@ int main(int argumentCount, char** arguments)
 		std::fprintf(stderr, "torvi-bench: %s\n", result.GetError().ToString().c_str());
 		return 1;
 	}
-	for (const auto add : {&AddMemoryCopies, &AddConversions, &AddLayouts, &AddLookups, &AddHandlers, &AddFiles})
+	for (const auto add : {&AddConversions, &AddLayouts, &AddThreads, &AddHandlers, &AddFiles})
 		add(options);
+	AddStart();
 	benchmark::RunSpecifiedBenchmarks();
 	benchmark::ClearRegisteredBenchmarks(); // their references go before the module ends
 	torvi::EndModule();

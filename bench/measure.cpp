@@ -1,7 +1,11 @@
 // Formats, pixels and kernels for the measurements.
 #include "bench/measure.h"
 
+#include "host/datatype.h"
+#include "host/halffloat_datatype.h"
 #include "torvi/ids_formats.h"
+
+#include <cstring>
 
 namespace torvi::bench
 {
@@ -9,15 +13,42 @@ namespace torvi::bench
 namespace
 {
 
-/// Bytes without a pattern that a branch could learn.
-void FillWithNoise(Block<Byte> bytes)
+/// A number of the type from random bits.
+template <class T>
+T MakeNumber(UInt64 bits)
 {
-	UInt32 state = 1;
-	for (Byte& byte : bytes)
+	constexpr UInt64 SMALLEST_HALF = 0x0400, ONE_HALF = 0x3C00;
+	if constexpr (std::is_same_v<T, HalfFloat>)
+		return HalfFloat::FromBits(static_cast<UInt16>(SMALLEST_HALF + (bits >> 32) % (ONE_HALF - SMALLEST_HALF + 1)));
+	else if constexpr (std::is_floating_point_v<T>)
+		return static_cast<T>(bits >> (64 - std::numeric_limits<T>::digits)) / static_cast<T>(UInt64(1) << std::numeric_limits<T>::digits);
+	else
+		return static_cast<T>(bits >> (64 - std::numeric_limits<T>::digits));
+}
+
+/// Writes numbers into the first part of the memory and repeats them over the rest.
+template <class T>
+void FillWith(Block<Byte> bytes)
+{
+	constexpr std::size_t PERIOD = 1 << 20;
+	UInt64 state = 88172645463325252; // of Marsaglia's xorshift
+	std::size_t size = std::min(bytes.size(), PERIOD);
+	for (std::size_t i = 0; i + sizeof(T) <= size; i += sizeof(T))
 	{
-		state = state * 1664525 + 1013904223;
-		byte = static_cast<Byte>(state >> 24);
+		state ^= state << 13;
+		state ^= state >> 7;
+		state ^= state << 17;
+		const T number = MakeNumber<T>(state);
+		std::memcpy(bytes.data() + i, &number, sizeof(T));
 	}
+	for (; size < bytes.size(); size += std::min(size, bytes.size() - size))
+		std::memcpy(bytes.data() + size, bytes.data(), std::min(size, bytes.size() - size));
+}
+
+template <class... T>
+Bool FillWithFirstOf(Block<Byte> bytes, DataType dataType)
+{
+	return ((dataType == GetDataType<T>() && (FillWith<T>(bytes), true)) || ...);
 }
 
 } // namespace
@@ -29,6 +60,18 @@ Result<PixelFormat> FindFormat(const std::string& shortName)
 	return format;
 }
 
+DataType GetChannelDataType(const PixelFormat& format)
+{
+	return format->GetChannels()[0]->GetDataType();
+}
+
+Result<void> FillWithNoise(Block<Byte> bytes, DataType dataType)
+{
+	const Bool isFilled = FillWithFirstOf<UChar, UInt16, UInt32, Int32, HalfFloat, Float32, Float64>(bytes, dataType);
+	TORVI_CHECK(isFilled, IllegalArgumentError("There is no noise of type @.", dataType.GetId()));
+	return OK;
+}
+
 Array<Byte> MakeMemory(const PixelFormat& format, Int count)
 {
 	return Array<Byte>(static_cast<std::size_t>(format->GetBytesPerLine(count, 1)), Byte(1));
@@ -36,17 +79,8 @@ Array<Byte> MakeMemory(const PixelFormat& format, Int count)
 
 Result<Array<Byte>> MakePixels(const PixelFormat& format, Int count)
 {
-	constexpr Int RUN = 4096;
-	const PixelFormat noiseFormat = GetPixelFormat(ids::PIXELFORMAT_RGBA_U8);
-	const ConvertPixelFunc convert = TORVI_TRY(FindKernel(format, noiseFormat));
-	Array<Byte> noise = MakeMemory(noiseFormat, RUN);
-	FillWithNoise(noise);
 	Array<Byte> pixels = MakeMemory(format, count);
-	for (Int i = 0; i < count; i += RUN)
-	{
-		const PixelBuffer destination(pixels.data() + i * format->GetBitsPerPixel() / 8, format->GetBitsPerPixel());
-		TORVI_TRY(convert(destination, std::min(RUN, count - i), PixelBuffer(noise.data(), noiseFormat->GetBitsPerPixel()), 0));
-	}
+	TORVI_TRY(FillWithNoise(pixels, GetChannelDataType(format)));
 	return pixels;
 }
 

@@ -1,59 +1,22 @@
 #!/usr/bin/env python3
-"""Runs torvi-bench, or reads what it wrote as JSON, and prints one line per budget: measured, budget, pass or MISS.
+"""Runs torvi-bench, or reads what an earlier run saved, and prints what was measured against the budgets.
 
-Fails when a measurement failed or a line has none; a missed budget is not a failure."""
+Fails when a measurement failed or a budget has none; a missed budget is not a failure."""
 import argparse
-import json
-import math
 import pathlib
 import shutil
 import subprocess
 import sys
 import tempfile
 
+import results
+from results import select, versus_reference
+
 MEBIBYTE = 1 << 20
 PAIRS_SHOWN = 10
-GROUPS_SHOWN = 6
-
-
-def run_program(program, quick):
-    command = [program, "--benchmark_format=json"] + (["--quick"] if quick else [])
-    return json.loads(subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout)
-
-
-def read_measurements(report):
-    """The measurements by name, without the parts of a name that say how often it ran."""
-    measurements = {}
-    for entry in report["benchmarks"]:
-        if entry.get("error_occurred"):
-            sys.exit(f"{entry['name']}: {entry['error_message']}")
-        parts = [part for part in entry["name"].split("/") if ":" not in part and part not in ("manual_time", "real_time")]
-        measurements["/".join(parts)] = entry
-    return measurements
-
-
-def select(measurements, head):
-    found = {name[len(head):]: entry for name, entry in measurements.items() if name.startswith(head)}
-    if not found:
-        sys.exit(f"There is no measurement {head}...")
-    return found
-
-
-def versus_reference(entry):
-    """The speed as a multiple of the reference's."""
-    return entry["reference_ns"] / entry["fastest_ns"]
-
-
-def pair_ratios(measurements):
-    """Bytes per second of each pair in cache, as a multiple of its row's memcpy."""
-    pairs = select(measurements, "pair/")
-    copies = {name[:-len("/copy")]: entry for name, entry in pairs.items() if name.endswith("/copy")}
-    return {name: entry["bytes_per_second"] / copies[name.rsplit("/", 1)[0]]["bytes_per_second"]
-            for name, entry in pairs.items() if not name.endswith("/copy")}
-
-
-def geometric_mean(values):
-    return math.exp(sum(map(math.log, values)) / len(values))
+TYPES = ("u8", "u16", "u32", "s32", "f16", "f32", "f64")
+COLOURS = ("rgb", "bgr")
+GREYS = ("grey", "greya", "agrey")
 
 
 def stripped_size(library):
@@ -63,92 +26,162 @@ def stripped_size(library):
         return pathlib.Path(copy).stat().st_size
 
 
-def at_least(line, value, budget, note=""):
-    return line, f"{value:.3f}", f">= {budget}", value >= budget, note
+def at_least(subject, value, budget, unit="", note=""):
+    return {"subject": subject, "value": value, "budget": budget, "unit": unit, "bound": ">=", "pass": value >= budget, "note": note}
 
 
-def slowest(line, ratios, budget):
-    name = min(ratios, key=ratios.get)
-    return at_least(line, ratios[name], budget, name)
+def at_most(subject, value, budget, unit, note=""):
+    return {"subject": subject, "value": value, "budget": budget, "unit": unit, "bound": "<=", "pass": value <= budget, "note": note}
 
 
-def at_most(line, value, budget, unit, note=""):
-    return line, f"{value:.2f} {unit}", f"<= {budget} {unit}", value <= budget, note
+def slowest(subject, ratios, budget):
+    """A line that holds the smallest of the ratios to a budget, or none where there are no ratios."""
+    if ratios:
+        name = min(ratios, key=ratios.get)
+        missed = sum(ratio < budget for ratio in ratios.values())
+        yield at_least(subject, ratios[name], budget, "x", name + (f", {missed} of {len(ratios)} miss" if missed else ""))
+
+
+def is_mean_of_colours(pair):
+    destination, source = (name.split(".")[0] for name in pair.split("/"))
+    return destination in GREYS and any(colour in source for colour in COLOURS)
+
+
+def is_slow_kind(pair):
+    """Whether the pair has a data type or a calculation that memory does not bound."""
+    return bool({"f16", "f64"} & set(results.data_types(pair))) or is_mean_of_colours(pair)
+
+
+def pair_lines(measurements):
+    pictures = results.pair_ratios(measurements, "16M")
+    yield from slowest("16M pixels: integers and float32, slowest", {n: r for n, r in pictures.items() if not is_slow_kind(n)}, 0.45)
+    yield from slowest("16M pixels: float16, float64, mean, slowest", {n: r for n, r in pictures.items() if is_slow_kind(n)}, 0.3)
+    cached = results.pair_ratios(measurements, "4096")
+    if cached:
+        yield at_least("4,096 pixels: geometric mean", results.geometric_mean(cached.values()), 0.4, "x", f"{len(cached)} pairs")
+    yield from slowest("4,096 pixels: slowest", cached, 0.04)
 
 
 def layout_lines(measurements):
     layouts = select(measurements, "layout/")
-    integers = {name: entry["fastest_ns"] for name, entry in layouts.items() if ".f" not in name}
-    for kind in ("planes", "padded"):
-        ratios = {name: versus_reference(entry) for name, entry in layouts.items() if kind in name}
-        yield slowest(f"{kind} against packed, slowest", ratios, 0.333)
-    worst = max(integers, key=integers.get)
-    yield at_most("planes and padded, integer pairs, slowest", integers[worst], 1.5, "ns/pixel", worst)
+    yield from slowest("planes against packed, slowest", {n: versus_reference(e) for n, e in layouts.items() if "planes" in n}, 1 / 3)
+    padded = {name: entry["fastest_ns"] for name, entry in layouts.items() if "padded" in name and ".f" not in name}
+    if padded:
+        worst = max(padded, key=padded.get)
+        yield at_most("padded integer pairs, slowest", padded[worst], 1.5, "ns/pixel", worst)
+
+
+def call_lines(measurements):
+    for entry in select(measurements, "threads/cached-lookup").values():
+        yield at_most("cached lookup", entry["reference_ns"], 300, "ns")
+        yield at_most("cached lookup, two threads on one format", entry["fastest_ns"], 1000, "ns")
+    for entry in select(measurements, "threads/held-function").values():
+        yield at_least("64-pixel runs on two threads against one", 2 * versus_reference(entry), 1.9, "x")
+    for name, entry in select(measurements, "line/").items():
+        yield at_most(f"_{name}Line beyond the kernel", entry["fastest_ns"] - entry["reference_ns"], 60, "ns")
 
 
 def file_lines(measurements):
-    load = select(measurements, "file/load")[""]
-    yield at_most("load of a BMP against read + kernel", 1 / versus_reference(load), 1.5, "x")
+    for entry in select(measurements, "file/load").values():
+        yield at_most("load of a BMP against read + kernel", 1 / versus_reference(entry), 1.5, "x")
     for work, counted in (("load", 1), ("save", 0)):
-        entry = select(measurements, f"file/peak-of-{work}")[""]
-        beyond = (entry["peak_bytes"] - counted * entry["picture_bytes"]) / MEBIBYTE
-        yield at_most(f"peak memory of a {work} beyond the picture", beyond, 16, "MiB")
+        for entry in select(measurements, f"file/peak-of-{work}").values():
+            beyond = (entry["peak_bytes"] - counted * entry["picture_bytes"]) / MEBIBYTE
+            yield at_most(f"peak memory of a {work} beyond the picture", beyond, 16, "MiB")
+    for entry in select(measurements, "module/start").values():
+        yield at_most("module start to first lookup", entry["start_ms"], 20, "ms")
 
 
-def budget_lines(measurements, pictures, pairs):
-    yield slowest("kernels on 16 megapixels, slowest", pictures, 0.45)
-    yield at_least("kernels in cache, geometric mean of pairs", geometric_mean(pairs.values()), 0.4, f"{len(pairs)} pairs")
-    yield slowest("kernels in cache, slowest", pairs, 0.04)
-    yield from layout_lines(measurements)
-    yield at_most("cached lookup", select(measurements, "lookup/cached")[""]["cpu_time"], 300, "ns")
-    for name in ("get", "set"):
-        entry = select(measurements, f"line/{name}")[""]
-        yield at_most(f"_{name}Line beyond the kernel", entry["fastest_ns"] - entry["reference_ns"], 60, "ns")
-    yield from file_lines(measurements)
-    yield at_most("module start to first lookup", select(measurements, "module/start")[""]["real_time"], 20, "ms")
+def budget_lines(measurements):
+    """One line for each budget that something was measured for."""
+    return [line for lines in (pair_lines, layout_lines, call_lines, file_lines) for line in lines(measurements)]
 
 
-def print_table(rows):
-    for line, value, budget, is_met, note in rows:
-        print(f"{line:<44} {value:>14} {budget:>16}  {'pass' if is_met else 'MISS'}  {note}".rstrip())
+BUDGET_COUNT = 15
 
 
-def by_types(pairs):
-    """The geometric mean over all pairs with the same two data types."""
-    ratios = {}
-    for name, ratio in pairs.items():
-        types = "/".join(part.split(".")[1] for part in name.split("/"))
-        ratios.setdefault(types, []).append(ratio)
-    return {types: geometric_mean(values) for types, values in ratios.items()}
+def describe_sizes(measurements):
+    """For each size of run, the pairs as a whole."""
+    sizes = {}
+    for size in results.SIZES:
+        ratios = results.pair_ratios(measurements, size)
+        if ratios:
+            sizes[size] = {"pairs": len(ratios),
+                           "memcpy_gb_per_s": results.copy_rate(measurements, size),
+                           "geometric_mean": results.geometric_mean(ratios.values()),
+                           "slowest": sorted(ratios, key=ratios.get)[:PAIRS_SHOWN]}
+    return sizes
 
 
-def print_worst(title, ratios, count):
-    print(f"\n{title}")
-    for name in sorted(ratios, key=ratios.get)[:count]:
-        print(f"  {ratios[name]:6.3f}  {name}")
+def summarize(measurements, machine):
+    """All that is printed, and saved for other programs."""
+    return {"machine": machine, "budgets": budget_lines(measurements), "sizes": describe_sizes(measurements), "measurements": measurements}
+
+
+def print_budgets(budgets):
+    for line in budgets:
+        value = f"{line['value']:.3f}" if line["unit"] == "x" else f"{line['value']:.2f}"
+        budget = f"{line['bound']} {line['budget']:.4g}"
+        verdict = "pass" if line["pass"] else "MISS"
+        print(f"{verdict}  {line['subject']:<44} {value:>8} {budget:>8} {line['unit']:<8}  {line['note']}".rstrip())
+
+
+def print_sizes(sizes):
+    print("\nAll pairs of fixed formats, in bytes read plus written per second, as multiples of memcpy:")
+    print(f"  {'pixels':>6} {'pairs':>6} {'geometric mean':>15} {'memcpy':>12}")
+    for size, about in sizes.items():
+        print(f"  {size:>6} {about['pairs']:>6} {about['geometric_mean']:>15.3f} {about['memcpy_gb_per_s']:>7.1f} GB/s")
+
+
+def print_types(size, ratios):
+    print(f"\n{size} pixels, geometric mean by data types, source down, destination across:")
+    means = results.by_data_types(ratios)
+    print("      " + "".join(f"{name:>7}" for name in TYPES))
+    for source in TYPES:
+        cells = (means.get((destination, source)) for destination in TYPES)
+        print(f"  {source:<4}" + "".join("      -" if cell is None else f"{cell:7.3f}" for cell in cells))
+
+
+def print_slowest(sizes, ratios):
+    print("\nSlowest pairs, destination/source:")
+    print("".join(f"  {size + ' pixels':<28}" for size in sizes).rstrip())
+    for names in zip(*(about["slowest"] for about in sizes.values())):
+        print("".join(f"  {ratios[size][name]:6.3f} {name:<21}" for size, name in zip(sizes, names)).rstrip())
+
+
+def print_summary(summary):
+    machine, sizes = summary["machine"], summary["sizes"]
+    print(f"{machine['processor']}, {machine['cores']} cores, load {machine['load']} when the run began\n")
+    print_budgets(summary["budgets"])
+    if not sizes:
+        return
+    print_sizes(sizes)
+    ratios = {size: results.pair_ratios(summary["measurements"], size) for size in sizes}
+    for size in sizes:
+        print_types(size, ratios[size])
+    print_slowest(sizes, ratios)
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("source", help="torvi-bench, or a file with its JSON output")
-    parser.add_argument("--quick", action="store_true", help="run each measurement once, on small pictures: numbers without meaning")
+    parser.add_argument("source", help="torvi-bench, or the .json file that an earlier run saved")
+    parser.add_argument("--filter", help="regular expression on names such as pair/4096/rgba.u8/rgb.u8: run and show only a part")
+    parser.add_argument("--quick", action="store_true", help="run each measurement once, on few pixels: numbers without meaning")
     parser.add_argument("--library", help="libtorvi_image.so, for the line on its size")
-    parser.add_argument("--save", help="file to write the JSON output to")
+    parser.add_argument("--save", help="file to write all numbers to, as JSON")
     arguments = parser.parse_args()
-    is_file = arguments.source.endswith(".json")
-    report = json.loads(pathlib.Path(arguments.source).read_text()) if is_file else run_program(arguments.source, arguments.quick)
-    if arguments.save:
-        pathlib.Path(arguments.save).write_text(json.dumps(report))
-    measurements = read_measurements(report)
-    pictures = {name: versus_reference(entry) for name, entry in select(measurements, "picture/").items()}
-    pairs = pair_ratios(measurements)
-    rows = list(budget_lines(measurements, pictures, pairs))
+    if arguments.source.endswith(".json"):
+        summary = results.read(arguments.source)
+    else:
+        machine = results.describe_machine()
+        summary = summarize(results.run_program(arguments.source, arguments.quick, arguments.filter), machine)
+        if not arguments.filter and len(summary["budgets"]) != BUDGET_COUNT:
+            sys.exit(f"{len(summary['budgets'])} of {BUDGET_COUNT} budgets were measured.")
     if arguments.library:
-        rows.append(at_most("library, stripped", stripped_size(arguments.library) / MEBIBYTE, 12, "MiB"))
-    print_table(rows)
-    print_worst("Slowest pairs in cache, destination/source, as multiples of memcpy:", pairs, PAIRS_SHOWN)
-    print_worst("Slowest data types in cache, geometric mean of their pairs:", by_types(pairs), GROUPS_SHOWN)
-    print_worst("Slowest on 16 megapixels:", pictures, GROUPS_SHOWN)
+        summary["budgets"].append(at_most("library, stripped", stripped_size(arguments.library) / MEBIBYTE, 12, "MiB"))
+    if arguments.save:
+        results.save(arguments.save, summary)
+    print_summary(summary)
 
 
 if __name__ == "__main__":

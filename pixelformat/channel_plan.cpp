@@ -3,6 +3,7 @@
 
 #include "pixelformat/conversion_functions.h"
 #include "pixelformat/gfx_image_channels.h"
+#include "pixelformat/kernel_channel.h"
 #include "torvi/ids_formats.h"
 
 namespace torvi
@@ -99,19 +100,17 @@ Result<ConvertPixelFunc> PlanByChannels(const PixelFormatInterface& srcFormat, c
 	if (!PlanHolds(destination, sources, EffectiveColorSpace(srcFormat, alphaSpace)))
 		return ConvertPixelFunc();
 
-	Array<ChannelStep> steps;
+	Array<ChannelPlace> from, to;
+	for (std::size_t i = 0; i < source.size(); ++i)
+		from.push_back(TORVI_TRY(PlaceOf(source[i], srcOffsets[i])));
+	Array<ChannelRule> rules;
 	for (std::size_t i = 0; i < destination.size(); ++i)
 	{
-		const ChannelPlace to = TORVI_TRY(PlaceOf(destination[i], dstOffsets[i]));
-		if (sources[i] == NO_SOURCE)
-		{
-			steps.push_back(FillStep(to, destination[i]->GetChannelType()->GetDefaultFillValue()));
-			continue;
-		}
-		const auto from = static_cast<std::size_t>(sources[i]);
-		steps.push_back(MoverStep(to, TORVI_TRY(PlaceOf(source[from], srcOffsets[from]))));
+		to.push_back(TORVI_TRY(PlaceOf(destination[i], dstOffsets[i])));
+		rules.push_back(sources[i] != NO_SOURCE ? ChannelRule::Move(sources[i])
+												: ChannelRule::Fill(destination[i]->GetChannelType()->GetDefaultFillValue()));
 	}
-	return FunctionOf(std::move(steps));
+	return FunctionOf(ChannelProgram(to, from, rules));
 }
 
 } // namespace torvi

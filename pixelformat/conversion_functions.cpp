@@ -13,12 +13,6 @@ namespace
 
 constexpr Int CHUNK_PIXELS = 64;
 
-struct OffsetConversion
-{
-	OffsetKernel _kernel;
-	KernelOffsets _offsets;
-};
-
 /// The run from pixel `start` on, which is a multiple of CHUNK_PIXELS and so begins on a whole byte.
 PixelBuffer PixelAt(const PixelBuffer& run, Int start)
 {
@@ -56,30 +50,6 @@ ConvertPixelFunc FunctionOf(RunKernel kernel)
 			kernel(RunOf(destination, count, source));
 		return OK;
 	};
-}
-
-Result<ConvertPixelFunc> FunctionOf(OffsetKernel kernel, const KernelOffsets& offsets)
-{
-	auto record = TORVI_TRY(NewObject<SharedRecord<OffsetConversion>>(OffsetConversion{kernel, offsets}));
-	return ConvertPixelFunc(
-		[record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
-		{
-			if (count > 0)
-				record->GetValue()._kernel(RunOf(destination, count, source), record->GetValue()._offsets);
-			return OK;
-		});
-}
-
-Result<ConvertPixelFunc> FunctionOf(Array<ChannelStep> steps)
-{
-	auto record = TORVI_TRY(NewObject<SharedRecord<Array<ChannelStep>>>(std::move(steps)));
-	return ConvertPixelFunc(
-		[record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
-		{
-			if (count > 0)
-				RunSteps(record->GetValue(), RunOf(destination, count, source));
-			return OK;
-		});
 }
 
 ConvertPixelFunc CopyFunction(Int bytesPerPixel)

@@ -2,7 +2,7 @@
 // shared record that never changes; nothing in it points to what the caller passed in.
 #pragma once
 
-#include "pixelformat/kernel_channel.h"
+#include "pixelformat/kernel_run.h"
 #include "torvi/gfx_image_pixelformat.h"
 
 namespace torvi
@@ -25,14 +25,21 @@ inline KernelRun RunOf(const PixelBuffer& destination, Int count, const PixelBuf
 	return {destination._pixel, BytesOf(destination._stride), source._pixel, BytesOf(source._stride), count};
 }
 
-/// A function of a kernel that knows both layouts.
+/// A function of a kernel without state.
 ConvertPixelFunc FunctionOf(RunKernel kernel);
 
-/// A function of a kernel with captured offsets.
-Result<ConvertPixelFunc> FunctionOf(OffsetKernel kernel, const KernelOffsets& offsets);
-
-/// A function that runs channel steps.
-Result<ConvertPixelFunc> FunctionOf(Array<ChannelStep> steps);
+/// A function of a plan, of a program or of a copy: of what has a `Run` and never changes.
+template <class Conversion>
+Result<ConvertPixelFunc> FunctionOf(Conversion conversion)
+{
+	auto record = TORVI_TRY(NewObject<SharedRecord<Conversion>>(std::move(conversion)));
+	return ConvertPixelFunc(
+		[record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
+		{
+			record->GetValue().Run(RunOf(destination, count, source));
+			return OK;
+		});
+}
 
 /// A function that copies whole pixels; overlapping runs are as for CopyPixels.
 ConvertPixelFunc CopyFunction(Int bytesPerPixel);

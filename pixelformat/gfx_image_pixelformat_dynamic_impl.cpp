@@ -2,12 +2,12 @@
 #include "pixelformat/gfx_image_pixelformat_dynamic_impl.h"
 
 #include "pixelformat/conversion_functions.h"
+#include "pixelformat/dynamic_rules.h"
+#include "pixelformat/fixed_plan.h"
 #include "pixelformat/format_registration.h"
 #include "pixelformat/gfx_image_channels.h"
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
-#include "pixelformat/kernel_dynamic.h"
-#include "pixelformat/kernel_table.h"
 #include "torvi/ids_formats.h"
 
 #include <algorithm>
@@ -17,15 +17,6 @@ namespace torvi
 
 namespace
 {
-
-constexpr Int NO_CHANNEL = -1;
-
-/// Where the channels of a layout lie, by role; owns what a DynamicLayout views.
-struct LayoutPlaces
-{
-	DynamicLayout _layout;
-	Array<ChannelPlace> _others;
-};
 
 class PixelFormatDynamicImpl final : public PixelFormatBaseImpl, public PixelFormatDynamicInterface
 {
@@ -53,7 +44,7 @@ public:
 	Int GetChannelCount() const override { return CountOf(_channels); }
 	const ChannelOffsets& GetChannelOffsets() const override { return _offsets; }
 	BITS GetBitsPerPixel() const override { return _bitsPerPixel; }
-	Bool HasAlpha() const override { return _alphaIndex != NO_CHANNEL; }
+	Bool HasAlpha() const override { return _roles._alpha != DynamicRoles::NO_CHANNEL; }
 	Result<AlphaPixelFormat> GetAlphaPixelFormat() const override;
 	ColorSpace GetColorSpace() const override { return _colorSpace; }
 	ColorProfile GetDefaultColorProfile() const override { return DefaultProfileOf(_colorSpace, _dataType); }
@@ -70,8 +61,7 @@ private:
 	Result<void> JoinColorSpace(const ColorSpace& colorSpace);
 	void SetOffsets(Array<BITS> offsets);
 	Int* IndexOf(CHANNELTYPE type);
-	Result<ChannelPlace> PlaceOf(std::size_t index, const ChannelOffsets& offsets) const;
-	Result<LayoutPlaces> PlacesOf(const ChannelOffsets& offsets) const;
+	Result<Array<ChannelPlace>> PlacesOf(const ChannelOffsets& offsets) const;
 	Result<ConvertPixelFunc> CopyOfChannels(const ChannelOffsets& srcOffsets, const ChannelOffsets& dstOffsets) const;
 
 	Array<ImageChannel> _channels;
@@ -79,12 +69,7 @@ private:
 	ChannelOffsets _offsets;
 	BITS _bitsPerPixel = 0;
 	DataType _dataType; // of the first channel
-	Int _redIndex = NO_CHANNEL;
-	Int _greenIndex = NO_CHANNEL;
-	Int _blueIndex = NO_CHANNEL;
-	Int _alphaIndex = NO_CHANNEL;
-	Int _greyIndex = NO_CHANNEL;
-	Array<Int> _otherIndices;
+	DynamicRoles _roles;
 	ColorSpace _colorSpace;
 };
 
@@ -99,10 +84,8 @@ Result<void> PixelFormatDynamicImpl::Append(const ImageChannel& channel)
 	TORVI_TRY(JoinColorSpace(channel->GetChannelType()->GetColorSpace()));
 	const Int index = CountOf(_channels);
 	Int* const role = IndexOf(channel->GetChannelType()->GetType());
-	if (role != nullptr && *role == NO_CHANNEL)
+	if (role != nullptr && *role == DynamicRoles::NO_CHANNEL)
 		*role = index;
-	else
-		_otherIndices.push_back(index);
 	Array<BITS> offsets = _offsetValues;
 	offsets.push_back(_bitsPerPixel + channel->GetChannelBits());
 	_channels.push_back(channel);
@@ -135,15 +118,15 @@ Int* PixelFormatDynamicImpl::IndexOf(CHANNELTYPE type)
 	switch (type)
 	{
 	case CHANNELTYPE::RED:
-		return &_redIndex;
+		return &_roles._red;
 	case CHANNELTYPE::GREEN:
-		return &_greenIndex;
+		return &_roles._green;
 	case CHANNELTYPE::BLUE:
-		return &_blueIndex;
+		return &_roles._blue;
 	case CHANNELTYPE::ALPHA:
-		return &_alphaIndex;
+		return &_roles._alpha;
 	case CHANNELTYPE::GREY:
-		return &_greyIndex;
+		return &_roles._grey;
 	default:
 		return nullptr;
 	}
@@ -177,7 +160,7 @@ UInt64 PixelFormatDynamicImpl::GetHashCodeImpl() const
 Result<AlphaPixelFormat> PixelFormatDynamicImpl::GetAlphaPixelFormat() const
 {
 	TORVI_CHECK(HasAlpha(), IllegalArgumentError("@ has no alpha.", GetShortName()));
-	const auto index = static_cast<std::size_t>(_alphaIndex);
+	const auto index = static_cast<std::size_t>(_roles._alpha);
 	PixelFormat format = TORVI_TRY(FindOrCreatePixelFormat({&_channels[index], 1}));
 	return AlphaPixelFormat{std::move(format), BytesOf(_offsetValues[index])};
 }
@@ -196,30 +179,17 @@ String PixelFormatDynamicImpl::PixToString(const Byte* pixel) const
 	return text;
 }
 
-Result<ChannelPlace> PixelFormatDynamicImpl::PlaceOf(std::size_t index, const ChannelOffsets& offsets) const
-{
-	const std::optional<ValueType> type = ValueTypeOf(_channels[index]->GetDataType());
-	TORVI_CHECK(type, FunctionNotImplementedError("Channels of data type @ can not be converted.", _channels[index]->GetDataType()));
-	return ChannelPlace{BytesOf(offsets[index]), *type};
-}
-
-Result<LayoutPlaces> PixelFormatDynamicImpl::PlacesOf(const ChannelOffsets& offsets) const
+Result<Array<ChannelPlace>> PixelFormatDynamicImpl::PlacesOf(const ChannelOffsets& offsets) const
 {
 	TORVI_CHECK(offsets.size() == _channels.size() + 1, IllegalArgumentError("The channel offsets do not fit @.", GetShortName()));
-	LayoutPlaces places;
-	const std::pair<std::optional<ChannelPlace>*, Int> roles[] = {{&places._layout._red, _redIndex},
-																  {&places._layout._green, _greenIndex},
-																  {&places._layout._blue, _blueIndex},
-																  {&places._layout._alpha, _alphaIndex},
-																  {&places._layout._grey, _greyIndex}};
-	for (const auto& [place, index] : roles)
+	Array<ChannelPlace> places;
+	for (std::size_t i = 0; i < _channels.size(); ++i)
 	{
-		if (index != NO_CHANNEL)
-			*place = TORVI_TRY(PlaceOf(static_cast<std::size_t>(index), offsets));
+		const DataType& dataType = _channels[i]->GetDataType();
+		const std::optional<ValueType> type = ValueTypeOf(dataType);
+		TORVI_CHECK(type, FunctionNotImplementedError("Channels of data type @ can not be converted.", dataType));
+		places.push_back({BytesOf(offsets[i]), *type});
 	}
-	for (const Int index : _otherIndices)
-		places._others.push_back(TORVI_TRY(PlaceOf(static_cast<std::size_t>(index), offsets)));
-	places._layout._others = places._others;
 	return places;
 }
 
@@ -227,13 +197,11 @@ Result<ConvertPixelFunc> PixelFormatDynamicImpl::CopyOfChannels(const ChannelOff
 {
 	if (std::ranges::equal(srcOffsets, _offsets) && std::ranges::equal(dstOffsets, _offsets))
 		return CopyFunction(BytesOf(_bitsPerPixel));
-	const std::size_t needed = _channels.size() + 1;
-	TORVI_CHECK(srcOffsets.size() == needed && dstOffsets.size() == needed,
-				IllegalArgumentError("The channel offsets do not fit @.", GetShortName()));
-	Array<ChannelStep> steps;
-	for (std::size_t i = 0; i < _channels.size(); ++i)
-		steps.push_back(MoverStep(TORVI_TRY(PlaceOf(i, dstOffsets)), TORVI_TRY(PlaceOf(i, srcOffsets))));
-	return FunctionOf(std::move(steps));
+	const Array<ChannelPlace> to = TORVI_TRY(PlacesOf(dstOffsets)), from = TORVI_TRY(PlacesOf(srcOffsets));
+	Array<ChannelRule> rules;
+	for (Int i = 0; i < CountOf(_channels); ++i)
+		rules.push_back(ChannelRule::Move(i));
+	return FunctionOf(ChannelProgram(to, from, rules));
 }
 
 Result<ConvertPixelFunc> PixelFormatDynamicImpl::GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
@@ -244,12 +212,12 @@ Result<ConvertPixelFunc> PixelFormatDynamicImpl::GetConvertPixelFromFunc(const P
 	const std::optional<FixedFormat> source = FixedFormatOf(srcFormat);
 	if (!source || !IsDynamicPartner(*source))
 		return ConvertPixelFunc();
-	const auto sourcePlaces = OffsetsByRole(*source, srcOffsets);
-	TORVI_CHECK(sourcePlaces, IllegalArgumentError("The channel offsets do not fit @.", srcFormat));
-	const LayoutPlaces places = TORVI_TRY(PlacesOf(dstOffsets));
-	Array<ChannelStep> steps(static_cast<std::size_t>(MostStepsToDynamic(places._layout)));
-	steps.resize(static_cast<std::size_t>(PlanToDynamic(steps, places._layout, *source, *sourcePlaces)));
-	return FunctionOf(std::move(steps));
+	const std::optional<FixedPlaces> from = FixedPlaces::Make(*source, srcOffsets);
+	TORVI_CHECK(from, IllegalArgumentError("The channel offsets do not fit @.", srcFormat));
+	const Array<ChannelPlace> to = TORVI_TRY(PlacesOf(dstOffsets));
+	Array<ChannelRule> rules(to.size());
+	RulesToDynamic(rules, _roles, *source);
+	return FunctionOf(ChannelProgram(to, from->GetChannels(), rules));
 }
 
 Result<ConvertPixelFunc> PixelFormatDynamicImpl::GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
@@ -258,12 +226,11 @@ Result<ConvertPixelFunc> PixelFormatDynamicImpl::GetConvertPixelToFunc(const Pix
 	const std::optional<FixedFormat> destination = FixedFormatOf(dstFormat);
 	if (!destination || !IsDynamicPartner(*destination))
 		return ConvertPixelFunc();
-	const auto destinationPlaces = OffsetsByRole(*destination, dstOffsets);
-	TORVI_CHECK(destinationPlaces, IllegalArgumentError("The channel offsets do not fit @.", dstFormat));
-	const LayoutPlaces places = TORVI_TRY(PlacesOf(srcOffsets));
-	Array<ChannelStep> steps(MAXIMUM_CHANNELS);
-	steps.resize(static_cast<std::size_t>(PlanFromDynamic(steps, places._layout, *destination, *destinationPlaces)));
-	return FunctionOf(std::move(steps));
+	const std::optional<FixedPlaces> to = FixedPlaces::Make(*destination, dstOffsets);
+	TORVI_CHECK(to, IllegalArgumentError("The channel offsets do not fit @.", dstFormat));
+	const Array<ChannelPlace> from = TORVI_TRY(PlacesOf(srcOffsets));
+	const auto rules = RulesFromDynamic(*destination, _roles);
+	return FunctionOf(ChannelProgram(to->GetChannels(), from, Block<const ChannelRule>(rules).first(to->GetChannels().size())));
 }
 
 struct DeclaredRow

@@ -2,10 +2,10 @@
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
 
 #include "pixelformat/conversion_functions.h"
+#include "pixelformat/fixed_plan.h"
 #include "pixelformat/format_registration.h"
 #include "pixelformat/gfx_image_channels.h"
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
-#include "pixelformat/kernel_table.h"
 #include "torvi/ids_formats.h"
 
 namespace torvi
@@ -111,16 +111,17 @@ public:
 	}
 
 	Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
-													 const ChannelOffsets& dstOffsets, Bool fastLayout, Bool&) const override
+													 const ChannelOffsets& dstOffsets, Bool, Bool&) const override
 	{
 		const std::optional<FixedFormat> source = FixedFormatOf(srcFormat);
 		if (!source || !IsDirectSource(*source))
 			return ConvertPixelFunc();
-		if (fastLayout || (IsDefaultLayout(_info._format, dstOffsets) && IsDefaultLayout(*source, srcOffsets)))
-			return FunctionOf(KernelsTo(_info._format)[static_cast<std::size_t>(*source)]);
-		const std::optional<KernelOffsets> offsets = MakeKernelOffsets(_info._format, dstOffsets, *source, srcOffsets);
-		TORVI_CHECK(offsets, IllegalArgumentError("The channel offsets do not fit @ and @.", srcFormat, *this));
-		return FunctionOf(OffsetKernelFor(_info._format, *source), *offsets);
+		const std::optional<FixedPlaces> to = FixedPlaces::Make(_info._format, dstOffsets);
+		const std::optional<FixedPlaces> from = FixedPlaces::Make(*source, srcOffsets);
+		TORVI_CHECK(to && from, IllegalArgumentError("The channel offsets do not fit @ and @.", srcFormat, *this));
+		if (*source != _info._format)
+			return FunctionOf(ProgramBetween(*to, *from));
+		return to->IsDefault() && from->IsDefault() ? CopyFunction(BytesOf(GetBitsPerPixel())) : FunctionOf(CopyBetween(*to, *from));
 	}
 
 private:

@@ -8,7 +8,7 @@
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
 #include "pixelformat/kernel_indexed.h"
-#include "pixelformat/kernel_table.h"
+#include "pixelformat/kernel_values.h"
 #include "torvi/ids_formats.h"
 
 namespace torvi
@@ -36,21 +36,42 @@ constexpr std::array<IndexedRow, 9> ROWS = {{
 	{"indexed.u16bit", "Indexed::u16bit", 16},
 }};
 
-/// The rows of a table as rgba.f32.
-class FloatTable final : public ObjectInterface
+/// The rows of a table as rgba.f32 and as rgba.u8.
+class ColorRows final : public ObjectInterface
 {
 public:
+	void Resize(Int count)
+	{
+		Array<Float32> floats(static_cast<std::size_t>(count) * CHANNELS);
+		Array<Byte> bytes(floats.size());
+		_floats = std::move(floats);
+		_bytes = std::move(bytes);
+		_count = count;
+	}
+
+	Byte* GetFloats(Int row) { return reinterpret_cast<Byte*>(&_floats[static_cast<std::size_t>(row) * CHANNELS]); }
+
+	/// To be called when the floats of a row have changed.
+	void UpdateBytes(Int row)
+	{
+		for (std::size_t i = static_cast<std::size_t>(row) * CHANNELS, end = i + CHANNELS; i < end; ++i)
+			_bytes[i] = ConvertValue<UChar>(_floats[i]);
+	}
+
+	IndexTable GetTable() const { return {reinterpret_cast<const Byte*>(_floats.data()), _bytes.data(), _count}; }
+
+private:
+	static constexpr std::size_t CHANNELS = 4;
+	Array<Float32> _floats;
 	Array<Byte> _bytes;
 	Int _count = 0;
 };
 
 /// What a function from indices to colours needs.
-struct IndexConversion
+struct SharedIndexConversion
 {
-	IndexKernel _kernel;
-	Int _bits;
-	std::array<Int, MAXIMUM_CHANNELS> _offsets;
-	Ref<FloatTable> _table;
+	IndexConversion _conversion;
+	Ref<ColorRows> _rows;
 };
 
 class PixelFormatIndexedImpl final : public PixelFormatBaseImpl, public PixelFormatIndexedColorInterface
@@ -69,14 +90,14 @@ public:
 		_tableFormat = GetPixelFormat(ids::PIXELFORMAT_RGBA_U8);
 		_floatFormat = GetPixelFormat(ids::PIXELFORMAT_RGBA_F32);
 		TORVI_CHECK(_tableFormat && _floatFormat, NullptrError("The formats of colour tables are not registered."));
-		_floatTable = TORVI_TRY(NewObject<FloatTable>());
+		_rows = TORVI_TRY(NewObject<ColorRows>());
 		return OK;
 	}
 
 	Result<ObjectRef> CloneObject() const override
 	{
 		const Ref<PixelFormatIndexedImpl> copy = TORVI_TRY(NewObject<PixelFormatIndexedImpl>(*this));
-		copy->_floatTable = TORVI_TRY(NewObject<FloatTable>(*_floatTable));
+		copy->_rows = TORVI_TRY(NewObject<ColorRows>(*_rows));
 		if (GetClass() != nullptr)
 			GetClass()->AdoptObject(*copy);
 		return ObjectRef(copy);
@@ -120,7 +141,7 @@ private:
 	PixelFormat _floatFormat;
 	Int _tableSize = 0;
 	Array<Byte> _table;
-	Ref<FloatTable> _floatTable;
+	Ref<ColorRows> _rows;
 };
 
 /// Converts one pixel into `row`, which is packed.
@@ -140,10 +161,8 @@ Result<void> PixelFormatIndexedImpl::InitColorTable(Int count, const PixelFormat
 		[&]() -> Result<void>
 		{
 			Array<Byte> table(static_cast<std::size_t>(format->GetBytesPerLine(count, 1)));
-			Array<Byte> floats(static_cast<std::size_t>(_floatFormat->GetBytesPerLine(count, 1)));
+			_rows->Resize(count);
 			_table = std::move(table);
-			_floatTable->_bytes = std::move(floats);
-			_floatTable->_count = count;
 			_tableFormat = format;
 			_tableSize = count;
 			return OK;
@@ -161,7 +180,9 @@ Result<void> PixelFormatIndexedImpl::SetIndex(Int index, const PixelBuffer& colo
 {
 	TORVI_TRY(CheckRow(index, color));
 	TORVI_TRY(ConvertColor(_tableFormat, _table.data() + index * BytesOf(_tableFormat->GetBitsPerPixel()), color));
-	return ConvertColor(_floatFormat, _floatTable->_bytes.data() + index * BytesOf(_floatFormat->GetBitsPerPixel()), color);
+	TORVI_TRY(ConvertColor(_floatFormat, _rows->GetFloats(index), color));
+	_rows->UpdateBytes(index);
+	return OK;
 }
 
 Result<void> PixelFormatIndexedImpl::GetIndex(Int index, const PixelBuffer& color) const
@@ -206,20 +227,19 @@ Result<ConvertPixelFunc> PixelFormatIndexedImpl::GetConvertPixelToFunc(const Pix
 	if (fastLayout && IsSame(dstFormat))
 		return CopyOfIndices();
 	const std::optional<FixedFormat> target = FixedFormatOf(dstFormat);
-	const IndexKernel kernel = target ? IndexKernelTo(*target) : nullptr;
-	if (kernel == nullptr || _floatTable->_count == 0)
+	if (!target || _tableSize == 0)
 		return ConvertPixelFunc();
-	const auto offsets = OffsetsByRole(*target, dstOffsets);
-	TORVI_CHECK(offsets, IllegalArgumentError("The channel offsets do not fit @.", dstFormat));
-	auto record = TORVI_TRY(NewObject<SharedRecord<IndexConversion>>(IndexConversion{kernel, GetBits(), *offsets, _floatTable}));
+	const std::optional<FixedPlaces> places = FixedPlaces::Make(*target, dstOffsets);
+	TORVI_CHECK(places, IllegalArgumentError("The channel offsets do not fit @.", dstFormat));
+	const std::optional<IndexConversion> conversion = IndexConversion::Make(*places, GetBits());
+	if (!conversion)
+		return ConvertPixelFunc();
+	auto record = TORVI_TRY(NewObject<SharedRecord<SharedIndexConversion>>(SharedIndexConversion{*conversion, _rows}));
 	return ConvertPixelFunc(
 		[record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
 		{
-			const IndexConversion& conversion = record->GetValue();
-			const IndexTable table = {conversion._table->_bytes.data(), conversion._table->_count};
-			if (count > 0)
-				conversion._kernel({destination._pixel, BytesOf(destination._stride), source._pixel, 0, source._stride, count},
-								   conversion._bits, table, conversion._offsets);
+			const IndexRun run = {destination._pixel, BytesOf(destination._stride), source._pixel, 0, source._stride, count};
+			record->GetValue()._conversion.Run(run, record->GetValue()._rows->GetTable());
 			return OK;
 		});
 }

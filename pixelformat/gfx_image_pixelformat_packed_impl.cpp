@@ -94,12 +94,16 @@ public:
 	}
 
 protected:
-	RunKernel KernelFromFixed(FixedFormat source) const override { return Packed16KernelFrom(_format, source); }
-	RunKernel KernelToFixed(FixedFormat destination) const override { return Packed16KernelTo(destination, _format); }
-	RunKernel KernelFromSpecial(const PixelFormatInterface& source) const override
+	std::optional<ConversionPlan> PlanFromFixed(const FixedPlaces& source) const override { return Packed16PlanFrom(_format, source); }
+	std::optional<ConversionPlan> PlanToFixed(const FixedPlaces& destination) const override
+	{
+		return Packed16PlanTo(destination, _format);
+	}
+	ConvertPixelFunc FunctionFromSpecial(const PixelFormatInterface& source) const override
 	{
 		const auto* const packed = dynamic_cast<const PixelFormatPackedImpl*>(&source);
-		return packed != nullptr ? Packed16KernelBetween(_format, packed->_format) : nullptr;
+		const RunKernel kernel = packed != nullptr ? Packed16KernelBetween(_format, packed->_format) : nullptr;
+		return kernel != nullptr ? FunctionOf(kernel) : ConvertPixelFunc();
 	}
 
 private:

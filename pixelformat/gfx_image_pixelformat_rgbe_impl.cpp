@@ -37,9 +37,12 @@ public:
 	}
 
 protected:
-	RunKernel KernelFromFixed(FixedFormat source) const override { return RgbeKernelFrom(source); }
-	RunKernel KernelToFixed(FixedFormat destination) const override { return RgbeKernelTo(destination); }
-	RunKernel KernelFromSpecial(const PixelFormatInterface& source) const override { return &source == this ? RgbeCopyKernel() : nullptr; }
+	std::optional<ConversionPlan> PlanFromFixed(const FixedPlaces& source) const override { return RgbePlanFrom(source); }
+	std::optional<ConversionPlan> PlanToFixed(const FixedPlaces& destination) const override { return RgbePlanTo(destination); }
+	ConvertPixelFunc FunctionFromSpecial(const PixelFormatInterface& source) const override
+	{
+		return &source == this ? CopyFunction(RGBE_PIXEL_SIZE) : ConvertPixelFunc();
+	}
 };
 
 } // namespace

@@ -1,25 +1,10 @@
-// The choice of kernels of formats without channels.
+// The choice of conversions of formats without channels.
 #include "pixelformat/gfx_image_pixelformat_special_impl.h"
 
-#include "pixelformat/conversion_functions.h"
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
-#include "pixelformat/kernel_table.h"
 
 namespace torvi
 {
-
-namespace
-{
-
-/// From one layout of a fixed format to another.
-Result<ConvertPixelFunc> MoveChannels(FixedFormat format, const ChannelOffsets& dstOffsets, const ChannelOffsets& srcOffsets)
-{
-	const std::optional<KernelOffsets> offsets = MakeKernelOffsets(format, dstOffsets, format, srcOffsets);
-	TORVI_CHECK(offsets, IllegalArgumentError("The channel offsets do not fit @.", InfoOf(format)._shortName));
-	return FunctionOf(OffsetKernelFor(format, format), *offsets);
-}
-
-} // namespace
 
 Result<void> PixelFormatSpecialImpl::InitObject()
 {
@@ -31,32 +16,25 @@ Result<void> PixelFormatSpecialImpl::InitObject()
 Result<ConvertPixelFunc> PixelFormatSpecialImpl::GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
 																		 const ChannelOffsets&, Bool, Bool&) const
 {
-	const std::optional<FixedFormat> source = FixedFormatOf(srcFormat);
-	const RunKernel kernel = source ? KernelFromFixed(*source) : KernelFromSpecial(*srcFormat);
-	if (kernel == nullptr)
-		return ConvertPixelFunc();
-	if (!source || IsDefaultLayout(*source, srcOffsets))
-		return MakeFunction(kernel);
-	const ConvertPixelFunc pack = TORVI_TRY(MoveChannels(*source, srcFormat->GetChannelOffsets(), srcOffsets));
-	return ComposeFunctions(pack, MakeFunction(kernel), srcFormat->GetBitsPerPixel());
+	const std::optional<FixedFormat> format = FixedFormatOf(srcFormat);
+	if (!format)
+		return FunctionFromSpecial(*srcFormat);
+	const std::optional<FixedPlaces> source = FixedPlaces::Make(*format, srcOffsets);
+	TORVI_CHECK(source, IllegalArgumentError("The channel offsets do not fit @.", srcFormat));
+	const std::optional<ConversionPlan> plan = PlanFromFixed(*source);
+	return plan ? MakeFunction(*plan) : ConvertPixelFunc();
 }
 
 Result<ConvertPixelFunc> PixelFormatSpecialImpl::GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
 																	   const ChannelOffsets&, Bool, Bool&) const
 {
-	const std::optional<FixedFormat> destination = FixedFormatOf(dstFormat);
-	const RunKernel kernel = destination ? KernelToFixed(*destination) : nullptr;
-	if (kernel == nullptr)
+	const std::optional<FixedFormat> format = FixedFormatOf(dstFormat);
+	if (!format)
 		return ConvertPixelFunc();
-	if (IsDefaultLayout(*destination, dstOffsets))
-		return MakeFunction(kernel);
-	const ConvertPixelFunc unpack = TORVI_TRY(MoveChannels(*destination, dstOffsets, dstFormat->GetChannelOffsets()));
-	return ComposeFunctions(MakeFunction(kernel), unpack, dstFormat->GetBitsPerPixel());
-}
-
-ConvertPixelFunc PixelFormatSpecialImpl::MakeFunction(RunKernel kernel) const
-{
-	return FunctionOf(kernel);
+	const std::optional<FixedPlaces> destination = FixedPlaces::Make(*format, dstOffsets);
+	TORVI_CHECK(destination, IllegalArgumentError("The channel offsets do not fit @.", dstFormat));
+	const std::optional<ConversionPlan> plan = PlanToFixed(*destination);
+	return plan ? MakeFunction(*plan) : ConvertPixelFunc();
 }
 
 } // namespace torvi

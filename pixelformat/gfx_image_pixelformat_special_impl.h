@@ -1,10 +1,9 @@
-// What packed, RGBE and YUV formats share: a pixel that has no channels of its own, and direct conversions by kernels that know the
-// layouts of both sides.
+// What packed, RGBE and YUV formats share: a pixel that has no channels of its own, and direct conversions from and to fixed formats.
 #pragma once
 
-#include "pixelformat/fixed_formats.h"
+#include "pixelformat/conversion_functions.h"
+#include "pixelformat/fixed_plan.h"
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
-#include "pixelformat/kernel_run.h"
 
 namespace torvi
 {
@@ -18,8 +17,7 @@ struct SpecialFormatInfo
 	std::array<BITS, 3> _offsets; ///< one more than channels
 };
 
-/// A family adds its kernels, which know fixed formats in their packed layout only. Where the channels lie elsewhere, they are moved by way
-/// of a buffer of some pixels.
+/// A family adds the plans of its conversions.
 class PixelFormatSpecialImpl : public PixelFormatBaseImpl
 {
 public:
@@ -42,11 +40,12 @@ public:
 												   Bool& isColorConverted) const override;
 
 protected:
-	virtual RunKernel KernelFromFixed(FixedFormat source) const = 0;
-	virtual RunKernel KernelToFixed(FixedFormat destination) const = 0;
+	/// From or to a fixed format in any layout; empty if there is no direct conversion.
+	virtual std::optional<ConversionPlan> PlanFromFixed(const FixedPlaces& source) const = 0;
+	virtual std::optional<ConversionPlan> PlanToFixed(const FixedPlaces& destination) const = 0;
 	/// From a format without channels, which may be this one; empty if there is none.
-	virtual RunKernel KernelFromSpecial(const PixelFormatInterface& source) const = 0;
-	virtual ConvertPixelFunc MakeFunction(RunKernel kernel) const;
+	virtual ConvertPixelFunc FunctionFromSpecial(const PixelFormatInterface& source) const = 0;
+	virtual Result<ConvertPixelFunc> MakeFunction(const ConversionPlan& plan) const { return FunctionOf(plan); }
 
 private:
 	const SpecialFormatInfo& _info;

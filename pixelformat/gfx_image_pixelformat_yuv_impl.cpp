@@ -15,6 +15,12 @@ namespace
 
 constexpr SpecialFormatInfo YUV_INFO = {ids::COLORSPACE_YUV, ids::COLORPROFILE_SRGB, 2, {0, 8, 16}};
 
+Result<void> CheckWholePairs(Int count)
+{
+	TORVI_CHECK(count <= 0 || count % 2 == 0, IllegalArgumentError("YUV needs an even number of pixels to convert."));
+	return OK;
+}
+
 class PixelFormatYuvImpl final : public PixelFormatSpecialImpl
 {
 public:
@@ -25,20 +31,30 @@ public:
 	String ToString(std::string_view) const override { return MakeString("YUV422"); }
 
 protected:
-	RunKernel KernelFromFixed(FixedFormat source) const override { return YuvKernelFrom(_format, source); }
-	RunKernel KernelToFixed(FixedFormat destination) const override { return YuvKernelTo(destination, _format); }
-	RunKernel KernelFromSpecial(const PixelFormatInterface& source) const override { return &source == this ? YuvCopyKernel() : nullptr; }
-
-	ConvertPixelFunc MakeFunction(RunKernel kernel) const override
+	std::optional<ConversionPlan> PlanFromFixed(const FixedPlaces& source) const override { return YuvPlanFrom(_format, source); }
+	std::optional<ConversionPlan> PlanToFixed(const FixedPlaces& destination) const override { return YuvPlanTo(destination, _format); }
+	ConvertPixelFunc FunctionFromSpecial(const PixelFormatInterface& source) const override
 	{
-		return [kernel](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
+		if (&source != this)
+			return ConvertPixelFunc();
+		return [](const PixelBuffer& destination, Int count, const PixelBuffer& from, UInt32) -> Result<void>
 		{
-			if (count <= 0)
-				return OK;
-			TORVI_CHECK(count % 2 == 0, IllegalArgumentError("YUV needs an even number of pixels to convert."));
-			kernel(RunOf(destination, count, source));
+			TORVI_TRY(CheckWholePairs(count));
+			CopyPixels(RunOf(destination, count, from), YUV_PIXEL_SIZE);
 			return OK;
 		};
+	}
+
+	Result<ConvertPixelFunc> MakeFunction(const ConversionPlan& plan) const override
+	{
+		auto record = TORVI_TRY(NewObject<SharedRecord<ConversionPlan>>(plan));
+		return ConvertPixelFunc(
+			[record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
+			{
+				TORVI_TRY(CheckWholePairs(count));
+				record->GetValue().Run(RunOf(destination, count, source));
+				return OK;
+			});
 	}
 
 private:

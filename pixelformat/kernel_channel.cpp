@@ -1,10 +1,9 @@
-// The functions behind the steps of a channel plan, one per pair of data types.
+// Programs channel by channel: values are gathered, converted and spread again, some pixels at a time so that they stay in the cache.
 #include "pixelformat/kernel_channel.h"
 
-#include "pixelformat/kernel_layout.h"
+#include "pixelformat/kernel_values.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace torvi
 {
@@ -12,154 +11,95 @@ namespace torvi
 namespace
 {
 
+using Kind = ChannelRule::Kind;
+
 constexpr Int PIXELS_AT_A_TIME = 256;
+using ValueBuffer = std::array<Byte, PIXELS_AT_A_TIME * sizeof(Float64)>;
 
-KernelRun Shifted(const KernelRun& run, Int destinationOffset, Int sourceOffset)
+/// The values of one source channel side by side: where they are, or gathered into `buffer`.
+const Byte* GatherValues(const KernelRun& run, Int offset, Int size, ValueBuffer& buffer)
 {
-	return {run._destination + destinationOffset, run._destinationStride, run._source + sourceOffset, run._sourceStride, run._count};
+	if (run._sourceStride == size)
+		return run._source + offset;
+	GatherPixels(buffer.data(), run._source, run._sourceStride, run._count, {size, 1, {offset}});
+	return buffer.data();
 }
 
-template <class D, class S>
-void MoveChannel(const KernelRun& run, const ChannelStep& step)
+/// The values that a channel becomes, still in the source's type.
+const Byte* ComputeValues(const KernelRun& run, const ChannelStep& step, std::array<ValueBuffer, 4>& buffers)
 {
-	ForEachPixel<sizeof(D), sizeof(S)>(Shifted(run, step._destinationOffset, step._sourceOffsets[0]),
-									   [](Byte* destination, const Byte* source)
-									   { StoreValue(destination, ConvertValue<D>(LoadValue<S>(source))); });
-}
-
-template <class D, class S>
-void MoveMean(const KernelRun& run, const ChannelStep& step)
-{
-	const std::array<Int, 3> offsets = step._sourceOffsets;
-	ForEachPixel<sizeof(D), sizeof(S)>(
-		Shifted(run, step._destinationOffset, 0),
-		[&offsets](Byte* destination, const Byte* source)
-		{
-			StoreValue(destination, ConvertValue<D>(MeanOfThree(LoadValue<S>(source + offsets[0]), LoadValue<S>(source + offsets[1]),
-																LoadValue<S>(source + offsets[2]))));
-		});
+	const Int size = SizeOf(step._sourceType);
+	const Byte* const first = GatherValues(run, step._sourceOffsets[0], size, buffers[0]);
+	if (step._kind == Kind::Move)
+		return first;
+	const Byte* const second = GatherValues(run, step._sourceOffsets[1], size, buffers[1]);
+	const Byte* const third = GatherValues(run, step._sourceOffsets[2], size, buffers[2]);
+	PlaneMeanKernelFor(step._sourceType)(buffers[3].data(), first, second, third, run._count);
+	return buffers[3].data();
 }
 
 template <class T>
-void FillChannel(const KernelRun& run, const ChannelStep& step)
+void FillValues(const KernelRun& run, const ChannelStep& step)
 {
-	Byte* const destination = run._destination + step._destinationOffset;
-	const Int stride = run._destinationStride;
+	Byte* const destination = run._destination + step._destination._offset;
 	const T value = static_cast<T>(step._fill);
-	for (Int i = 0, count = run._count; i < count; ++i)
+	for (Int i = 0, count = run._count, stride = run._destinationStride; i < count; ++i)
 		StoreValue(destination + i * stride, value);
 }
 
-constexpr std::size_t TYPE_COUNT = VALUE_TYPE_COUNT;
-using FunctionTable = std::array<std::array<ChannelStep::Function, TYPE_COUNT>, TYPE_COUNT>; // by destination, then source
-
-template <ValueType TYPE>
-constexpr bool HAS_MEAN = TYPE == ValueType::U8 || TYPE == ValueType::U16 || TYPE == ValueType::F32 || TYPE == ValueType::F64;
-
-template <std::size_t D, std::size_t S>
-constexpr ChannelStep::Function MeanFunction()
+void ConvertValues(const KernelRun& run, const ChannelStep& step)
 {
-	if constexpr (HAS_MEAN<static_cast<ValueType>(S)>)
-		return &MoveMean<ValueOf<static_cast<ValueType>(D)>, ValueOf<static_cast<ValueType>(S)>>;
+	alignas(64) std::array<ValueBuffer, 4> buffers;
+	alignas(64) ValueBuffer converted;
+	const Int size = SizeOf(step._destination._type);
+	const Byte* const values = ComputeValues(run, step, buffers);
+	const LinearKernel convert = LinearKernelFor(step._destination._type, step._sourceType);
+	if (run._destinationStride == size)
+		return convert(run._destination + step._destination._offset, values, run._count);
+	convert(converted.data(), values, run._count);
+	SpreadPixels(run._destination, run._destinationStride, converted.data(), run._count, {size, 1, {step._destination._offset}});
+}
+
+void RunStep(const KernelRun& run, const ChannelStep& step)
+{
+	if (step._kind == Kind::Move || step._kind == Kind::Mean)
+		ConvertValues(run, step);
 	else
-		return nullptr;
+		WithValueOfSize(SizeOf(step._destination._type), [&](auto value) { FillValues<decltype(value)>(run, step); });
 }
 
-template <std::size_t... PAIR>
-constexpr FunctionTable MakeMovers(std::index_sequence<PAIR...>)
+ChannelStep MakeStep(const ChannelPlace& destination, Block<const ChannelPlace> source, const ChannelRule& rule)
 {
-	FunctionTable table = {};
-	((table[PAIR / TYPE_COUNT][PAIR % TYPE_COUNT] =
-		  &MoveChannel<ValueOf<static_cast<ValueType>(PAIR / TYPE_COUNT)>, ValueOf<static_cast<ValueType>(PAIR % TYPE_COUNT)>>),
-	 ...);
-	return table;
-}
-
-template <std::size_t... PAIR>
-constexpr FunctionTable MakeMeans(std::index_sequence<PAIR...>)
-{
-	FunctionTable table = {};
-	((table[PAIR / TYPE_COUNT][PAIR % TYPE_COUNT] = MeanFunction<PAIR / TYPE_COUNT, PAIR % TYPE_COUNT>()), ...);
-	return table;
-}
-
-constexpr FunctionTable MOVERS = MakeMovers(std::make_index_sequence<TYPE_COUNT * TYPE_COUNT>());
-constexpr FunctionTable MEANS = MakeMeans(std::make_index_sequence<TYPE_COUNT * TYPE_COUNT>());
-
-ChannelStep::Function FillOfSize(Int size)
-{
-	switch (size)
+	ChannelStep step = {rule._kind, destination};
+	if (rule._kind == Kind::Fill)
+		step._fill = BitsOfConverted(destination._type, rule._fill);
+	for (std::size_t i = 0; i < static_cast<std::size_t>(rule.GetSourceCount()); ++i)
 	{
-	case 1:
-		return &FillChannel<UChar>;
-	case 2:
-		return &FillChannel<UInt16>;
-	case 4:
-		return &FillChannel<UInt32>;
-	default:
-		return &FillChannel<UInt64>;
+		const ChannelPlace& place = source[static_cast<std::size_t>(rule._sources[i])];
+		step._sourceType = place._type;
+		step._sourceOffsets[i] = place._offset;
 	}
-}
-
-template <std::size_t... TYPE>
-UInt64 FillBits(ValueType type, UChar value, std::index_sequence<TYPE...>)
-{
-	std::array<Byte, 8> bytes = {};
-	((static_cast<std::size_t>(type) == TYPE ? StoreValue(bytes.data(), ConvertValue<ValueOf<static_cast<ValueType>(TYPE)>>(value))
-											 : void()),
-	 ...);
-	UInt64 bits = 0; // from the lowest byte, also where the machine's order is another
-	switch (SizeOf(type))
-	{
-	case 1:
-		bits = LoadValue<UChar>(bytes.data());
-		break;
-	case 2:
-		bits = LoadValue<UInt16>(bytes.data());
-		break;
-	case 4:
-		bits = LoadValue<UInt32>(bytes.data());
-		break;
-	default:
-		bits = LoadValue<UInt64>(bytes.data());
-		break;
-	}
-	return bits;
+	return step;
 }
 
 } // namespace
 
-ChannelStep MoverStep(const ChannelPlace& destination, const ChannelPlace& source)
+ChannelProgram::ChannelProgram(Block<const ChannelPlace> destination, Block<const ChannelPlace> source, Block<const ChannelRule> rules)
+	: _plan(ConversionPlan::Make(destination, source, rules))
 {
-	const auto function = MOVERS[static_cast<std::size_t>(destination._type)][static_cast<std::size_t>(source._type)];
-	return {function, destination._offset, {source._offset, 0, 0}, 0};
+	for (std::size_t i = 0; i < destination.size(); ++i)
+		_steps.push_back(MakeStep(destination[i], source, rules[i]));
 }
 
-ChannelStep MeanStep(const ChannelPlace& destination, ValueType sourceType, const std::array<Int, 3>& sourceOffsets)
+void ChannelProgram::Run(const KernelRun& run) const
 {
-	const auto function = MEANS[static_cast<std::size_t>(destination._type)][static_cast<std::size_t>(sourceType)];
-	return {function, destination._offset, sourceOffsets, 0};
-}
-
-ChannelStep FillStep(const ChannelPlace& destination, UChar value)
-{
-	const UInt64 bits = FillBits(destination._type, value, std::make_index_sequence<TYPE_COUNT>());
-	return {FillOfSize(SizeOf(destination._type)), destination._offset, {}, bits};
-}
-
-ChannelStep ZeroStep(const ChannelPlace& destination)
-{
-	return {FillOfSize(SizeOf(destination._type)), destination._offset, {}, 0};
-}
-
-void RunSteps(Block<const ChannelStep> steps, const KernelRun& run)
-{
+	if (_plan && !_plan->IsPlanar(run)) // plane to plane needs no pixels
+		return _plan->Run(run);
 	for (Int done = 0; done < run._count; done += PIXELS_AT_A_TIME)
 	{
-		const KernelRun part = {run._destination + done * run._destinationStride, run._destinationStride,
-								run._source + done * run._sourceStride, run._sourceStride, std::min(PIXELS_AT_A_TIME, run._count - done)};
-		for (const ChannelStep& step : steps)
-			step._function(part, step);
+		const KernelRun part = PartOf(run, done, std::min(PIXELS_AT_A_TIME, run._count - done));
+		for (const ChannelStep& step : _steps)
+			RunStep(part, step);
 	}
 }
 

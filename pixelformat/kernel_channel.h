@@ -1,43 +1,37 @@
-// Conversion channel by channel: movers, means and fills that each serve one channel of a run, and plans of such steps. This is how
-// formats meet whose lists of channels are known at run time only.
+// Conversion of any list of channels to any other: by a plan over whole pixels where the types allow it, else channel by channel. This is
+// how formats meet whose channels are known at run time only, or lie in planes.
 #pragma once
 
-#include "pixelformat/kernel_run.h"
+#include "host/memory.h"
+#include "pixelformat/kernel_plan.h"
 
 namespace torvi
 {
 
-/// Where a channel lies in its pixel, in bytes, and how it is stored.
-struct ChannelPlace
-{
-	Int _offset = 0;
-	ValueType _type = ValueType::U8;
-};
-
-/// One step of a plan: a plain value that may be copied and kept.
+/// One channel of a program.
 struct ChannelStep
 {
-	using Function = void (*)(const KernelRun& run, const ChannelStep& step);
-
-	Function _function = nullptr;
-	Int _destinationOffset = 0;
-	std::array<Int, 3> _sourceOffsets = {}; // a mover uses the first
-	UInt64 _fill = 0;                       // the bits of a fill, from the lowest byte
+	ChannelRule::Kind _kind = ChannelRule::Kind::Zero;
+	ChannelPlace _destination;
+	ValueType _sourceType = ValueType::U8;
+	std::array<Int, 3> _sourceOffsets = {};
+	UInt64 _fill = 0; // the bits of the value, from the lowest byte
 };
 
-/// Copies one channel and converts it; there is one mover for each of the 81 pairs of data types.
-ChannelStep MoverStep(const ChannelPlace& destination, const ChannelPlace& source);
+/// A program never changes; any number of threads may run it.
+class ChannelProgram
+{
+public:
+	/// `rules` has an entry for each of the destination's channels. The three channels of a mean must have one type, which is neither
+	/// "char" nor "int16".
+	ChannelProgram(Block<const ChannelPlace> destination, Block<const ChannelPlace> source, Block<const ChannelRule> rules);
 
-/// Writes the mean of three channels of `sourceType`, which must be "uchar", "uint16", "float32" or "float64".
-ChannelStep MeanStep(const ChannelPlace& destination, ValueType sourceType, const std::array<Int, 3>& sourceOffsets);
+	/// The sides must not overlap.
+	void Run(const KernelRun& run) const;
 
-/// Writes a constant: an 8-bit value on the unsigned scale, converted to the channel's type. 255 is full scale.
-ChannelStep FillStep(const ChannelPlace& destination, UChar value);
-
-/// Writes zero bytes, which in signed types is the middle of the scale.
-ChannelStep ZeroStep(const ChannelPlace& destination);
-
-/// Runs all steps over all pixels, some pixels at a time so that they stay in the cache.
-void RunSteps(Block<const ChannelStep> steps, const KernelRun& run);
+private:
+	std::optional<ConversionPlan> _plan;
+	Array<ChannelStep> _steps;
+};
 
 } // namespace torvi

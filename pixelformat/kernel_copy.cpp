@@ -2,7 +2,9 @@
 // read whole before it is written, so that channels may change places within one buffer.
 #include "pixelformat/kernel_copy.h"
 
-#include "pixelformat/kernel_values.h"
+#include <algorithm>
+#include <cstring>
+#include <limits>
 
 namespace torvi
 {
@@ -33,33 +35,32 @@ void CopyInOrder(const KernelRun& run, CopyPixel copyPixel)
 	}
 }
 
-// T stands for all values of its size.
-template <class T, Int COUNT>
-void CopyChannels(const KernelRun& run, const KernelOffsets& offsets)
+struct Extent
 {
-	constexpr Int FIRST = COUNT == 0 ? 3 : 0; // alpha alone
-	constexpr Int COLOURS = COUNT >= 3 ? 3 : 1;
-	constexpr bool HAS_LAST = COUNT == 0 || COUNT == 2 || COUNT == 4;
-	const KernelOffsets local = offsets;
-	CopyInOrder(run,
-				[&local](Byte* destination, const Byte* source)
-				{
-					std::array<T, MAXIMUM_CHANNELS> pixel;
-					for (std::size_t i = FIRST; i < COLOURS; ++i)
-						pixel[i] = LoadValue<T>(source + local._source[i]);
-					if constexpr (HAS_LAST)
-						pixel[3] = LoadValue<T>(source + local._source[3]);
-					for (std::size_t i = FIRST; i < COLOURS; ++i)
-						StoreValue(destination + local._destination[i], pixel[i]);
-					if constexpr (HAS_LAST)
-						StoreValue(destination + local._destination[3], pixel[3]);
-				});
+	Int _begin;
+	Int _end;
+};
+
+/// The bytes that a run touches on one side, from its first pixel on.
+Extent ExtentOf(Int count, Int stride, Block<const ChannelPlace> channels)
+{
+	const Int last = (count - 1) * stride;
+	Extent extent = {std::numeric_limits<Int>::max(), std::numeric_limits<Int>::min()};
+	for (const ChannelPlace& channel : channels)
+	{
+		extent._begin = std::min(extent._begin, std::min<Int>(last, 0) + channel._offset);
+		extent._end = std::max(extent._end, std::max<Int>(last, 0) + channel._offset + SizeOf(channel._type));
+	}
+	return extent;
 }
 
-// By count of channels; 0 stands for alpha alone.
-template <class T>
-constexpr std::array<OffsetKernel, 5> CHANNEL_COPIES = {&CopyChannels<T, 0>, &CopyChannels<T, 1>, &CopyChannels<T, 2>, &CopyChannels<T, 3>,
-														&CopyChannels<T, 4>};
+Array<ChannelRule> MoveAll(std::size_t count)
+{
+	Array<ChannelRule> rules;
+	for (std::size_t i = 0; i < count; ++i)
+		rules.push_back(ChannelRule::Move(static_cast<Int>(i)));
+	return rules;
+}
 
 } // namespace
 
@@ -74,22 +75,31 @@ void CopyPixels(const KernelRun& run, Int bytesPerPixel)
 					{ std::memmove(destination, source, size); });
 }
 
-OffsetKernel ChannelCopyKernel(FixedFormat format)
+ChannelCopy::ChannelCopy(Block<const ChannelPlace> destination, Block<const ChannelPlace> source)
+	: _program(destination, source, MoveAll(destination.size())), _destination(destination.begin(), destination.end()),
+	  _source(source.begin(), source.end())
 {
-	const FixedFormatInfo& info = InfoOf(format);
-	const bool alphaAlone = info._family == FixedFamily::ALPHA;
-	const auto index = static_cast<std::size_t>(alphaAlone ? 0 : info._channelCount);
-	switch (SizeOf(info._type))
-	{
-	case 1:
-		return CHANNEL_COPIES<UChar>[index];
-	case 2:
-		return CHANNEL_COPIES<UInt16>[index];
-	case 4:
-		return CHANNEL_COPIES<UInt32>[index];
-	default:
-		return CHANNEL_COPIES<UInt64>[index];
-	}
+}
+
+void ChannelCopy::Run(const KernelRun& run) const
+{
+	if (run._count <= 0)
+		return;
+	const Extent to = ExtentOf(run._count, run._destinationStride, _destination);
+	const Extent from = ExtentOf(run._count, run._sourceStride, _source);
+	const auto ahead = static_cast<Int>(reinterpret_cast<std::uintptr_t>(run._destination) - reinterpret_cast<std::uintptr_t>(run._source));
+	if (ahead + to._begin >= from._end || ahead + to._end <= from._begin)
+		return _program.Run(run);
+	CopyInOrder(run,
+				[&](Byte* destination, const Byte* source)
+				{
+					std::array<std::array<Byte, sizeof(Float64)>, MAXIMUM_CHANNELS> pixel;
+					const auto size = static_cast<std::size_t>(SizeOf(_source[0]._type));
+					for (std::size_t i = 0; i < _source.size(); ++i)
+						std::memcpy(pixel[i].data(), source + _source[i]._offset, size);
+					for (std::size_t i = 0; i < _source.size(); ++i)
+						std::memcpy(destination + _destination[i]._offset, pixel[i].data(), size);
+				});
 }
 
 } // namespace torvi

@@ -1,7 +1,9 @@
-// Bit access to indices and the kernels from indices to colours, one per data type with and without a fourth channel.
+// Bit access to indices, and indices to colours by way of the rows of a table.
 #include "pixelformat/kernel_indexed.h"
 
 #include "pixelformat/kernel_values.h"
+
+#include <algorithm>
 
 namespace torvi
 {
@@ -41,24 +43,60 @@ TORVI_KERNEL_INLINE UInt32 Extract(const Byte* base, BITS position, Int bits)
 	return LoadValue<UInt16>(bytes.data());
 }
 
-template <class T, bool HAS_LAST>
-void ConvertIndices(const IndexRun& run, Int bits, const IndexTable& table, const std::array<Int, MAXIMUM_CHANNELS>& offsets)
+constexpr Int CHUNK = 256; // pixels
+using Indices = std::array<UInt16, CHUNK>;
+
+/// Indices of 1, 2 or 4 bits side by side, from a whole byte on.
+template <Int BITS_PER_INDEX>
+void ExtractFromBytes(UInt16* __restrict indices, const Byte* __restrict source, Int count)
 {
-	constexpr Int CHANNELS = 4;
-	const IndexRun local = run; // the stores below might alias what is passed in
-	const IndexTable rows = table;
-	const std::array<Int, MAXIMUM_CHANNELS> places = offsets;
-	for (Int i = 0; i < local._count; ++i)
+	constexpr Int PER_BYTE = 8 / BITS_PER_INDEX;
+	for (Int i = 0; i < count; ++i)
+		indices[i] = source[i / PER_BYTE] >> (8 - BITS_PER_INDEX - i % PER_BYTE * BITS_PER_INDEX) & ((1 << BITS_PER_INDEX) - 1);
+}
+
+void ExtractIndices(Indices& indices, const IndexRun& run, Int start, Int count, Int bits)
+{
+	const BITS position = run._sourceBit + start * run._sourceStride;
+	const Byte* const source = run._source + (position >> 3);
+	if (run._sourceStride == bits && (position & 7) == 0)
 	{
-		std::array<Float32, CHANNELS> colour = {1.0f, 1.0f, 1.0f, 0.0f};
-		const Int index = Extract(local._source, local._sourceBit + i * local._sourceStride, bits);
-		if (index < rows._count)
-			std::memcpy(colour.data(), rows._rows + index * Int(sizeof(colour)), sizeof(colour));
-		Byte* const pixel = local._destination + i * local._destinationStride;
-		for (std::size_t role = 0; role < (HAS_LAST ? 4 : 3); ++role)
-			StoreValue(pixel + places[role], ConvertValue<T>(colour[role]));
+		switch (bits)
+		{
+		case 1:
+			return ExtractFromBytes<1>(indices.data(), source, count);
+		case 2:
+			return ExtractFromBytes<2>(indices.data(), source, count);
+		case 4:
+			return ExtractFromBytes<4>(indices.data(), source, count);
+		case 8:
+			return ExtractFromBytes<8>(indices.data(), source, count);
+		case 16:
+			std::memcpy(indices.data(), source, static_cast<std::size_t>(count) * sizeof(UInt16));
+			return;
+		default:
+			break;
+		}
+	}
+	for (Int i = 0; i < count; ++i)
+		indices[static_cast<std::size_t>(i)] =
+			static_cast<UInt16>(Extract(run._source, run._sourceBit + (start + i) * run._sourceStride, bits));
+}
+
+/// Copies the rows of the indices side by side.
+template <class Row>
+void CopyRows(Byte* __restrict destination, const Byte* __restrict rows, const Row& beyond, Int rowCount, const Indices& indices, Int count)
+{
+	for (Int i = 0; i < count; ++i)
+	{
+		const Int index = indices[static_cast<std::size_t>(i)];
+		const Byte* const row = index < rowCount ? rows + index * Int(sizeof(Row)) : reinterpret_cast<const Byte*>(&beyond);
+		std::memcpy(destination + i * Int(sizeof(Row)), row, sizeof(Row));
 	}
 }
+
+using FloatRow = std::array<Float32, 4>;
+using ByteRow = std::array<UChar, 4>;
 
 } // namespace
 
@@ -93,34 +131,42 @@ void CopyIndices(const IndexCopyRun& run, Int bits)
 					ExtractIndex(run._source, run._sourceBit + i * run._sourceStride, bits));
 }
 
-IndexKernel IndexKernelTo(FixedFormat destination)
+std::optional<IndexConversion> IndexConversion::Make(const FixedPlaces& destination, Int bits)
 {
-	switch (destination)
+	using enum FixedFormat;
+	constexpr std::array TARGETS = {RGB_U8,  RGBA_U8, RGBX_U8,  ARGB_U8, XRGB_U8,  BGR_U8,  BGRA_U8,
+									BGRX_U8, RGB_U16, RGBA_U16, RGB_F32, RGBA_F32, RGB_F64, RGBA_F64};
+	const FixedFormat format = destination.GetFormat();
+	if (std::find(TARGETS.begin(), TARGETS.end(), format) == TARGETS.end())
+		return std::nullopt;
+	const FixedFormatInfo& info = InfoOf(format);
+	const bool usesBytes = info._type == ValueType::U8;
+	const FixedPlaces rows(usesBytes ? RGBA_U8 : RGBA_F32);
+	std::array<ChannelRule, MAXIMUM_CHANNELS> rules = {};
+	const auto count = static_cast<std::size_t>(info._channelCount);
+	for (std::size_t i = 0; i < count; ++i)
 	{
-	case FixedFormat::RGB_U8:
-	case FixedFormat::BGR_U8:
-		return &ConvertIndices<UChar, false>;
-	case FixedFormat::RGBA_U8:
-	case FixedFormat::RGBX_U8:
-	case FixedFormat::ARGB_U8:
-	case FixedFormat::XRGB_U8:
-	case FixedFormat::BGRA_U8:
-	case FixedFormat::BGRX_U8:
-		return &ConvertIndices<UChar, true>;
-	case FixedFormat::RGB_U16:
-		return &ConvertIndices<UInt16, false>;
-	case FixedFormat::RGBA_U16:
-		return &ConvertIndices<UInt16, true>;
-	case FixedFormat::RGB_F32:
-		return &ConvertIndices<Float32, false>;
-	case FixedFormat::RGBA_F32:
-		return &ConvertIndices<Float32, true>;
-	case FixedFormat::RGB_F64:
-		return &ConvertIndices<Float64, false>;
-	case FixedFormat::RGBA_F64:
-		return &ConvertIndices<Float64, true>;
-	default:
-		return nullptr;
+		const Channel channel = info._channels[i] == Channel::Unused ? Channel::Alpha : info._channels[i];
+		rules[i] = ChannelRule::Move(InfoOf(rows.GetFormat()).Find(channel));
+	}
+	const ChannelProgram program(destination.GetChannels(), rows.GetChannels(), Block<const ChannelRule>(rules).first(count));
+	return IndexConversion(bits, program, usesBytes);
+}
+
+void IndexConversion::Run(const IndexRun& run, const IndexTable& table) const
+{
+	Indices indices;
+	alignas(64) std::array<Byte, CHUNK * sizeof(FloatRow)> rows;
+	const Int rowSize = _usesBytes ? sizeof(ByteRow) : sizeof(FloatRow);
+	for (Int done = 0; done < run._count; done += CHUNK)
+	{
+		const Int part = std::min(CHUNK, run._count - done);
+		ExtractIndices(indices, run, done, part, _bits);
+		if (_usesBytes)
+			CopyRows(rows.data(), table._bytes, ByteRow{255, 255, 255, 0}, table._count, indices, part);
+		else
+			CopyRows(rows.data(), table._floats, FloatRow{1.0f, 1.0f, 1.0f, 0.0f}, table._count, indices, part);
+		_program.Run({run._destination + done * run._destinationStride, run._destinationStride, rows.data(), rowSize, part});
 	}
 }
 

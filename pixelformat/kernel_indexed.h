@@ -2,7 +2,7 @@
 // of 1 to 8 bits lie most significant bit first and may cross a byte; indices of 16 bits are in the machine's byte order.
 #pragma once
 
-#include "pixelformat/kernel_run.h"
+#include "pixelformat/fixed_plan.h"
 
 namespace torvi
 {
@@ -30,10 +30,11 @@ struct IndexCopyRun
 /// overlap; others go index by index, must not overlap, and keep the bits in between.
 void CopyIndices(const IndexCopyRun& run, Int bits);
 
-/// The rows of a colour table: red, green, blue, alpha as four consecutive floats.
+/// A colour table: red, green, blue, alpha of each row, as four floats and the same as four bytes.
 struct IndexTable
 {
-	const Byte* _rows = nullptr;
+	const Byte* _floats = nullptr;
+	const Byte* _bytes = nullptr;
 	Int _count = 0;
 };
 
@@ -48,12 +49,22 @@ struct IndexRun
 	Int _count = 0;
 };
 
-/// `offsets` are the byte offsets of the destination's channels by role (see `KernelOffsets`). An index beyond the table is white with
-/// alpha 0.
-using IndexKernel = void (*)(const IndexRun& run, Int bits, const IndexTable& table, const std::array<Int, MAXIMUM_CHANNELS>& offsets);
+/// The conversion of indices to one layout of a fixed format: rgb, rgba, rgbx, argb, xrgb, bgr, bgra, bgrx in U8, rgb and rgba in U16, F32,
+/// F64. An index beyond the table is white with alpha 0. An unused channel gets alpha.
+class IndexConversion
+{
+public:
+	/// Empty for any other format. `bits` is 1 to 8, or 16.
+	static std::optional<IndexConversion> Make(const FixedPlaces& destination, Int bits);
 
-/// The kernel to one of the fourteen targets: rgb, rgba, rgbx, argb, xrgb, bgr, bgra, bgrx in U8, rgb and rgba in U16, F32, F64; empty for
-/// any other. An unused channel gets alpha.
-IndexKernel IndexKernelTo(FixedFormat destination);
+	void Run(const IndexRun& run, const IndexTable& table) const;
+
+private:
+	IndexConversion(Int bits, const ChannelProgram& program, bool usesBytes) : _bits(bits), _program(program), _usesBytes(usesBytes) {}
+
+	Int _bits;
+	ChannelProgram _program; // from the rows of the table
+	bool _usesBytes;         // of the two forms of the table
+};
 
 } // namespace torvi

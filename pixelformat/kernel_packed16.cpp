@@ -1,9 +1,11 @@
-// The kernels of the packed formats of 16 bits, one loop per direction, instantiated for ten formats by eight partners.
+// The kernels of the packed formats of 16 bits: one loop per format and direction between the packed pixel and ARGB of 8 bits.
 #include "pixelformat/kernel_packed16.h"
 
 #include "pixelformat/kernel_copy.h"
 #include "pixelformat/kernel_layout.h"
 
+#include <algorithm>
+#include <bit>
 #include <utility>
 
 namespace torvi
@@ -13,53 +15,66 @@ namespace
 {
 
 constexpr Int PIXEL_SIZE = 2;
-constexpr std::array PARTNERS = {FixedFormat::RGB_U8,  FixedFormat::ARGB_U8,  FixedFormat::RGB_U16, FixedFormat::ARGB_U16,
-								 FixedFormat::RGB_F32, FixedFormat::ARGB_F32, FixedFormat::RGB_F64, FixedFormat::ARGB_F64};
-constexpr std::size_t PARTNER_COUNT = PARTNERS.size();
+constexpr FixedFormat MIDDLE = FixedFormat::ARGB_U8; // which packed pixels become on their way, as one UInt32
+constexpr Int MIDDLE_SIZE = 4;
 
-constexpr UInt32 Pack(UChar value, Packed16Field field)
+/// How far to the left the byte at `index` lies in a UInt32.
+constexpr int ShiftOfByte(int index)
 {
-	return static_cast<UInt32>(value >> (8 - field._bits)) << field._shift;
+	return std::endian::native == std::endian::little ? 8 * index : 24 - 8 * index;
 }
 
-template <Packed16Format PACKED, FixedFormat SOURCE>
-void PackRun(const KernelRun& run)
+constexpr UInt32 Pack(UInt32 middle, int index, Packed16Field field)
 {
-	using S = Layout<SOURCE>;
-	using enum Channel;
-	ForEachPixel<PIXEL_SIZE, S::PIXEL_SIZE>(run,
-											[](Byte* destination, const Byte* source)
-											{
-												constexpr Packed16Info INFO = InfoOf(PACKED);
-												UInt32 pixel = Pack(ConvertValue<UChar>(S::template Load<Red>(source)), INFO._red) |
-															   Pack(ConvertValue<UChar>(S::template Load<Green>(source)), INFO._green) |
-															   Pack(ConvertValue<UChar>(S::template Load<Blue>(source)), INFO._blue);
-												if constexpr (INFO.HasAlpha() && S::Has(Alpha))
-													pixel |= Pack(ConvertValue<UChar>(S::template Load<Alpha>(source)), INFO._alpha);
-												else if constexpr (INFO.HasAlpha())
-													pixel |= Pack(255, INFO._alpha);
-												StoreValue(destination, static_cast<UInt16>(pixel));
-											});
+	const UInt32 value = middle >> ShiftOfByte(index) & 0xFF;
+	return value >> (8 - field._bits) << field._shift;
 }
 
-template <FixedFormat DESTINATION, Packed16Format PACKED>
-void UnpackRun(const KernelRun& run)
+template <Packed16Format PACKED>
+void PackPixels(Byte* __restrict destination, const Byte* __restrict source, Int count, const PlanStep&)
 {
-	using D = Layout<DESTINATION>;
-	using Value = typename D::Value;
-	using enum Channel;
-	ForEachPixel<D::PIXEL_SIZE, PIXEL_SIZE>(
-		run,
-		[](Byte* destination, const Byte* source)
-		{
-			constexpr Packed16Info INFO = InfoOf(PACKED);
-			const UInt16 pixel = LoadValue<UInt16>(source);
-			D::template Store<Red>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._red)));
-			D::template Store<Green>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._green)));
-			D::template Store<Blue>(destination, ConvertValue<Value>(ExpandColour(pixel, INFO._blue)));
-			if constexpr (D::Has(Alpha))
-				D::template Store<Alpha>(destination, ConvertValue<Value>(ExpandAlpha(pixel, INFO._alpha)));
-		});
+	constexpr Packed16Info INFO = InfoOf(PACKED);
+	for (Int i = 0; i < count; ++i)
+	{
+		const UInt32 middle = LoadValue<UInt32>(source + i * MIDDLE_SIZE);
+		const UInt32 pixel =
+			Pack(middle, 0, INFO._alpha) | Pack(middle, 1, INFO._red) | Pack(middle, 2, INFO._green) | Pack(middle, 3, INFO._blue);
+		StoreValue(destination + i * PIXEL_SIZE, static_cast<UInt16>(pixel));
+	}
+}
+
+template <Packed16Format PACKED>
+void UnpackPixels(Byte* __restrict destination, const Byte* __restrict source, Int count, const PlanStep&)
+{
+	constexpr Packed16Info INFO = InfoOf(PACKED);
+	for (Int i = 0; i < count; ++i)
+	{
+		const UInt16 pixel = LoadValue<UInt16>(source + i * PIXEL_SIZE);
+		const UInt32 middle = static_cast<UInt32>(ExpandAlpha(pixel, INFO._alpha)) << ShiftOfByte(0) |
+							  static_cast<UInt32>(ExpandColour(pixel, INFO._red)) << ShiftOfByte(1) |
+							  static_cast<UInt32>(ExpandColour(pixel, INFO._green)) << ShiftOfByte(2) |
+							  static_cast<UInt32>(ExpandColour(pixel, INFO._blue)) << ShiftOfByte(3);
+		StoreValue(destination + i * MIDDLE_SIZE, middle);
+	}
+}
+
+template <std::size_t... FORMAT>
+constexpr auto MakeSteps(std::index_sequence<FORMAT...>)
+{
+	struct Functions
+	{
+		PlanStep::Function _pack, _unpack;
+	};
+	return std::array{Functions{&PackPixels<static_cast<Packed16Format>(FORMAT)>, &UnpackPixels<static_cast<Packed16Format>(FORMAT)>}...};
+}
+
+constexpr auto FUNCTIONS = MakeSteps(std::make_index_sequence<PACKED16_FORMAT_COUNT>());
+
+bool IsPartner(FixedFormat format)
+{
+	using enum FixedFormat;
+	constexpr std::array PARTNERS = {RGB_U8, ARGB_U8, RGB_U16, ARGB_U16, RGB_F32, ARGB_F32, RGB_F64, ARGB_F64};
+	return std::find(PARTNERS.begin(), PARTNERS.end(), format) != PARTNERS.end();
 }
 
 // Between twins only the alpha bits change: all set, or none.
@@ -76,33 +91,6 @@ void CopyRun(const KernelRun& run)
 	CopyPixels(run, PIXEL_SIZE);
 }
 
-struct PartnerKernels
-{
-	RunKernel _from, _to;
-};
-using PartnerTable = std::array<std::array<PartnerKernels, PARTNER_COUNT>, PACKED16_FORMAT_COUNT>;
-
-template <std::size_t... PAIR>
-constexpr PartnerTable MakePartnerTable(std::index_sequence<PAIR...>)
-{
-	PartnerTable table = {};
-	((table[PAIR / PARTNER_COUNT][PAIR % PARTNER_COUNT] =
-		  {&PackRun<static_cast<Packed16Format>(PAIR / PARTNER_COUNT), PARTNERS[PAIR % PARTNER_COUNT]>,
-		   &UnpackRun<PARTNERS[PAIR % PARTNER_COUNT], static_cast<Packed16Format>(PAIR / PARTNER_COUNT)>}),
-	 ...);
-	return table;
-}
-
-constexpr PartnerTable TABLE = MakePartnerTable(std::make_index_sequence<PARTNER_COUNT * PACKED16_FORMAT_COUNT>());
-
-const PartnerKernels* FindPartner(Packed16Format packed, FixedFormat partner)
-{
-	for (std::size_t i = 0; i < PARTNER_COUNT; ++i)
-		if (PARTNERS[i] == partner)
-			return &TABLE[static_cast<std::size_t>(packed)][i];
-	return nullptr;
-}
-
 bool SameField(Packed16Field a, Packed16Field b)
 {
 	return a._shift == b._shift && a._bits == b._bits;
@@ -110,16 +98,20 @@ bool SameField(Packed16Field a, Packed16Field b)
 
 } // namespace
 
-RunKernel Packed16KernelFrom(Packed16Format destination, FixedFormat source)
+std::optional<ConversionPlan> Packed16PlanFrom(Packed16Format destination, const FixedPlaces& source)
 {
-	const PartnerKernels* const kernels = FindPartner(destination, source);
-	return kernels ? kernels->_from : nullptr;
+	if (!IsPartner(source.GetFormat()))
+		return std::nullopt;
+	const PlanStep step = {FUNCTIONS[static_cast<std::size_t>(destination)]._pack, PIXEL_SIZE, MIDDLE_SIZE};
+	return PlanBetween(FixedPlaces(MIDDLE), source).Before(step);
 }
 
-RunKernel Packed16KernelTo(FixedFormat destination, Packed16Format source)
+std::optional<ConversionPlan> Packed16PlanTo(const FixedPlaces& destination, Packed16Format source)
 {
-	const PartnerKernels* const kernels = FindPartner(source, destination);
-	return kernels ? kernels->_to : nullptr;
+	if (!IsPartner(destination.GetFormat()))
+		return std::nullopt;
+	const PlanStep step = {FUNCTIONS[static_cast<std::size_t>(source)]._unpack, MIDDLE_SIZE, PIXEL_SIZE};
+	return PlanBetween(destination, FixedPlaces(MIDDLE)).After(step);
 }
 
 RunKernel Packed16KernelBetween(Packed16Format destination, Packed16Format source)

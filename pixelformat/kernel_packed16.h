@@ -1,8 +1,7 @@
-// The ten packed formats of 16 bits: their records and their direct conversions. A pixel is one UInt16 in the machine's byte order. None
-// of these kernels looks at channel offsets: the fixed format on the other side is always in its default layout.
+// The ten packed formats of 16 bits: their records and their direct conversions. A pixel is one UInt16 in the machine's byte order.
 #pragma once
 
-#include "pixelformat/kernel_run.h"
+#include "pixelformat/fixed_plan.h"
 
 namespace torvi
 {
@@ -73,11 +72,11 @@ constexpr UChar ExpandAlpha(UInt16 pixel, Packed16Field field)
 	return static_cast<UChar>((static_cast<UInt32>(pixel) >> field._shift & largest) * (255 / largest));
 }
 
-/// The kernel from one of the eight fixed formats, rgb or argb in U8, U16, F32, F64; empty for any other.
-RunKernel Packed16KernelFrom(Packed16Format destination, FixedFormat source);
+/// The plan from one of the eight fixed formats rgb or argb in U8, U16, F32, F64; empty for any other.
+std::optional<ConversionPlan> Packed16PlanFrom(Packed16Format destination, const FixedPlaces& source);
 
-/// The kernel to one of the same eight; empty for any other.
-RunKernel Packed16KernelTo(FixedFormat destination, Packed16Format source);
+/// The plan to one of the same eight; empty for any other.
+std::optional<ConversionPlan> Packed16PlanTo(const FixedPlaces& destination, Packed16Format source);
 
 /// The kernel between packed formats: the copy of a format to itself, which takes overlapping runs, or to its twin with or without
 /// alpha; empty for any other.

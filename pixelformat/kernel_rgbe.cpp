@@ -1,8 +1,7 @@
 // Encoding and decoding of RGBE. The split of the largest colour into mantissa and exponent is done on its bits.
 #include "pixelformat/kernel_rgbe.h"
 
-#include "pixelformat/kernel_copy.h"
-#include "pixelformat/kernel_layout.h"
+#include "pixelformat/kernel_values.h"
 
 #include <bit>
 
@@ -49,40 +48,32 @@ TORVI_KERNEL_INLINE std::array<Float32, 3> Decode(const Byte* pixel)
 	return {colourOf(pixel[0]), colourOf(pixel[1]), colourOf(pixel[2])};
 }
 
-template <FixedFormat SOURCE>
-void EncodeRun(const KernelRun& run)
+constexpr FixedFormat MIDDLE = FixedFormat::RGB_F32; // which other formats become on their way
+constexpr Int MIDDLE_SIZE = 12;
+
+void EncodePixels(Byte* __restrict destination, const Byte* __restrict source, Int count, const PlanStep&)
 {
-	using S = Layout<SOURCE>;
-	using enum Channel;
-	ForEachPixel<RGBE_PIXEL_SIZE, S::PIXEL_SIZE>(run,
-												 [](Byte* destination, const Byte* source)
-												 {
-													 const auto pixel = Encode(ConvertValue<Float32>(S::template Load<Red>(source)),
-																			   ConvertValue<Float32>(S::template Load<Green>(source)),
-																			   ConvertValue<Float32>(S::template Load<Blue>(source)));
-													 std::memcpy(destination, pixel.data(), RGBE_PIXEL_SIZE);
-												 });
+	for (Int i = 0; i < count; ++i)
+	{
+		const Byte* const from = source + i * MIDDLE_SIZE;
+		const auto pixel = Encode(LoadValue<Float32>(from), LoadValue<Float32>(from + 4), LoadValue<Float32>(from + 8));
+		std::memcpy(destination + i * RGBE_PIXEL_SIZE, pixel.data(), RGBE_PIXEL_SIZE);
+	}
 }
 
-template <FixedFormat DESTINATION>
-void DecodeRun(const KernelRun& run)
+void DecodePixels(Byte* __restrict destination, const Byte* __restrict source, Int count, const PlanStep&)
 {
-	using D = Layout<DESTINATION>;
-	using Value = typename D::Value;
-	using enum Channel;
-	ForEachPixel<D::PIXEL_SIZE, RGBE_PIXEL_SIZE>(run,
-												 [](Byte* destination, const Byte* source)
-												 {
-													 const std::array<Float32, 3> colours = Decode(source);
-													 D::template Store<Red>(destination, ConvertValue<Value>(colours[0]));
-													 D::template Store<Green>(destination, ConvertValue<Value>(colours[1]));
-													 D::template Store<Blue>(destination, ConvertValue<Value>(colours[2]));
-												 });
+	for (Int i = 0; i < count; ++i)
+	{
+		const std::array<Float32, 3> colours = Decode(source + i * RGBE_PIXEL_SIZE);
+		std::memcpy(destination + i * MIDDLE_SIZE, colours.data(), MIDDLE_SIZE);
+	}
 }
 
-void CopyRun(const KernelRun& run)
+bool IsPartner(FixedFormat format)
 {
-	CopyPixels(run, RGBE_PIXEL_SIZE);
+	using enum FixedFormat;
+	return format == RGB_U8 || format == RGB_U16 || format == RGB_F16 || format == RGB_F32 || format == RGB_F64;
 }
 
 } // namespace
@@ -97,47 +88,18 @@ std::array<Float32, 3> DecodeRgbe(const Byte* pixel)
 	return Decode(pixel);
 }
 
-RunKernel RgbeKernelFrom(FixedFormat source)
+std::optional<ConversionPlan> RgbePlanFrom(const FixedPlaces& source)
 {
-	switch (source)
-	{
-	case FixedFormat::RGB_U8:
-		return &EncodeRun<FixedFormat::RGB_U8>;
-	case FixedFormat::RGB_U16:
-		return &EncodeRun<FixedFormat::RGB_U16>;
-	case FixedFormat::RGB_F16:
-		return &EncodeRun<FixedFormat::RGB_F16>;
-	case FixedFormat::RGB_F32:
-		return &EncodeRun<FixedFormat::RGB_F32>;
-	case FixedFormat::RGB_F64:
-		return &EncodeRun<FixedFormat::RGB_F64>;
-	default:
-		return nullptr;
-	}
+	if (!IsPartner(source.GetFormat()))
+		return std::nullopt;
+	return PlanBetween(FixedPlaces(MIDDLE), source).Before({&EncodePixels, RGBE_PIXEL_SIZE, MIDDLE_SIZE});
 }
 
-RunKernel RgbeKernelTo(FixedFormat destination)
+std::optional<ConversionPlan> RgbePlanTo(const FixedPlaces& destination)
 {
-	switch (destination)
-	{
-	case FixedFormat::RGB_U8:
-		return &DecodeRun<FixedFormat::RGB_U8>;
-	case FixedFormat::RGB_U16:
-		return &DecodeRun<FixedFormat::RGB_U16>;
-	case FixedFormat::RGB_F16:
-		return &DecodeRun<FixedFormat::RGB_F16>;
-	case FixedFormat::RGB_F32:
-		return &DecodeRun<FixedFormat::RGB_F32>;
-	case FixedFormat::RGB_F64:
-		return &DecodeRun<FixedFormat::RGB_F64>;
-	default:
-		return nullptr;
-	}
-}
-
-RunKernel RgbeCopyKernel()
-{
-	return &CopyRun;
+	if (!IsPartner(destination.GetFormat()))
+		return std::nullopt;
+	return PlanBetween(destination, FixedPlaces(MIDDLE)).After({&DecodePixels, MIDDLE_SIZE, RGBE_PIXEL_SIZE});
 }
 
 } // namespace torvi

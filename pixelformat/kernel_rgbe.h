@@ -1,8 +1,7 @@
-// RGBE, four bytes red, green, blue and a shared exponent, as the Radiance picture format has it: one pixel and whole runs. The kernels
-// do not look at channel offsets: the fixed format on the other side is always in its default layout.
+// RGBE, four bytes red, green, blue and a shared exponent, as the Radiance picture format has it: one pixel and whole runs.
 #pragma once
 
-#include "pixelformat/kernel_run.h"
+#include "pixelformat/fixed_plan.h"
 
 namespace torvi
 {
@@ -16,13 +15,10 @@ std::array<Byte, RGBE_PIXEL_SIZE> EncodeRgbe(Float32 red, Float32 green, Float32
 /// The colours of a pixel: half a step is added to every mantissa; an exponent byte of 0 is black.
 std::array<Float32, 3> DecodeRgbe(const Byte* pixel);
 
-/// The kernel from rgb in U8, U16, F16, F32, F64; empty for any other format.
-RunKernel RgbeKernelFrom(FixedFormat source);
+/// The plan from rgb in U8, U16, F16, F32, F64; empty for any other format.
+std::optional<ConversionPlan> RgbePlanFrom(const FixedPlaces& source);
 
-/// The kernel to one of the same five; empty for any other format.
-RunKernel RgbeKernelTo(FixedFormat destination);
-
-/// The copy of the format to itself, which takes overlapping runs.
-RunKernel RgbeCopyKernel();
+/// The plan to one of the same five; empty for any other format.
+std::optional<ConversionPlan> RgbePlanTo(const FixedPlaces& destination);
 
 } // namespace torvi

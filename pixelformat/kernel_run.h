@@ -18,18 +18,43 @@ struct KernelRun
 	Int _count = 0;
 };
 
+/// `count` pixels of a run from pixel `start` on.
+inline KernelRun PartOf(const KernelRun& run, Int start, Int count)
+{
+	return {run._destination + start * run._destinationStride, run._destinationStride, run._source + start * run._sourceStride,
+			run._sourceStride, count};
+}
+
 /// A kernel that knows the layout of both sides.
 using RunKernel = void (*)(const KernelRun& run);
 
-/// Byte offsets of the channels inside a pixel of each side, by role: red, green, blue at 0 to 2, or grey at 0; alpha or unused at 3.
-/// A source that is alpha only gives its alpha for both. Roles that a side lacks are not read.
-struct KernelOffsets
+/// Where a channel lies in its pixel, in bytes, and how it is stored.
+struct ChannelPlace
 {
-	std::array<Int, MAXIMUM_CHANNELS> _destination = {};
-	std::array<Int, MAXIMUM_CHANNELS> _source = {};
+	Int _offset = 0;
+	ValueType _type = ValueType::U8;
 };
 
-/// A kernel that is told where the channels lie: for planes and padded layouts.
-using OffsetKernel = void (*)(const KernelRun& run, const KernelOffsets& offsets);
+/// What one channel of a destination becomes.
+struct ChannelRule
+{
+	enum class Kind : UChar
+	{
+		Move, ///< the source's channel `_sources[0]`
+		Mean, ///< the mean of three
+		Fill, ///< `_fill`, an 8-bit value on the unsigned scale
+		Zero  ///< zero bytes, which in signed types is the middle of the scale
+	};
+	Kind _kind = Kind::Zero;
+	std::array<Int, 3> _sources = {}; // indices into the list of the source's channels
+	UChar _fill = 0;
+
+	constexpr Int GetSourceCount() const { return _kind == Kind::Move ? 1 : _kind == Kind::Mean ? 3 : 0; }
+
+	static constexpr ChannelRule Move(Int source) { return {Kind::Move, {source, 0, 0}, 0}; }
+	static constexpr ChannelRule Mean(Int red, Int green, Int blue) { return {Kind::Mean, {red, green, blue}, 0}; }
+	static constexpr ChannelRule Fill(UChar value) { return {Kind::Fill, {}, value}; }
+	static constexpr ChannelRule Zero() { return {}; }
+};
 
 } // namespace torvi

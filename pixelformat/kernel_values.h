@@ -69,6 +69,50 @@ struct ValueOfType<ValueType::F64>
 template <ValueType T>
 using ValueOf = typename ValueOfType<T>::Type;
 
+/// Calls `function` with a value of a type that stands for all of its size: 1, 2, 4 or 8 bytes.
+template <class Function>
+constexpr auto WithValueOfSize(Int size, Function function)
+{
+	switch (size)
+	{
+	case 1:
+		return function(UChar());
+	case 2:
+		return function(UInt16());
+	case 4:
+		return function(UInt32());
+	default:
+		return function(UInt64());
+	}
+}
+
+/// Calls `function` with a value of the data type.
+template <class Function>
+constexpr auto WithValueOfType(ValueType type, Function function)
+{
+	switch (type)
+	{
+	case ValueType::U8:
+		return function(UChar());
+	case ValueType::S8:
+		return function(Char());
+	case ValueType::U16:
+		return function(UInt16());
+	case ValueType::S16:
+		return function(Int16());
+	case ValueType::U32:
+		return function(UInt32());
+	case ValueType::S32:
+		return function(Int32());
+	case ValueType::F16:
+		return function(HalfFloat());
+	case ValueType::F32:
+		return function(Float32());
+	default:
+		return function(Float64());
+	}
+}
+
 /// Reads a value from any address.
 template <class T>
 TORVI_KERNEL_INLINE T LoadValue(const Byte* address)
@@ -187,6 +231,19 @@ TORVI_KERNEL_INLINE constexpr To ConvertValue(From value)
 template <class T>
 constexpr T FULL_SCALE = ConvertValue<T>(UChar(255));
 static_assert(FULL_SCALE<Float32> == 1.0f && FULL_SCALE<Float64> == 1.0 && FULL_SCALE<HalfFloat>.GetBits() == 0x3C00);
+
+/// The bits of an 8-bit value in another type, from the lowest byte.
+inline UInt64 BitsOfConverted(ValueType type, UChar value)
+{
+	return WithValueOfType(type,
+						   [value](auto zero)
+						   {
+							   const auto converted = ConvertValue<decltype(zero)>(value);
+							   UInt64 bits = 0;
+							   std::memcpy(&bits, &converted, sizeof(converted));
+							   return bits;
+						   });
+}
 
 /// The plain mean of three colours, in their own type.
 template <class T>

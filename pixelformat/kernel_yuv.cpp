@@ -1,11 +1,9 @@
-// Integer conversion between 8-bit RGB and YUV in video range, a pair of pixels at a time.
+// Integer conversion between 8-bit RGB and YUV in video range, on planes of some pixels at a time.
 #include "pixelformat/kernel_yuv.h"
 
-#include "pixelformat/kernel_copy.h"
-#include "pixelformat/kernel_layout.h"
+#include "pixelformat/kernel_values.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace torvi
 {
@@ -13,134 +11,133 @@ namespace torvi
 namespace
 {
 
-constexpr std::array PARTNERS = {FixedFormat::RGB_U8,  FixedFormat::RGBA_U8, FixedFormat::RGBX_U8, FixedFormat::ARGB_U8,
-								 FixedFormat::XRGB_U8, FixedFormat::BGR_U8,  FixedFormat::BGRA_U8, FixedFormat::BGRX_U8,
-								 FixedFormat::RGB_U16, FixedFormat::RGB_F32, FixedFormat::RGB_F64};
-constexpr std::size_t PARTNER_COUNT = PARTNERS.size();
-constexpr std::size_t FORMAT_COUNT = 2;
+constexpr Int CHUNK = 128; // pixels
+constexpr Int PAIRS = CHUNK / 2;
 
-struct Colour
+template <class T, Int COUNT = CHUNK>
+struct alignas(64) Plane
 {
-	Int32 _red, _green, _blue;
+	std::array<T, static_cast<std::size_t>(COUNT)> _values;
+
+	Byte* GetBytes() { return reinterpret_cast<Byte*>(_values.data()); }
 };
 
-// Where the two bytes of a pixel lie.
-template <YuvFormat FORMAT>
-constexpr Int LUMA = FORMAT == YuvFormat::I422A ? 0 : 1;
-template <YuvFormat FORMAT>
-constexpr Int CHROMA = 1 - LUMA<FORMAT>;
-
-template <class S>
-TORVI_KERNEL_INLINE Colour LoadColour(const Byte* pixel)
+/// Two pixels share four bytes: where each of them lies.
+struct PairBytes
 {
-	using enum Channel;
-	return {ConvertValue<UChar>(S::template Load<Red>(pixel)), ConvertValue<UChar>(S::template Load<Green>(pixel)),
-			ConvertValue<UChar>(S::template Load<Blue>(pixel))};
+	std::size_t _firstLuma, _u, _secondLuma, _v;
+};
+
+template <YuvFormat FORMAT>
+constexpr PairBytes BYTES = FORMAT == YuvFormat::I422A ? PairBytes{0, 1, 2, 3} : PairBytes{1, 0, 3, 2};
+
+struct ColourPlanes
+{
+	Plane<UChar> _red, _green, _blue;
+};
+
+void ComputeLuma(UChar* __restrict luma, const ColourPlanes& colours, Int count)
+{
+	for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
+		luma[i] = static_cast<UChar>(
+			((66 * colours._red._values[i] + 129 * colours._green._values[i] + 25 * colours._blue._values[i] + 128) >> 8) + 16);
 }
 
-TORVI_KERNEL_INLINE Byte LumaOf(const Colour& colour)
+void ComputeChroma(UChar* __restrict u, UChar* __restrict v, const ColourPlanes& colours, Int count)
 {
-	return static_cast<Byte>(((66 * colour._red + 129 * colour._green + 25 * colour._blue + 128) >> 8) + 16);
-}
-
-template <YuvFormat FORMAT, FixedFormat SOURCE>
-void EncodeRun(const KernelRun& run)
-{
-	using S = Layout<SOURCE>;
-	const KernelRun local = run; // the stores below might alias `run`
-	for (Int i = 0; i + 1 < local._count; i += 2)
+	for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
 	{
-		const Byte* const source = local._source + i * local._sourceStride;
-		Byte* const first = local._destination + i * local._destinationStride;
-		Byte* const second = first + local._destinationStride;
-		const Colour colour = LoadColour<S>(source);
-		first[LUMA<FORMAT>] = LumaOf(colour);
-		first[CHROMA<FORMAT>] = static_cast<Byte>(((-38 * colour._red - 74 * colour._green + 112 * colour._blue + 128) >> 8) + 128);
-		second[LUMA<FORMAT>] = LumaOf(LoadColour<S>(source + local._sourceStride));
-		second[CHROMA<FORMAT>] = static_cast<Byte>(((112 * colour._red - 94 * colour._green - 18 * colour._blue + 128) >> 8) + 128);
+		const Int32 red = colours._red._values[i], green = colours._green._values[i], blue = colours._blue._values[i];
+		u[i] = static_cast<UChar>(((-38 * red - 74 * green + 112 * blue + 128) >> 8) + 128);
+		v[i] = static_cast<UChar>(((112 * red - 94 * green - 18 * blue + 128) >> 8) + 128);
 	}
 }
 
-template <class D>
-TORVI_KERNEL_INLINE void StoreColour(Byte* pixel, Int32 y, Int32 u, Int32 v)
+template <YuvFormat FORMAT>
+void EncodePixels(Byte* destination, const Byte* source, Int count, const PlanStep&)
 {
-	using Value = typename D::Value;
-	using enum Channel;
-	const auto clamped = [](Int32 value) { return ConvertValue<Value>(static_cast<UInt16>(std::clamp(value, 0, 65535))); };
-	D::template Store<Red>(pixel, clamped(298 * y + 409 * (v - 128) - 4640));
-	D::template Store<Green>(pixel, clamped(298 * y - 208 * (v - 128) + 100 * (128 - u) - 4640));
-	D::template Store<Blue>(pixel, clamped(298 * y + 516 * u - 70688));
-	if constexpr (D::Has(Alpha))
-		D::template Store<Alpha>(pixel, FULL_SCALE<Value>);
-	if constexpr (D::Has(Unused))
-		D::template Store<Unused>(pixel, Value());
-}
-
-template <FixedFormat DESTINATION, YuvFormat FORMAT>
-void DecodeRun(const KernelRun& run)
-{
-	using D = Layout<DESTINATION>;
-	const KernelRun local = run; // the stores below might alias `run`
-	for (Int i = 0; i + 1 < local._count; i += 2)
+	const DeinterleaveKernel takeColours = DeinterleaveKernelFor(1, 3), takePairs = DeinterleaveKernelFor(1, 2);
+	const InterleaveKernel putPairs = InterleaveKernelFor(1, 4);
+	ColourPlanes colours;
+	Plane<UChar> luma, u, v;
+	Plane<UChar, PAIRS> firstLuma, secondLuma, firstU, firstV, unused;
+	ConstPlanePointers pairs = {};
+	pairs[BYTES<FORMAT>._firstLuma] = firstLuma.GetBytes();
+	pairs[BYTES<FORMAT>._u] = firstU.GetBytes();
+	pairs[BYTES<FORMAT>._secondLuma] = secondLuma.GetBytes();
+	pairs[BYTES<FORMAT>._v] = firstV.GetBytes();
+	for (Int done = 0; done < count; done += CHUNK)
 	{
-		const Byte* const first = local._source + i * local._sourceStride;
-		const Byte* const second = first + local._sourceStride;
-		Byte* const destination = local._destination + i * local._destinationStride;
-		const Int32 u = first[CHROMA<FORMAT>], v = second[CHROMA<FORMAT>], secondLuma = second[LUMA<FORMAT>];
-		StoreColour<D>(destination, first[LUMA<FORMAT>], u, v);
-		StoreColour<D>(destination + local._destinationStride, secondLuma, u, v);
+		const Int part = std::min(CHUNK, count - done);
+		takeColours({colours._red.GetBytes(), colours._green.GetBytes(), colours._blue.GetBytes()}, source + done * 3, part);
+		ComputeLuma(luma._values.data(), colours, part);
+		ComputeChroma(u._values.data(), v._values.data(), colours, part);
+		takePairs({firstLuma.GetBytes(), secondLuma.GetBytes()}, luma.GetBytes(), part / 2);
+		takePairs({firstU.GetBytes(), unused.GetBytes()}, u.GetBytes(), part / 2);
+		takePairs({firstV.GetBytes(), unused.GetBytes()}, v.GetBytes(), part / 2);
+		putPairs(destination + done * YUV_PIXEL_SIZE, pairs, part / 2);
 	}
 }
 
-void CopyRun(const KernelRun& run)
+UInt16 Clamp(Int32 value)
 {
-	CopyPixels(run, YUV_PIXEL_SIZE);
+	return static_cast<UInt16>(std::clamp(value, 0, 65535));
 }
 
-struct PartnerKernels
+template <YuvFormat FORMAT>
+void DecodePixels(Byte* destination, const Byte* source, Int count, const PlanStep&)
 {
-	RunKernel _from, _to;
-};
-using PartnerTable = std::array<std::array<PartnerKernels, PARTNER_COUNT>, FORMAT_COUNT>;
-
-template <std::size_t... PAIR>
-constexpr PartnerTable MakePartnerTable(std::index_sequence<PAIR...>)
-{
-	PartnerTable table = {};
-	((table[PAIR / PARTNER_COUNT][PAIR % PARTNER_COUNT] =
-		  {&EncodeRun<static_cast<YuvFormat>(PAIR / PARTNER_COUNT), PARTNERS[PAIR % PARTNER_COUNT]>,
-		   &DecodeRun<PARTNERS[PAIR % PARTNER_COUNT], static_cast<YuvFormat>(PAIR / PARTNER_COUNT)>}),
-	 ...);
-	return table;
+	const DeinterleaveKernel takePairs = DeinterleaveKernelFor(1, 4);
+	const InterleaveKernel putPairs = InterleaveKernelFor(1, 2), putColours = InterleaveKernelFor(2, 3);
+	Plane<UChar, PAIRS> firstLuma, secondLuma, pairU, pairV;
+	Plane<UChar> luma, u, v;
+	Plane<UInt16> red, green, blue;
+	PlanePointers pairs = {};
+	pairs[BYTES<FORMAT>._firstLuma] = firstLuma.GetBytes();
+	pairs[BYTES<FORMAT>._u] = pairU.GetBytes();
+	pairs[BYTES<FORMAT>._secondLuma] = secondLuma.GetBytes();
+	pairs[BYTES<FORMAT>._v] = pairV.GetBytes();
+	for (Int done = 0; done < count; done += CHUNK)
+	{
+		const Int part = std::min(CHUNK, count - done);
+		takePairs(pairs, source + done * YUV_PIXEL_SIZE, part / 2);
+		putPairs(luma.GetBytes(), {firstLuma.GetBytes(), secondLuma.GetBytes()}, part / 2);
+		putPairs(u.GetBytes(), {pairU.GetBytes(), pairU.GetBytes()}, part / 2);
+		putPairs(v.GetBytes(), {pairV.GetBytes(), pairV.GetBytes()}, part / 2);
+		for (std::size_t i = 0; i < static_cast<std::size_t>(part); ++i)
+		{
+			const Int32 scaled = 298 * luma._values[i], blueness = u._values[i], redness = v._values[i];
+			red._values[i] = Clamp(scaled + 409 * (redness - 128) - 4640);
+			green._values[i] = Clamp(scaled - 208 * (redness - 128) + 100 * (128 - blueness) - 4640);
+			blue._values[i] = Clamp(scaled + 516 * blueness - 70688);
+		}
+		putColours(destination + done * 6, {red.GetBytes(), green.GetBytes(), blue.GetBytes()}, part);
+	}
 }
 
-constexpr PartnerTable TABLE = MakePartnerTable(std::make_index_sequence<PARTNER_COUNT * FORMAT_COUNT>());
-
-const PartnerKernels* FindPartner(YuvFormat format, FixedFormat partner)
+bool IsPartner(FixedFormat format)
 {
-	const auto found = std::find(PARTNERS.begin(), PARTNERS.end(), partner);
-	if (found == PARTNERS.end())
-		return nullptr;
-	return &TABLE[static_cast<std::size_t>(format)][static_cast<std::size_t>(found - PARTNERS.begin())];
+	using enum FixedFormat;
+	constexpr std::array PARTNERS = {RGB_U8, RGBA_U8, RGBX_U8, ARGB_U8, XRGB_U8, BGR_U8, BGRA_U8, BGRX_U8, RGB_U16, RGB_F32, RGB_F64};
+	return std::find(PARTNERS.begin(), PARTNERS.end(), format) != PARTNERS.end();
 }
 
 } // namespace
 
-RunKernel YuvKernelFrom(YuvFormat destination, FixedFormat source)
+std::optional<ConversionPlan> YuvPlanFrom(YuvFormat destination, const FixedPlaces& source)
 {
-	const PartnerKernels* const kernels = FindPartner(destination, source);
-	return kernels ? kernels->_from : nullptr;
+	if (!IsPartner(source.GetFormat()))
+		return std::nullopt;
+	const auto encode = destination == YuvFormat::I422A ? &EncodePixels<YuvFormat::I422A> : &EncodePixels<YuvFormat::I422B>;
+	return PlanBetween(FixedPlaces(FixedFormat::RGB_U8), source).Before({encode, YUV_PIXEL_SIZE, 3});
 }
 
-RunKernel YuvKernelTo(FixedFormat destination, YuvFormat source)
+std::optional<ConversionPlan> YuvPlanTo(const FixedPlaces& destination, YuvFormat source)
 {
-	const PartnerKernels* const kernels = FindPartner(source, destination);
-	return kernels ? kernels->_to : nullptr;
-}
-
-RunKernel YuvCopyKernel()
-{
-	return &CopyRun;
+	if (!IsPartner(destination.GetFormat()))
+		return std::nullopt;
+	const auto decode = source == YuvFormat::I422A ? &DecodePixels<YuvFormat::I422A> : &DecodePixels<YuvFormat::I422B>;
+	return PlanBetween(destination, FixedPlaces(FixedFormat::RGB_U16)).After({decode, 6, YUV_PIXEL_SIZE});
 }
 
 } // namespace torvi

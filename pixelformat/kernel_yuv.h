@@ -1,9 +1,8 @@
 // YUV 4:2:2 in its two byte orders: two bytes per pixel, luma and one chroma value, and two pixels that share their chroma. A stride is
-// the distance from pixel to pixel, so the second pixel of a pair lies one stride behind the first. The kernels convert whole pairs: of
-// an odd count the last pixel is left alone, and refusing such a count is the caller's part. They do not look at channel offsets.
+// the distance from pixel to pixel, so the second pixel of a pair lies one stride behind the first.
 #pragma once
 
-#include "pixelformat/kernel_run.h"
+#include "pixelformat/fixed_plan.h"
 
 namespace torvi
 {
@@ -17,14 +16,11 @@ enum class YuvFormat : UChar
 
 constexpr Int YUV_PIXEL_SIZE = 2;
 
-/// The kernel from rgb, rgba, rgbx, argb, xrgb, bgr, bgra, bgrx in U8 or rgb in U16, F32, F64; empty for any other. Chroma is that of the
-/// first pixel of a pair.
-RunKernel YuvKernelFrom(YuvFormat destination, FixedFormat source);
+/// The plan from rgb, rgba, rgbx, argb, xrgb, bgr, bgra, bgrx in U8 or rgb in U16, F32, F64; empty for any other. Chroma is that of the
+/// first pixel of a pair. Plans are for whole pairs: refusing an odd count is the caller's part.
+std::optional<ConversionPlan> YuvPlanFrom(YuvFormat destination, const FixedPlaces& source);
 
-/// The kernel to one of the same eleven; empty for any other. Alpha is full, an unused channel 0.
-RunKernel YuvKernelTo(FixedFormat destination, YuvFormat source);
-
-/// The copy of a format to itself, pixel by pixel; it takes overlapping runs.
-RunKernel YuvCopyKernel();
+/// The plan to one of the same eleven; empty for any other. Alpha is full, an unused channel 0.
+std::optional<ConversionPlan> YuvPlanTo(const FixedPlaces& destination, YuvFormat source);
 
 } // namespace torvi

@@ -13,6 +13,7 @@ BUILD_PACKAGES=(
 	libcli11-dev
 	nlohmann-json3-dev
 	libutf8proc-dev
+	libhwy-dev
 )
 
 TEST_PACKAGES=(
@@ -24,6 +25,17 @@ TEST_PACKAGES=(
 	clang-format=clang-format
 	imagemagick
 	python3=python3
+)
+
+# For bench/run.sh only: the libraries that this one is compared with, and what draws the chart.
+BENCH_PACKAGES=(
+	libbenchmark-dev
+	libbabl-dev
+	libopenimageio-dev
+	libswscale-dev
+	libpixman-1-dev
+	python3=python3
+	python3-matplotlib
 )
 
 # Prints the packages of the given rows that are neither installed nor provided otherwise.

@@ -1,7 +1,6 @@
 // Channel steps, plans of dynamic formats and indexed pixels against the reference.
-#include "pixelformat/kernel_dynamic.h"
+#include "pixelformat/dynamic_rules.h"
 #include "pixelformat/kernel_indexed.h"
-#include "pixelformat/kernel_table.h"
 #include "tests/pixelformat/kernel_harness.h"
 
 #include <gtest/gtest.h>
@@ -23,6 +22,9 @@ ValueType ValueTypeOf(Type type)
 	return static_cast<ValueType>(type); // both follow the order of the data types
 }
 
+using Rules = Block<const ChannelRule>;
+const ChannelRule MOVE = ChannelRule::Move(0);
+
 const std::string LETTERS = "rgbayz"; // z stands for any other channel
 
 // One channel at byte 1 of a pixel with gaps, or alone.
@@ -36,12 +38,10 @@ TEST(KernelChannel, AllMoversAgreeWithReference)
 					RunSide destination({gap / 3}, reference::SizeOf(to), reference::SizeOf(to) + gap, count, 1);
 					RunSide source({gap / 3}, reference::SizeOf(from), reference::SizeOf(from) + gap, count, 0);
 					FillWithValues(source, {"y", from}, count, 17);
-					const ChannelStep step = MoverStep({gap / 3, ValueTypeOf(to)}, {gap / 3, ValueTypeOf(from)});
+					const ChannelPlace toPlace = {gap / 3, ValueTypeOf(to)}, fromPlace = {gap / 3, ValueTypeOf(from)};
+					const ChannelProgram program({&toPlace, 1}, {&fromPlace, 1}, {&MOVE, 1});
 					EXPECT_EQ("", CompareRuns(
-									  destination, source, count,
-									  [&](const KernelRun& run) {
-										  RunSteps({&step, 1}, run);
-									  },
+									  destination, source, count, [&](const KernelRun& run) { program.Run(run); },
 									  [&](Byte* pixel, const Byte* sourcePixel)
 									  { reference::Write(Convert(reference::Read(from, sourcePixel + gap / 3), to), pixel + gap / 3); }))
 						<< static_cast<int>(to) << " " << static_cast<int>(from);
@@ -52,10 +52,11 @@ TEST(KernelChannel, FillsAreConvertedFromEightBits)
 {
 	for (const Type type : reference::ALL_TYPES)
 	{
-		const auto fill = [](const ChannelStep& step)
+		const auto fill = [&](const ChannelRule& rule)
 		{
+			const ChannelPlace place = {0, ValueTypeOf(type)};
 			std::array<Byte, 8> bytes = {};
-			RunSteps({&step, 1}, {bytes.data(), 0, nullptr, 0, 1});
+			ChannelProgram({&place, 1}, {}, {&rule, 1}).Run({bytes.data(), 0, nullptr, 0, 1});
 			return bytes;
 		};
 		const auto bytesOf = [](const Number& number)
@@ -64,9 +65,9 @@ TEST(KernelChannel, FillsAreConvertedFromEightBits)
 			reference::Write(number, bytes.data());
 			return bytes;
 		};
-		EXPECT_EQ(bytesOf(reference::Full(type)), fill(FillStep({0, ValueTypeOf(type)}, 255))) << static_cast<int>(type);
-		EXPECT_EQ(bytesOf(Convert(reference::Integer(Type::U8, 0), type)), fill(FillStep({0, ValueTypeOf(type)}, 0)));
-		EXPECT_EQ((std::array<Byte, 8>{}), fill(ZeroStep({0, ValueTypeOf(type)})));
+		EXPECT_EQ(bytesOf(reference::Full(type)), fill(ChannelRule::Fill(255))) << static_cast<int>(type);
+		EXPECT_EQ(bytesOf(Convert(reference::Integer(Type::U8, 0), type)), fill(ChannelRule::Fill(0)));
+		EXPECT_EQ((std::array<Byte, 8>{}), fill(ChannelRule::Zero()));
 	}
 }
 
@@ -76,25 +77,22 @@ struct ChannelList
 	std::string _letters;
 	std::vector<Type> _types;
 	std::vector<Int> _offsets = {};
-	std::vector<ChannelPlace> _others = {};
-	DynamicLayout _layout = {};
+	std::vector<ChannelPlace> _places = {};
+	DynamicRoles _roles = {};
 	Int _size = 0;
 
 	void Arrange()
 	{
 		for (std::size_t i = 0; i < _letters.size(); ++i)
 		{
-			const ChannelPlace place = {_size, ValueTypeOf(_types[i])};
 			const std::size_t role = LETTERS.find(_letters[i]);
-			std::optional<ChannelPlace>* const roles[] = {&_layout._red, &_layout._green, &_layout._blue, &_layout._alpha, &_layout._grey};
-			if (role < 5 && !*roles[role])
-				*roles[role] = place;
-			else
-				_others.push_back(place);
+			Int* const roles[] = {&_roles._red, &_roles._green, &_roles._blue, &_roles._alpha, &_roles._grey};
+			if (role < 5 && *roles[role] == DynamicRoles::NO_CHANNEL)
+				*roles[role] = static_cast<Int>(i);
+			_places.push_back({_size, ValueTypeOf(_types[i])});
 			_offsets.push_back(_size);
 			_size += reference::SizeOf(_types[i]);
 		}
-		_layout._others = _others;
 	}
 };
 
@@ -124,11 +122,7 @@ void ForEachDynamicPair(Test test)
 			{
 				SCOPED_TRACE(std::string(info.GetName()) + " and " + list._letters + " of type " + std::to_string(int(list._types[0])));
 				list.Arrange();
-				std::vector<BITS> bits;
-				for (Int i = 0; i <= info._channelCount; ++i)
-					bits.push_back(info.GetBitOffset(i));
-				const reference::Format fixed = reference::FormatOf(info.GetName());
-				test(info._format, fixed, OffsetsByRole(info._format, bits).value(), list);
+				test(FixedPlaces(info._format), reference::FormatOf(info.GetName()), list);
 			}
 		}
 	EXPECT_EQ(std::ssize(DYNAMIC_PARTNERS), partners);
@@ -137,19 +131,15 @@ void ForEachDynamicPair(Test test)
 								[&](const FixedFormatInfo& info) { return info.GetName() == name && IsDynamicPartner(info._format); }));
 }
 
-RunUnderTest Runner(std::vector<ChannelStep>& steps, Int count)
-{
-	steps.resize(static_cast<std::size_t>(count));
-	return [&steps](const KernelRun& run) { RunSteps(steps, run); };
-}
-
 TEST(KernelDynamic, ToDynamicAgreesWithReference)
 {
 	ForEachDynamicPair(
-		[](FixedFormat format, const reference::Format& fixed, const std::array<Int, 4>& roles, const ChannelList& list)
+		[](const FixedPlaces& places, const reference::Format& fixed, const ChannelList& list)
 		{
-			std::vector<ChannelStep> steps(static_cast<std::size_t>(MostStepsToDynamic(list._layout)));
-			const RunUnderTest kernel = Runner(steps, PlanToDynamic(steps, list._layout, format, roles));
+			std::vector<ChannelRule> rules(list._places.size());
+			RulesToDynamic(rules, list._roles, places.GetFormat());
+			const ChannelProgram program(list._places, places.GetChannels(), rules);
+			const RunUnderTest kernel = [&](const KernelRun& run) { program.Run(run); };
 			for (const Int count : {0, 1, 65, 600})
 			{
 				RunSide destination(list._offsets, 8, list._size, count, 1);
@@ -175,10 +165,11 @@ TEST(KernelDynamic, ToDynamicAgreesWithReference)
 TEST(KernelDynamic, FromDynamicAgreesWithReference)
 {
 	ForEachDynamicPair(
-		[](FixedFormat format, const reference::Format& fixed, const std::array<Int, 4>& roles, const ChannelList& list)
+		[](const FixedPlaces& places, const reference::Format& fixed, const ChannelList& list)
 		{
-			std::vector<ChannelStep> steps(4);
-			const RunUnderTest kernel = Runner(steps, PlanFromDynamic(steps, list._layout, format, roles));
+			const auto rules = RulesFromDynamic(places.GetFormat(), list._roles);
+			const ChannelProgram program(places.GetChannels(), list._places, Rules(rules).first(places.GetChannels().size()));
+			const RunUnderTest kernel = [&](const KernelRun& run) { program.Run(run); };
 			constexpr Int COUNT = 65;
 			RunSide source(list._offsets, 8, list._size, COUNT, 1);
 			RunSide destination(fixed.PackedOffsets(), reference::SizeOf(fixed._type), fixed.PixelSize(), COUNT, 0);
@@ -261,6 +252,10 @@ TEST(KernelIndexed, TurnsIntoColoursAsTheReferenceDoes)
 	std::vector<Float32> rows(ROWS * 4);
 	for (std::size_t i = 0; i < rows.size(); ++i)
 		rows[i] = static_cast<Float32>(i) / 40.0f - 0.02f;
+	std::vector<Byte> rowBytes(rows.size());
+	for (std::size_t i = 0; i < rows.size(); ++i)
+		rowBytes[i] = static_cast<Byte>(Convert(reference::Single(rows[i]), Type::U8)._bits);
+	const IndexTable table = {reinterpret_cast<const Byte*>(rows.data()), rowBytes.data(), ROWS};
 	std::vector<Byte> indices(COUNT * 2);
 	for (std::size_t i = 0; i < indices.size(); ++i)
 		indices[i] = static_cast<Byte>(i % 2 ? 0 : i * 29 % 13); // as 16 bits, 0 to 12
@@ -268,15 +263,11 @@ TEST(KernelIndexed, TurnsIntoColoursAsTheReferenceDoes)
 	for (const FixedFormatInfo& info : FIXED_FORMATS)
 	{
 		const bool wanted = std::find(std::begin(TARGETS), std::end(TARGETS), info.GetName()) != std::end(TARGETS);
-		const IndexKernel kernel = IndexKernelTo(info._format);
-		EXPECT_EQ(wanted, kernel != nullptr) << info.GetName();
-		if (!kernel)
+		EXPECT_EQ(wanted, IndexConversion::Make(FixedPlaces(info._format), 8).has_value()) << info.GetName();
+		if (!wanted)
 			continue;
 		++targets;
 		const reference::Format fixed = reference::FormatOf(info.GetName());
-		std::vector<BITS> offsets;
-		for (Int i = 0; i <= info._channelCount; ++i)
-			offsets.push_back(info.GetBitOffset(i));
 		for (const Int bits : INDEX_BITS)
 		{
 			RunSide destination(fixed.PackedOffsets(), reference::SizeOf(fixed._type), fixed.PixelSize() + 1, COUNT, 1);
@@ -287,8 +278,8 @@ TEST(KernelIndexed, TurnsIntoColoursAsTheReferenceDoes)
 						  destination, source, COUNT,
 						  [&](const KernelRun& run)
 						  {
-							  kernel({run._destination, run._destinationStride, indices.data(), 0, bits, run._count}, bits,
-									 {reinterpret_cast<const Byte*>(rows.data()), ROWS}, OffsetsByRole(info._format, offsets).value());
+							  IndexConversion::Make(FixedPlaces(info._format), bits)
+								  ->Run({run._destination, run._destinationStride, indices.data(), 0, bits, run._count}, table);
 						  },
 						  [&](Byte* to, const Byte*)
 						  {

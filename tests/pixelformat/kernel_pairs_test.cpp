@@ -1,6 +1,5 @@
 // Every pair of fixed formats against the reference: both forms, many counts, strides, layouts and alignments.
-#include "pixelformat/kernel_copy.h"
-#include "pixelformat/kernel_table.h"
+#include "pixelformat/fixed_plan.h"
 #include "tests/pixelformat/kernel_harness.h"
 
 #include <gtest/gtest.h>
@@ -103,18 +102,24 @@ std::string CompareForm(const Format& destination, const Format& source, Arrange
 		{ reference::ConvertPixel(destination._reference, to._offsets, pixel, source._reference, from._offsets, sourcePixel, same); });
 }
 
-RunUnderTest DefaultForm(const Format& destination, const Format& source)
+FixedPlaces LayoutOf(const Format& format, Arrangement arrangement)
 {
-	return KernelsTo(destination._format)[static_cast<std::size_t>(source._format)];
+	return FixedPlaces::Make(format._format, format.BitOffsets(PlaceOf(format, arrangement)._offsets)).value();
 }
 
 RunUnderTest OffsetForm(const Format& destination, const Format& source, Arranged arranged)
 {
-	const auto to = destination.BitOffsets(PlaceOf(destination, arranged._destination)._offsets);
-	const auto from = source.BitOffsets(PlaceOf(source, arranged._source)._offsets);
-	const auto offsets = MakeKernelOffsets(destination._format, to, source._format, from);
-	const OffsetKernel kernel = OffsetKernelFor(destination._format, source._format);
-	return [offsets, kernel](const KernelRun& run) { kernel(run, offsets.value()); };
+	const FixedPlaces to = LayoutOf(destination, arranged._destination), from = LayoutOf(source, arranged._source);
+	if (destination._format == source._format)
+		return [copy = CopyBetween(to, from)](const KernelRun& run) { copy.Run(run); };
+	return [program = ProgramBetween(to, from)](const KernelRun& run) { program.Run(run); };
+}
+
+RunUnderTest DefaultForm(const Format& destination, const Format& source)
+{
+	if (destination._format == source._format)
+		return [size = destination.PixelSize()](const KernelRun& run) { CopyPixels(run, size); };
+	return OffsetForm(destination, source, {Arrangement::Packed, Arrangement::Packed});
 }
 
 void ForEachPair(const std::function<void(const Format& destination, const Format& source)>& test)
@@ -221,6 +226,43 @@ TEST(SlowKernelPairs, AllValuesOfSmallTypesAgreeWithReference)
 		});
 }
 
+TEST(SlowKernelPairs, AllLengthsAgreeWithReference)
+{
+	ForEachPair(
+		[](const Format& destination, const Format& source)
+		{
+			const RunUnderTest kernel = DefaultForm(destination, source);
+			for (Int count = 0; count <= 130; ++count)
+				EXPECT_EQ("", CompareForm(destination, source, PACKED, count, count % 5, kernel));
+		});
+}
+
+// Runs that are too large for the cache are written past it, in chunks that begin on a boundary.
+TEST(KernelPairs, LargeRunsAgreeWithSmallOnes)
+{
+	struct Case
+	{
+		FixedFormat _destination, _source;
+	};
+	using enum FixedFormat;
+	for (const Case& one : {Case{RGBA_U8, RGB_U8}, Case{BGR_U8, GREY_U16}, Case{GREY_U16, RGB_U8}, Case{RGB_F32, RGB_U16}})
+		for (const Int misalignment : {0, 2, 3})
+		{
+			const Format destination(one._destination), source(one._source);
+			constexpr Int COUNT = (Int(9) << 20) + 77, PART = 1001;
+			std::vector<Byte> from(static_cast<std::size_t>(COUNT * source.PixelSize()));
+			for (std::size_t i = 0; i < from.size(); ++i)
+				from[i] = static_cast<Byte>(i * 2654435761u >> 13);
+			std::vector<Byte> large(static_cast<std::size_t>(COUNT * destination.PixelSize() + misalignment + 1), 0xA5), small(large);
+			const RunUnderTest kernel = DefaultForm(destination, source);
+			kernel({large.data() + misalignment, destination.PixelSize(), from.data(), source.PixelSize(), COUNT});
+			for (Int start = 0; start < COUNT; start += PART)
+				kernel({small.data() + misalignment + start * destination.PixelSize(), destination.PixelSize(),
+						from.data() + start * source.PixelSize(), source.PixelSize(), std::min(PART, COUNT - start)});
+			EXPECT_TRUE(large == small) << InfoOf(one._destination).GetName() << " " << misalignment;
+		}
+}
+
 TEST(SlowKernelPairs, ManyFloatsAgreeWithReference)
 {
 	ForEachPair(
@@ -232,15 +274,14 @@ TEST(SlowKernelPairs, ManyFloatsAgreeWithReference)
 		});
 }
 
-TEST(KernelTable, TellsDefaultLayoutsAndRefusesWrongOffsets)
+TEST(FixedPlaces, TellDefaultLayoutsAndRefuseWrongOffsets)
 {
 	using Offsets = std::vector<BITS>;
-	EXPECT_TRUE(IsDefaultLayout(FixedFormat::RGB_U16, Offsets{0, 16, 32, 48}));
-	EXPECT_TRUE(IsDefaultLayout(FixedFormat::RGB_U16, Offsets{0, 16, 32, 64}));
-	EXPECT_FALSE(IsDefaultLayout(FixedFormat::RGB_U16, Offsets{32, 16, 0, 48}));
-	EXPECT_FALSE(IsDefaultLayout(FixedFormat::RGB_U16, Offsets{0, 16, 32}));
-	EXPECT_FALSE(MakeKernelOffsets(FixedFormat::RGB_U8, Offsets{0, 8, 16}, FixedFormat::GREY_U8, Offsets{0, 8}));
-	EXPECT_FALSE(MakeKernelOffsets(FixedFormat::RGB_U8, Offsets{0, 8, 16, 24}, FixedFormat::GREY_U8, Offsets{}));
+	EXPECT_TRUE(FixedPlaces::Make(FixedFormat::RGB_U16, Offsets{0, 16, 32, 48})->IsDefault());
+	EXPECT_TRUE(FixedPlaces::Make(FixedFormat::RGB_U16, Offsets{0, 16, 32, 64})->IsDefault());
+	EXPECT_FALSE(FixedPlaces::Make(FixedFormat::RGB_U16, Offsets{32, 16, 0, 48})->IsDefault());
+	EXPECT_FALSE(FixedPlaces::Make(FixedFormat::RGB_U16, Offsets{0, 16, 32}));
+	EXPECT_FALSE(FixedPlaces::Make(FixedFormat::GREY_U8, Offsets{}));
 }
 
 // Copies inside one buffer, forwards and backwards, with equal strides and with growing and shrinking ones.
@@ -260,7 +301,8 @@ TEST(KernelCopy, OverlappingRunsAreCopiedAsThroughABuffer)
 											{200, 8, 200, 4},
 											{200, 4, 200, 8}}};
 	constexpr Int COUNT = 40;
-	const KernelOffsets swapped = {{0, 1, 2, 3}, {3, 2, 1, 0}};
+	const FixedPlaces inOrder(FixedFormat::RGBA_U8);
+	const FixedPlaces reversed = FixedPlaces::Make(FixedFormat::RGBA_U8, std::vector<BITS>{24, 16, 8, 0, 32}).value();
 	for (const Case& one : CASES)
 		for (const bool channelwise : {false, true})
 		{
@@ -276,9 +318,9 @@ TEST(KernelCopy, OverlappingRunsAreCopiedAsThroughABuffer)
 			const KernelRun run = {actual.data() + one._destinationStart, one._destinationStride, actual.data() + one._sourceStart,
 								   one._sourceStride, COUNT};
 			if (channelwise)
-				OffsetKernelFor(FixedFormat::RGBA_U8, FixedFormat::RGBA_U8)(run, swapped);
+				CopyBetween(inOrder, reversed).Run(run);
 			else
-				KernelsTo(FixedFormat::RGBA_U8)[static_cast<std::size_t>(FixedFormat::RGBA_U8)](run);
+				CopyPixels(run, 4);
 			EXPECT_EQ(expected, actual) << one._destinationStart << " " << one._destinationStride << " " << channelwise;
 		}
 }

@@ -1,0 +1,66 @@
+// The plan of a conversion between two lists of channels. It is a chain of at most three steps over packed pixels - a mean, a change of
+// data type, a change of channels - with packed pixels gathered before it and spread behind it where the caller's do not lie side by side.
+// Every step is one loop over plain memory, so a plan is as fast as its loops whatever the formats are.
+#pragma once
+
+#include "pixelformat/kernel_gather.h"
+#include "pixelformat/kernel_linear.h"
+#include "pixelformat/kernel_mean.h"
+#include "pixelformat/kernel_shuffle.h"
+
+#include <optional>
+
+namespace torvi
+{
+
+/// One step: `count` packed pixels to packed pixels. Which member is used depends on the function.
+struct PlanStep
+{
+	using Function = void (*)(Byte* destination, const Byte* source, Int count, const PlanStep& step);
+
+	Function _function = nullptr;
+	Int _destinationSize = 0; // bytes of a pixel
+	Int _sourceSize = 0;
+	Int _valueCount = 0; // of a pixel, where the values are converted
+	LinearKernel _linear = nullptr;
+	MeanKernel _meanKernel = nullptr;
+	ShuffleMap _shuffle = {};
+	MeanMap _mean = {};
+};
+
+/// A plain value that may be copied and kept; any number of threads may run it.
+class ConversionPlan
+{
+public:
+	/// A plan for channels that have one data type on either side, at most four on each; empty where there is none. `rules` has an entry
+	/// for each of the destination's channels.
+	static std::optional<ConversionPlan> Make(Block<const ChannelPlace> destination, Block<const ChannelPlace> source,
+											  Block<const ChannelRule> rules);
+
+	/// The plan with a step in front of it. The plan's source is packed; the new one is, and has one channel as large as the pixel.
+	ConversionPlan After(const PlanStep& step) const;
+
+	/// The plan with a step behind it. The plan's destination is packed; the new one is, and has one channel as large as the pixel.
+	ConversionPlan Before(const PlanStep& step) const;
+
+	/// Whether the channels of the run are runs of their own on both sides.
+	bool IsPlanar(const KernelRun& run) const
+	{
+		return _destination.IsPlanar(run._destinationStride) && _source.IsPlanar(run._sourceStride);
+	}
+
+	/// The sides must not overlap.
+	void Run(const KernelRun& run) const;
+
+private:
+	void Add(const PlanStep& step) { _steps[static_cast<std::size_t>(_stepCount++)] = step; }
+	void RunInChunks(const KernelRun& run, bool isStreamed) const;
+
+	static constexpr std::size_t MOST_STEPS = 4;
+	std::array<PlanStep, MOST_STEPS> _steps = {};
+	Int _stepCount = 0;
+	PlacedChannels _destination;
+	PlacedChannels _source;
+};
+
+} // namespace torvi
