@@ -27,7 +27,6 @@ enum class CmykFormat : UChar
 constexpr Int CMYK_FORMAT_COUNT = 12;
 constexpr Int CMYK_TYPE_COUNT = 3;
 constexpr Int CMYK_INK_COUNT = 4;
-constexpr Int CMYK_MAXIMUM_CHANNELS = CMYK_INK_COUNT + 1;
 
 /// The record of one format. Alpha, if there is one, lies in front of cyan, magenta, yellow and black.
 struct CmykInfo
@@ -36,65 +35,35 @@ struct CmykInfo
 	std::string_view _name;      // "acmyk_inv.u8"
 	std::string_view _shortName; // "ACMYK_INV::U8"
 	ValueType _type;
-	bool _hasAlpha;
+	Int _channelCount;
 	bool _isInverted; // 0 is full ink; alpha is as ever
 
-	constexpr Int GetFirstInk() const { return _hasAlpha ? 1 : 0; }
-	constexpr Int GetChannelCount() const { return GetFirstInk() + CMYK_INK_COUNT; }
+	constexpr bool HasAlpha() const { return _channelCount > CMYK_INK_COUNT; }
+	/// The index of cyan.
+	constexpr Int GetFirstInk() const { return _channelCount - CMYK_INK_COUNT; }
 	/// The bit offset of channel `index` in the packed layout; with the channel count the bits per pixel.
 	constexpr BITS GetBitOffset(Int index) const { return index * SizeOf(_type) * 8; }
 };
 
 /// All CMYK formats; the index is the value of `CmykFormat`.
 inline constexpr std::array<CmykInfo, CMYK_FORMAT_COUNT> CMYK_FORMATS = {{
-	{CmykFormat::CMYK_U8, "cmyk.u8", "CMYK::U8", ValueType::U8, false, false},
-	{CmykFormat::CMYK_U16, "cmyk.u16", "CMYK::U16", ValueType::U16, false, false},
-	{CmykFormat::CMYK_F32, "cmyk.f32", "CMYK::F32", ValueType::F32, false, false},
-	{CmykFormat::ACMYK_U8, "acmyk.u8", "ACMYK::U8", ValueType::U8, true, false},
-	{CmykFormat::ACMYK_U16, "acmyk.u16", "ACMYK::U16", ValueType::U16, true, false},
-	{CmykFormat::ACMYK_F32, "acmyk.f32", "ACMYK::F32", ValueType::F32, true, false},
-	{CmykFormat::CMYK_INV_U8, "cmyk_inv.u8", "CMYK_INV::U8", ValueType::U8, false, true},
-	{CmykFormat::CMYK_INV_U16, "cmyk_inv.u16", "CMYK_INV::U16", ValueType::U16, false, true},
-	{CmykFormat::CMYK_INV_F32, "cmyk_inv.f32", "CMYK_INV::F32", ValueType::F32, false, true},
-	{CmykFormat::ACMYK_INV_U8, "acmyk_inv.u8", "ACMYK_INV::U8", ValueType::U8, true, true},
-	{CmykFormat::ACMYK_INV_U16, "acmyk_inv.u16", "ACMYK_INV::U16", ValueType::U16, true, true},
-	{CmykFormat::ACMYK_INV_F32, "acmyk_inv.f32", "ACMYK_INV::F32", ValueType::F32, true, true},
+	{CmykFormat::CMYK_U8, "cmyk.u8", "CMYK::U8", ValueType::U8, 4, false},
+	{CmykFormat::CMYK_U16, "cmyk.u16", "CMYK::U16", ValueType::U16, 4, false},
+	{CmykFormat::CMYK_F32, "cmyk.f32", "CMYK::F32", ValueType::F32, 4, false},
+	{CmykFormat::ACMYK_U8, "acmyk.u8", "ACMYK::U8", ValueType::U8, 5, false},
+	{CmykFormat::ACMYK_U16, "acmyk.u16", "ACMYK::U16", ValueType::U16, 5, false},
+	{CmykFormat::ACMYK_F32, "acmyk.f32", "ACMYK::F32", ValueType::F32, 5, false},
+	{CmykFormat::CMYK_INV_U8, "cmyk_inv.u8", "CMYK_INV::U8", ValueType::U8, 4, true},
+	{CmykFormat::CMYK_INV_U16, "cmyk_inv.u16", "CMYK_INV::U16", ValueType::U16, 4, true},
+	{CmykFormat::CMYK_INV_F32, "cmyk_inv.f32", "CMYK_INV::F32", ValueType::F32, 4, true},
+	{CmykFormat::ACMYK_INV_U8, "acmyk_inv.u8", "ACMYK_INV::U8", ValueType::U8, 5, true},
+	{CmykFormat::ACMYK_INV_U16, "acmyk_inv.u16", "ACMYK_INV::U16", ValueType::U16, 5, true},
+	{CmykFormat::ACMYK_INV_F32, "acmyk_inv.f32", "ACMYK_INV::F32", ValueType::F32, 5, true},
 }};
 
 constexpr const CmykInfo& InfoOf(CmykFormat format)
 {
 	return CMYK_FORMATS[static_cast<std::size_t>(format)];
-}
-
-/// Whether one converts to the other without RGB between them: all with alpha do, and all without.
-constexpr bool IsSameCmykClass(CmykFormat a, CmykFormat b)
-{
-	return InfoOf(a)._hasAlpha == InfoOf(b)._hasAlpha;
-}
-
-/// Whether CMYK converts directly to and from this fixed format. Fourteen of red, green and blue do.
-constexpr bool IsCmykPartner(FixedFormat format)
-{
-	switch (format)
-	{
-	case FixedFormat::RGB_U8:
-	case FixedFormat::RGBA_U8:
-	case FixedFormat::RGBX_U8:
-	case FixedFormat::ARGB_U8:
-	case FixedFormat::XRGB_U8:
-	case FixedFormat::BGR_U8:
-	case FixedFormat::BGRA_U8:
-	case FixedFormat::BGRX_U8:
-	case FixedFormat::RGB_U16:
-	case FixedFormat::RGBA_U16:
-	case FixedFormat::RGB_F32:
-	case FixedFormat::RGBA_F32:
-	case FixedFormat::RGB_F64:
-	case FixedFormat::RGBA_F64:
-		return true;
-	default:
-		return false;
-	}
 }
 
 } // namespace torvi

@@ -6,8 +6,7 @@
 #include "pixelformat/gfx_image_channels.h"
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
-#include "pixelformat/kernel_cmyk_family.h"
-#include "pixelformat/kernel_cmyk_rgb.h"
+#include "pixelformat/kernel_cmyk.h"
 #include "torvi/ids_formats.h"
 
 namespace torvi
@@ -39,24 +38,12 @@ constexpr const FamilyInfo& FamilyOf(const CmykInfo& info)
 constexpr CHANNELTYPE INKS[] = {CHANNELTYPE::CMYK_C, CHANNELTYPE::CMYK_M, CHANNELTYPE::CMYK_Y, CHANNELTYPE::CMYK_K};
 constexpr CHANNELTYPE INVERTED_INKS[] = {CHANNELTYPE::CMYK_IC, CHANNELTYPE::CMYK_IM, CHANNELTYPE::CMYK_IY, CHANNELTYPE::CMYK_IK};
 
-template <class Conversion>
-Result<ConvertPixelFunc> MakeFunction(const Conversion& conversion)
-{
-	auto record = TORVI_TRY(NewObject<SharedRecord<Conversion>>(conversion));
-	return ConvertPixelFunc(
-		[record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
-		{
-			record->GetValue().Run(RunOf(destination, count, source));
-			return OK;
-		});
-}
-
 class PixelFormatCmykImpl final : public PixelFormatBaseImpl
 {
 public:
 	explicit PixelFormatCmykImpl(const CmykInfo& info) : _info(info), _offsets(_offsetValues.data(), GetLength() + 1)
 	{
-		for (Int i = 0; i <= info.GetChannelCount(); ++i)
+		for (Int i = 0; i <= info._channelCount; ++i)
 			_offsetValues[static_cast<std::size_t>(i)] = info.GetBitOffset(i);
 	}
 
@@ -76,15 +63,15 @@ public:
 	}
 
 	Block<const ImageChannel> GetChannels() const override { return {_channels.data(), GetLength()}; }
-	Int GetChannelCount() const override { return _info.GetChannelCount(); }
+	Int GetChannelCount() const override { return _info._channelCount; }
 	const ChannelOffsets& GetChannelOffsets() const override { return _offsets; }
-	Bool HasAlpha() const override { return _info._hasAlpha; }
+	Bool HasAlpha() const override { return _info.HasAlpha(); }
 	ColorSpace GetColorSpace() const override { return _colorSpace; }
 	ColorProfile GetDefaultColorProfile() const override { return DefaultProfileOf(_colorSpace, DataTypeOf(_info._type)); }
 
 	Result<AlphaPixelFormat> GetAlphaPixelFormat() const override
 	{
-		TORVI_CHECK(_info._hasAlpha, IllegalArgumentError("@ has no alpha.", GetShortName()));
+		TORVI_CHECK(_info.HasAlpha(), IllegalArgumentError("@ has no alpha.", GetShortName()));
 		PixelFormat format = TORVI_TRY(FindOrCreatePixelFormat({_channels.data(), 1}));
 		return AlphaPixelFormat{std::move(format), 0};
 	}
@@ -99,62 +86,56 @@ public:
 	Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
 													 const ChannelOffsets& dstOffsets, Bool, Bool&) const override
 	{
+		const CmykPlaces to = TORVI_TRY(PlacesOf(_info._format, dstOffsets));
 		if (const std::optional<FixedFormat> source = FixedFormatOf(srcFormat))
-		{
-			if (!IsCmykPartner(*source))
-				return ConvertPixelFunc();
-			const CmykSide to = TORVI_TRY(SideOf(dstOffsets)), from = TORVI_TRY(SideOf(*source, srcOffsets));
-			return MakeFunction(CmykRgbConversion::FromRgb(to, _info._isInverted, from));
-		}
+			return MakeFunction(CmykPlanFrom(to, TORVI_TRY(PlacesOf(*source, srcOffsets))));
 		const auto* const source = dynamic_cast<const PixelFormatCmykImpl*>(srcFormat.GetPointer());
-		return source != nullptr ? Between(dstOffsets, *source, srcOffsets) : ConvertPixelFunc();
+		return source != nullptr ? Between(to, TORVI_TRY(PlacesOf(source->_info._format, srcOffsets))) : ConvertPixelFunc();
 	}
 
 	Result<ConvertPixelFunc> GetConvertPixelToFunc(const PixelFormat& dstFormat, const ChannelOffsets& dstOffsets,
 												   const ChannelOffsets& srcOffsets, Bool, Bool&) const override
 	{
+		const CmykPlaces from = TORVI_TRY(PlacesOf(_info._format, srcOffsets));
 		if (const std::optional<FixedFormat> destination = FixedFormatOf(dstFormat))
-		{
-			if (!IsCmykPartner(*destination))
-				return ConvertPixelFunc();
-			const CmykSide to = TORVI_TRY(SideOf(*destination, dstOffsets)), from = TORVI_TRY(SideOf(srcOffsets));
-			return MakeFunction(CmykRgbConversion::ToRgb(to, from, _info._isInverted));
-		}
+			return MakeFunction(CmykPlanTo(TORVI_TRY(PlacesOf(*destination, dstOffsets)), from));
 		const auto* const destination = dynamic_cast<const PixelFormatCmykImpl*>(dstFormat.GetPointer());
-		return destination != nullptr ? destination->Between(dstOffsets, *this, srcOffsets) : ConvertPixelFunc();
+		return destination != nullptr ? Between(TORVI_TRY(PlacesOf(destination->_info._format, dstOffsets)), from) : ConvertPixelFunc();
 	}
 
 private:
-	std::size_t GetLength() const { return static_cast<std::size_t>(_info.GetChannelCount()); }
+	std::size_t GetLength() const { return static_cast<std::size_t>(_info._channelCount); }
 
-	Result<CmykSide> SideOf(const ChannelOffsets& offsets) const
+	template <class Format>
+	static Result<FormatPlaces<Format>> PlacesOf(Format format, const ChannelOffsets& offsets)
 	{
-		const std::optional<CmykSide> side = CmykSideOf(_info._format, offsets);
-		TORVI_CHECK(side, IllegalArgumentError("The channel offsets do not fit @.", GetShortName()));
-		return *side;
+		const std::optional<FormatPlaces<Format>> places = FormatPlaces<Format>::Make(format, offsets);
+		TORVI_CHECK(places, IllegalArgumentError("The channel offsets do not fit @.", InfoOf(format)._shortName));
+		return *places;
 	}
 
-	static Result<CmykSide> SideOf(FixedFormat format, const ChannelOffsets& offsets)
+	static Result<ConvertPixelFunc> MakeFunction(const std::optional<ConversionPlan>& plan)
 	{
-		const std::optional<CmykSide> side = CmykSideOf(format, offsets);
-		TORVI_CHECK(side, IllegalArgumentError("The channel offsets do not fit @.", InfoOf(format)._shortName));
-		return *side;
+		return plan ? FunctionOf(*plan) : ConvertPixelFunc();
 	}
 
-	Result<ConvertPixelFunc> Between(const ChannelOffsets& dstOffsets, const PixelFormatCmykImpl& source,
-									 const ChannelOffsets& srcOffsets) const
+	/// From alpha to none, and back, there is no direct way.
+	static Result<ConvertPixelFunc> Between(const CmykPlaces& to, const CmykPlaces& from)
 	{
-		if (!IsSameCmykClass(_info._format, source._info._format))
+		const CmykInfo &destination = InfoOf(to.GetFormat()), &source = InfoOf(from.GetFormat());
+		if (destination.HasAlpha() != source.HasAlpha())
 			return ConvertPixelFunc();
-		const CmykSide to = TORVI_TRY(SideOf(dstOffsets)), from = TORVI_TRY(source.SideOf(srcOffsets));
-		if (&source == this && to._isPacked && from._isPacked)
-			return CopyFunction(to.GetPixelSize());
-		return MakeFunction(CmykFamilyConversion(to, from, _info._isInverted != source._info._isInverted));
+		if (destination._isInverted != source._isInverted)
+			return FunctionOf(CmykComplementPlan(to, from));
+		if (destination._type != source._type)
+			return FunctionOf(CmykProgramBetween(to, from));
+		return to.IsDefault() && from.IsDefault() ? CopyFunction(BytesOf(destination.GetBitOffset(destination._channelCount)))
+												  : FunctionOf(ChannelCopy(to.GetChannels(), from.GetChannels()));
 	}
 
 	const CmykInfo& _info;
-	std::array<ImageChannel, CMYK_MAXIMUM_CHANNELS> _channels;
-	std::array<BITS, CMYK_MAXIMUM_CHANNELS + 1> _offsetValues = {};
+	std::array<ImageChannel, MAXIMUM_CHANNELS> _channels;
+	std::array<BITS, MAXIMUM_CHANNELS + 1> _offsetValues = {};
 	const ChannelOffsets _offsets;
 	ColorSpace _colorSpace;
 };

@@ -41,7 +41,8 @@ void ShuffleValues(Byte* __restrict destination, const Byte* __restrict source, 
 template <class T>
 void ShuffleValues(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
-	constexpr std::array FUNCTIONS = {&ShuffleValues<T, 1>, &ShuffleValues<T, 2>, &ShuffleValues<T, 3>, &ShuffleValues<T, 4>};
+	constexpr std::array<decltype(&ShuffleValues<T, 1>), MAXIMUM_CHANNELS> FUNCTIONS = {
+		&ShuffleValues<T, 1>, &ShuffleValues<T, 2>, &ShuffleValues<T, 3>, &ShuffleValues<T, 4>, &ShuffleValues<T, 5>};
 	FUNCTIONS[static_cast<std::size_t>(map._destinationCount - 1)](destination, source, count, map);
 }
 
@@ -84,10 +85,11 @@ void ShuffleSmallPixels(Byte* destination, const Byte* source, Int count, const 
 	const Int inside = count - (VECTOR - 1) / smaller; // a vector may start at pixels below
 	const Int vectors = inside > 0 ? (inside + atATime - 1) / atATime : 0;
 	ShuffleVectors(destination, source, vectors, map);
-	const Int done = vectors * atATime, rest = count - done; // the rest is at most 64 bytes on either side
+	const Int done = vectors * atATime, rest = count - done;
 	if (rest <= 0)
 		return;
-	std::array<Byte, 64 + 2 * VECTOR> restSource, restDestination;
+	// The rest is at most a vector of values, by pixels of the side with fewer channels.
+	std::array<Byte, MAXIMUM_CHANNELS * VECTOR + VECTOR> restSource, restDestination;
 	std::memcpy(restSource.data(), source + done * from, static_cast<std::size_t>(rest * from));
 	ShuffleVectors(restDestination.data(), restSource.data(), (rest + atATime - 1) / atATime, map);
 	std::memcpy(destination + done * to, restDestination.data(), static_cast<std::size_t>(rest * to));

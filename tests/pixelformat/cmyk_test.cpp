@@ -202,6 +202,7 @@ TEST(Cmyk, HoldsToLiterals)
 	EXPECT_EQ(bytes("acmyk.u8", "bgrx.u8", {0, 255, 255, 9}), (Values<UChar>{255, 0, 0, 255, 0}));
 	const auto floats = Convert<Float32, Float32>(FormatNamed("cmyk.f32"), FormatNamed("rgb.f32"), 1, {2, 0, 0});
 	EXPECT_EQ(floats, (Values<Float32>{0, 1, 1, -1}));
+	EXPECT_EQ((Convert<Float32, Float32>(FormatNamed("cmyk.f32"), FormatNamed("rgb.f32"), 1, {-1, 0, 0})), (Values<Float32>{0, 0, 0, 1}));
 	// Alpha and inks of 16 bits are cut to 8, not rounded; double alpha is rounded in double.
 	EXPECT_EQ((Convert<UChar, UInt16>(FormatNamed("argb.u8"), FormatNamed("acmyk.u16"), 1, {0x80FF, 0, 0, 0, 0})),
 			  (Values<UChar>{0x80, 255, 255, 255}));
@@ -210,33 +211,63 @@ TEST(Cmyk, HoldsToLiterals)
 	EXPECT_EQ((Convert<UChar, Float64>(FormatNamed("acmyk.u8"), FormatNamed("rgba.f64"), 1, {1, 1, 1, 0.4999999999}))[0], 127);
 }
 
+constexpr Int BYTE_PAIRS = 65536;
+
+Float32 FromByte(Int value)
+{
+	return static_cast<Float32>(value) * 0.003921569f;
+}
+
+Byte ToByte(Float32 value)
+{
+	return static_cast<Byte>(std::clamp(value * 255.0f + 0.5f, 0.0f, 255.0f));
+}
+
 // One in a hundred of these would come out otherwise in double precision.
 TEST(Cmyk, SeparatesBytesInSinglePrecision)
 {
 	const HostScope host({&RegisterPixelFormats});
 	const auto function = LookUp(FormatNamed("cmyk.u8"), FormatNamed("rgb.u8"));
 	ASSERT_TRUE(function.IsOk());
-	constexpr Int COUNT = 65536;
 	constexpr Int STEP = 15; // of red, which takes both ends
-	std::vector<Byte> rgb(3 * COUNT), cmyk(4 * COUNT);
+	std::vector<Byte> rgb, cmyk(4 * BYTE_PAIRS), expected;
 	for (Int red = 0; red < 256; red += STEP)
 	{
-		for (Int i = 0; i < COUNT; ++i)
+		rgb.clear(), expected.clear();
+		for (Int i = 0; i < BYTE_PAIRS; ++i)
 		{
-			const std::array<Byte, 3> pixel = {static_cast<Byte>(red), static_cast<Byte>(i >> 8), static_cast<Byte>(i)};
-			std::copy(pixel.begin(), pixel.end(), rgb.begin() + 3 * i);
+			for (const Int value : {red, i >> 8, i & 255})
+				rgb.push_back(static_cast<Byte>(value));
+			for (const Float32 ink : Separate(FromByte(red), FromByte(i >> 8), FromByte(i & 255)))
+				expected.push_back(ToByte(ink));
 		}
-		ASSERT_TRUE(function.GetValue()(PixelBuffer(cmyk.data(), 32), COUNT, PixelBuffer(rgb.data(), 24), 0).IsOk());
-		Int wrong = 0;
-		for (Int i = 0; i < COUNT; ++i)
+		ASSERT_TRUE(function.GetValue()(PixelBuffer(cmyk.data(), 32), BYTE_PAIRS, PixelBuffer(rgb.data(), 24), 0).IsOk());
+		ASSERT_TRUE(cmyk == expected) << "red " << red;
+	}
+}
+
+// Every ink with every black.
+TEST(Cmyk, MixesBytesAsInSinglePrecision)
+{
+	const HostScope host({&RegisterPixelFormats});
+	for (const char* const name : {"cmyk.u8", "cmyk_inv.u8"})
+	{
+		const bool isInverted = name[4] == '_';
+		const auto lightOf = [&](Int ink) { return isInverted ? FromByte(ink) : 1.0f - FromByte(ink); };
+		std::vector<Byte> cmyk, rgb(3 * BYTE_PAIRS), expected;
+		for (Int i = 0; i < BYTE_PAIRS; ++i)
 		{
-			const auto inks = Separate(static_cast<Float32>(red) * 0.003921569f, static_cast<Float32>(i >> 8) * 0.003921569f,
-									   static_cast<Float32>(i & 255) * 0.003921569f);
-			for (std::size_t ink = 0; ink < 4; ++ink)
-				wrong +=
-					cmyk[static_cast<std::size_t>(i) * 4 + ink] != static_cast<Byte>(std::clamp(inks[ink] * 255.0f + 0.5f, 0.0f, 255.0f));
+			const Int black = i & 255;
+			for (const Int ink : {i >> 8, 255 - (i >> 8), black})
+			{
+				cmyk.push_back(static_cast<Byte>(ink));
+				expected.push_back(ToByte(lightOf(ink) * lightOf(black)));
+			}
+			cmyk.push_back(static_cast<Byte>(black));
 		}
-		ASSERT_EQ(wrong, 0) << "red " << red;
+		const auto function = LookUp(FormatNamed("rgb.u8"), FormatNamed(name));
+		ASSERT_TRUE(function.GetValue()(PixelBuffer(rgb.data(), 24), BYTE_PAIRS, PixelBuffer(cmyk.data(), 32), 0).IsOk());
+		EXPECT_TRUE(rgb == expected) << name;
 	}
 }
 
