@@ -1,5 +1,5 @@
 // Conversion kernels against memcpy of as many bytes: all pairs of fixed formats, on short runs, on runs that stay in the cache, and on
-// large pictures.
+// large pictures; and some pairs of CMYK.
 #include "bench/measure.h"
 #include "torvi/ids_formats.h"
 
@@ -31,6 +31,11 @@ constexpr RunSize RUN_SIZES[] = {
 	{"64", 64, 0, 0.002},
 	{"4096", 4096, 256 << 10, 0.003},
 	{"16M", 16 << 20, 0, 0.08},
+};
+
+constexpr FormatPair CMYK_PAIRS[] = {
+	{"rgb.u8", "cmyk.u8"},   {"cmyk.u8", "rgb.u8"},   {"rgba.u8", "acmyk.u8"},    {"acmyk.u8", "rgba.u8"},      {"rgb.u16", "cmyk.u16"},
+	{"cmyk.u16", "rgb.u16"}, {"rgb.f32", "cmyk.f32"}, {"cmyk_inv.u8", "cmyk.u8"}, {"acmyk_inv.u8", "acmyk.u8"}, {"cmyk.u16", "cmyk.u8"},
 };
 
 struct NamedFormat
@@ -150,6 +155,20 @@ void AddPairs(const Options& options, const RunSize& run, const Array<NamedForma
 	}
 }
 
+void AddCmykPairs(const Options& options, const RunSize& run)
+{
+	const auto memory = std::make_shared<PairMemory>(run._count, run._copyBytes);
+	for (const FormatPair& pair : CMYK_PAIRS)
+	{
+		const auto compare = [=](benchmark::State& state, double seconds) -> Result<void>
+		{
+			const PixelFormat to = TORVI_TRY(FindFormat(pair._destination)), from = TORVI_TRY(FindFormat(pair._source));
+			return CompareWithCopy(state, seconds, run, *memory, to, from);
+		};
+		AddRounds(std::string("cmyk/") + run._name + "/" + pair._destination + "/" + pair._source, options, run._seconds, compare);
+	}
+}
+
 } // namespace
 
 void AddConversions(const Options& options)
@@ -159,6 +178,7 @@ void AddConversions(const Options& options)
 	{
 		run._count = options._isQuick ? std::min<Int>(run._count, 256) : run._count;
 		AddPairs(options, run, formats);
+		AddCmykPairs(options, run);
 	}
 }
 

@@ -73,7 +73,7 @@ enum class FixedFormat : UChar
 #undef FIXED_FORMAT
 };
 
-constexpr Int MAXIMUM_CHANNELS = 4;
+constexpr Int MAXIMUM_CHANNELS = 5; // of any format that is known when kernels are compiled
 
 /// The record of one format.
 struct FixedFormatInfo

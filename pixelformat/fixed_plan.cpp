@@ -23,34 +23,6 @@ ChannelRule RuleFor(Channel channel, const FixedFormatInfo& source)
 
 } // namespace
 
-FixedPlaces::FixedPlaces(FixedFormat format) : _format(format)
-{
-	const FixedFormatInfo& info = InfoOf(format);
-	for (Int i = 0; i < MAXIMUM_CHANNELS; ++i)
-		_places[static_cast<std::size_t>(i)] = {i * SizeOf(info._type), info._type};
-}
-
-std::optional<FixedPlaces> FixedPlaces::Make(FixedFormat format, Block<const BITS> offsets)
-{
-	const FixedFormatInfo& info = InfoOf(format);
-	if (CountOf(offsets) != info._channelCount + 1)
-		return std::nullopt;
-	FixedPlaces places(format);
-	for (std::size_t i = 0; i < static_cast<std::size_t>(info._channelCount); ++i)
-		places._places[i]._offset = BytesOf(offsets[i]);
-	return places;
-}
-
-bool FixedPlaces::IsDefault() const
-{
-	const Int size = SizeOf(InfoOf(_format)._type);
-	const Block<const ChannelPlace> channels = GetChannels();
-	for (std::size_t i = 0; i < channels.size(); ++i)
-		if (channels[i]._offset != static_cast<Int>(i) * size)
-			return false;
-	return true;
-}
-
 std::array<ChannelRule, MAXIMUM_CHANNELS> RulesBetween(FixedFormat destination, FixedFormat source)
 {
 	const FixedFormatInfo& to = InfoOf(destination);
@@ -71,7 +43,7 @@ ConversionPlan PlanBetween(const FixedPlaces& destination, const FixedPlaces& so
 {
 	const auto rules = RulesBetween(destination.GetFormat(), source.GetFormat());
 	const Block<const ChannelPlace> channels = destination.GetChannels();
-	// Fixed formats have one data type each and at most four channels, and those with colours have a mean.
+	// Fixed formats have one data type each and at most MAXIMUM_CHANNELS channels, and those with colours have a mean.
 	return *ConversionPlan::Make(channels, source.GetChannels(), Block<const ChannelRule>(rules).first(channels.size()));
 }
 

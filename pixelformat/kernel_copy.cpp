@@ -35,6 +35,48 @@ void CopyInOrder(const KernelRun& run, CopyPixel copyPixel)
 	}
 }
 
+/// Each pixel is read whole before it is written. The usual sizes are known to the compiler.
+template <std::size_t SIZE>
+void CopyPixelsOfSize(const KernelRun& run)
+{
+	CopyInOrder(run,
+				[](Byte* destination, const Byte* source)
+				{
+					std::array<Byte, SIZE> pixel;
+					std::memcpy(pixel.data(), source, SIZE);
+					std::memcpy(destination, pixel.data(), SIZE);
+				});
+}
+
+void CopySpreadPixels(const KernelRun& run, std::size_t size)
+{
+	switch (size)
+	{
+	case 1:
+		return CopyPixelsOfSize<1>(run);
+	case 2:
+		return CopyPixelsOfSize<2>(run);
+	case 3:
+		return CopyPixelsOfSize<3>(run);
+	case 4:
+		return CopyPixelsOfSize<4>(run);
+	case 6:
+		return CopyPixelsOfSize<6>(run);
+	case 8:
+		return CopyPixelsOfSize<8>(run);
+	case 12:
+		return CopyPixelsOfSize<12>(run);
+	case 16:
+		return CopyPixelsOfSize<16>(run);
+	case 24:
+		return CopyPixelsOfSize<24>(run);
+	case 32:
+		return CopyPixelsOfSize<32>(run);
+	default:
+		CopyInOrder(run, [size](Byte* destination, const Byte* source) { std::memmove(destination, source, size); });
+	}
+}
+
 struct Extent
 {
 	Int _begin;
@@ -71,8 +113,7 @@ void CopyPixels(const KernelRun& run, Int bytesPerPixel)
 	if (run._destinationStride == bytesPerPixel && run._sourceStride == bytesPerPixel)
 		std::memmove(run._destination, run._source, static_cast<std::size_t>(run._count * bytesPerPixel));
 	else
-		CopyInOrder(run, [size = static_cast<std::size_t>(bytesPerPixel)](Byte* destination, const Byte* source)
-					{ std::memmove(destination, source, size); });
+		CopySpreadPixels(run, static_cast<std::size_t>(bytesPerPixel));
 }
 
 ChannelCopy::ChannelCopy(Block<const ChannelPlace> destination, Block<const ChannelPlace> source)

@@ -48,7 +48,8 @@ template <class T, Int COUNT>
 constexpr Movers MOVERS_OF = {&GatherChannels<T, COUNT>, &SpreadChannels<T, COUNT>, &CopyPixels<T, COUNT>};
 
 template <class T>
-constexpr std::array<Movers, MAXIMUM_CHANNELS> MOVERS = {MOVERS_OF<T, 1>, MOVERS_OF<T, 2>, MOVERS_OF<T, 3>, MOVERS_OF<T, 4>};
+constexpr std::array<Movers, MAXIMUM_CHANNELS> MOVERS = {MOVERS_OF<T, 1>, MOVERS_OF<T, 2>, MOVERS_OF<T, 3>, MOVERS_OF<T, 4>,
+														 MOVERS_OF<T, 5>};
 
 const Movers& MoversFor(const PlacedChannels& channels)
 {

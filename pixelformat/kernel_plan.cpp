@@ -82,6 +82,11 @@ void RunMean(Byte* destination, const Byte* source, Int count, const PlanStep& s
 	step._meanKernel(destination, source, count, step._mean);
 }
 
+void RunColours(Byte* destination, const Byte* source, Int count, const PlanStep& step)
+{
+	ConvertColours(destination, source, count, step._colours);
+}
+
 PlanStep LinearStep(ValueType destination, ValueType source, Int channels)
 {
 	PlanStep step;
@@ -111,6 +116,27 @@ PlanStep MeanStep(ValueType type, const MeanMap& map)
 	step._mean = map;
 	step._destinationSize = SizeOf(type) * map._destinationCount;
 	step._sourceSize = SizeOf(type) * map._sourceCount;
+	return step;
+}
+
+/// The roles of a side that has them by the caller's list, by place.
+ColourSide PlaceRoles(const ColourSide& listed, const Side& side)
+{
+	ColourSide placed = listed;
+	for (std::size_t i = 0; i < static_cast<std::size_t>(side._channels.GetCount()); ++i)
+		placed._roles[i] = listed._roles[static_cast<std::size_t>(side._listed[i])];
+	return placed;
+}
+
+PlanStep ColourStep(const ColourMap& map, const Side& destination, const Side& source)
+{
+	PlanStep step;
+	step._function = &RunColours;
+	step._colours = map;
+	step._colours._destination = PlaceRoles(map._destination, destination);
+	step._colours._source = PlaceRoles(map._source, source);
+	step._destinationSize = destination._channels.GetPixelSize();
+	step._sourceSize = source._channels.GetPixelSize();
 	return step;
 }
 
@@ -259,6 +285,17 @@ void ConversionPlan::Finish()
 	const bool isDirect = _stepCount == 1 && _destination.IsContiguous() && _source.IsContiguous();
 	_directDestination = isDirect ? _destination.GetPixelSize() : NO_STRIDE;
 	_directSource = isDirect ? _source.GetPixelSize() : NO_STRIDE;
+}
+
+ConversionPlan ConversionPlan::Make(Block<const ChannelPlace> destination, Block<const ChannelPlace> source, const ColourMap& map)
+{
+	const Side to = *MakeSide(destination), from = *MakeSide(source);
+	ConversionPlan plan;
+	plan._destination = to._channels;
+	plan._source = from._channels;
+	plan.Add(ColourStep(map, to, from));
+	plan.Finish();
+	return plan;
 }
 
 ConversionPlan ConversionPlan::After(const PlanStep& step) const

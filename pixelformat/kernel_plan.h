@@ -1,8 +1,10 @@
 // The plan of a conversion between two lists of channels. It is a chain of at most three steps over packed pixels - a mean, a change of
-// data type, a change of channels - with packed pixels gathered before it and spread behind it where the caller's do not lie side by side.
-// Every step is one loop over plain memory, so a plan is as fast as its loops whatever the formats are.
+// data type, a change of channels - or one that computes other colours, with packed pixels gathered before it and spread behind it where
+// the caller's do not lie side by side. Every step is one loop over plain memory, so a plan is as fast as its loops whatever the formats
+// are.
 #pragma once
 
+#include "pixelformat/kernel_colour.h"
 #include "pixelformat/kernel_gather.h"
 #include "pixelformat/kernel_linear.h"
 #include "pixelformat/kernel_mean.h"
@@ -27,16 +29,20 @@ struct PlanStep
 	MeanKernel _meanKernel = nullptr;
 	ShuffleMap _shuffle = {};
 	MeanMap _mean = {};
+	ColourMap _colours = {};
 };
 
 /// A plain value that may be copied and kept; any number of threads may run it.
 class ConversionPlan
 {
 public:
-	/// A plan for channels that have one data type on either side, at most four on each; empty where there is none. `rules` has an entry
-	/// for each of the destination's channels.
+	/// A plan for channels that have one data type on either side, at most MAXIMUM_CHANNELS on each; empty where there is none. `rules` has
+	/// an entry for each of the destination's channels.
 	static std::optional<ConversionPlan> Make(Block<const ChannelPlace> destination, Block<const ChannelPlace> source,
 											  Block<const ChannelRule> rules);
+
+	/// The plan of one step that computes colours. The map's sides are those of the lists, with roles in their order.
+	static ConversionPlan Make(Block<const ChannelPlace> destination, Block<const ChannelPlace> source, const ColourMap& map);
 
 	/// The plan with a step in front of it. The plan's source is packed; the new one is, and has one channel as large as the pixel.
 	ConversionPlan After(const PlanStep& step) const;

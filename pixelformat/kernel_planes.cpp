@@ -4,6 +4,8 @@
 #include "pixelformat/kernel_simd.h"
 #include "pixelformat/kernel_values.h"
 
+#include <algorithm>
+
 namespace torvi
 {
 
@@ -105,12 +107,57 @@ void Deinterleave(const PlanePointers& pointers, const Byte* source, Int pixels)
 				StoreValue(planes[static_cast<std::size_t>(channel)] + i * SIZE, LoadValue<T>(source + (i * CHANNELS + channel) * SIZE));
 }
 
+constexpr Int CHUNK = 128; // pixels
+
+/// Five channels are one, and four that lie side by side for a while.
+template <class T>
+void InterleaveFive(Byte* destination, const ConstPlanePointers& pointers, Int pixels)
+{
+	constexpr Int SIZE = sizeof(T);
+	const ConstPlanePointers planes = pointers;
+	alignas(64) std::array<Byte, CHUNK * 4 * sizeof(T)> buffer;
+	for (Int done = 0; done < pixels; done += CHUNK)
+	{
+		const Int part = std::min(CHUNK, pixels - done);
+		const auto from = [&](std::size_t channel) { return planes[channel] + done * SIZE; };
+		Interleave<T, 4>(buffer.data(), {from(1), from(2), from(3), from(4)}, part);
+		const Byte* const first = from(0);
+		Byte* const __restrict to = destination + done * 5 * SIZE;
+		for (Int i = 0; i < part; ++i)
+		{
+			StoreValue(to + i * 5 * SIZE, LoadValue<T>(first + i * SIZE));
+			std::memcpy(to + (i * 5 + 1) * SIZE, buffer.data() + i * 4 * SIZE, 4 * SIZE);
+		}
+	}
+}
+
+template <class T>
+void DeinterleaveFive(const PlanePointers& pointers, const Byte* source, Int pixels)
+{
+	constexpr Int SIZE = sizeof(T);
+	const PlanePointers planes = pointers;
+	alignas(64) std::array<Byte, CHUNK * 4 * sizeof(T)> buffer;
+	for (Int done = 0; done < pixels; done += CHUNK)
+	{
+		const Int part = std::min(CHUNK, pixels - done);
+		const auto to = [&](std::size_t channel) { return planes[channel] + done * SIZE; };
+		Byte* const __restrict first = to(0);
+		const Byte* const from = source + done * 5 * SIZE;
+		for (Int i = 0; i < part; ++i)
+		{
+			StoreValue(first + i * SIZE, LoadValue<T>(from + i * 5 * SIZE));
+			std::memcpy(buffer.data() + i * 4 * SIZE, from + (i * 5 + 1) * SIZE, 4 * SIZE);
+		}
+		Deinterleave<T, 4>({to(1), to(2), to(3), to(4)}, buffer.data(), part);
+	}
+}
+
 template <class T>
 constexpr std::array<InterleaveKernel, MAXIMUM_CHANNELS> INTERLEAVE = {&Interleave<T, 1>, &Interleave<T, 2>, &Interleave<T, 3>,
-																	   &Interleave<T, 4>};
+																	   &Interleave<T, 4>, &InterleaveFive<T>};
 template <class T>
 constexpr std::array<DeinterleaveKernel, MAXIMUM_CHANNELS> DEINTERLEAVE = {&Deinterleave<T, 1>, &Deinterleave<T, 2>, &Deinterleave<T, 3>,
-																		   &Deinterleave<T, 4>};
+																		   &Deinterleave<T, 4>, &DeinterleaveFive<T>};
 
 } // namespace
 

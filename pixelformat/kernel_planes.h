@@ -15,7 +15,7 @@ using InterleaveKernel = void (*)(Byte* destination, const ConstPlanePointers& p
 /// The other way round.
 using DeinterleaveKernel = void (*)(const PlanePointers& planes, const Byte* source, Int pixels);
 
-/// The kernels for values of 1, 2, 4 or 8 bytes and 1 to 4 channels.
+/// The kernels for values of 1, 2, 4 or 8 bytes and 1 to MAXIMUM_CHANNELS channels.
 InterleaveKernel InterleaveKernelFor(Int valueSize, Int channels);
 DeinterleaveKernel DeinterleaveKernelFor(Int valueSize, Int channels);
 

@@ -36,7 +36,8 @@ void ShuffleValues(Byte* __restrict destination, const Byte* __restrict source, 
 template <class T>
 void ShuffleValues(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
-	constexpr std::array FUNCTIONS = {&ShuffleValues<T, 1>, &ShuffleValues<T, 2>, &ShuffleValues<T, 3>, &ShuffleValues<T, 4>};
+	constexpr std::array<decltype(&ShuffleValues<T, 1>), MAXIMUM_CHANNELS> FUNCTIONS = {
+		&ShuffleValues<T, 1>, &ShuffleValues<T, 2>, &ShuffleValues<T, 3>, &ShuffleValues<T, 4>, &ShuffleValues<T, 5>};
 	FUNCTIONS[static_cast<std::size_t>(map._destinationCount - 1)](destination, source, count, map);
 }
 

@@ -5,6 +5,7 @@
 #include "pixelformat/gfx_image_channels.h"
 #include "pixelformat/gfx_image_colorspace.h"
 #include "pixelformat/gfx_image_pixelformat_base_impl.h"
+#include "pixelformat/gfx_image_pixelformat_cmyk_impl.h"
 #include "pixelformat/gfx_image_pixelformat_dynamic_impl.h"
 #include "pixelformat/gfx_image_pixelformat_fixed_impl.h"
 #include "pixelformat/gfx_image_pixelformat_indexed_impl.h"
@@ -30,6 +31,7 @@ constexpr RegistrationStep STEPS[] = {
 	{"pixel format groups", &RegisterPixelFormatGroups},
 	{"base of pixel formats", &RegisterPixelFormatBase},
 	{"fixed pixel formats", &RegisterFixedFormats},
+	{"CMYK pixel formats", &RegisterCmykFormats},
 	{"packed pixel formats", &RegisterPackedFormats},
 	{"RGBE", &RegisterRgbeFormat},
 	{"YUV pixel formats", &RegisterYuvFormats},

@@ -59,6 +59,21 @@ inline constexpr Id PIXELFORMAT_ALPHA_F32 = "net.torvi.image.pixelformat.alpha.f
 inline constexpr Id PIXELFORMAT_ALPHA_F64 = "net.torvi.image.pixelformat.alpha.f64";
 inline constexpr Id PIXELFORMAT_ALPHA_F16 = "net.torvi.image.pixelformat.alpha.f16";
 
+// CMYK, without and with alpha in front; inverted, 0 is full ink. Without a profile, RGB becomes inks with the most black and no colour
+// beside it in black; an unused channel of RGB is written like alpha.
+inline constexpr Id PIXELFORMAT_CMYK_U8 = "net.torvi.image.pixelformat.cmyk.u8";
+inline constexpr Id PIXELFORMAT_CMYK_U16 = "net.torvi.image.pixelformat.cmyk.u16";
+inline constexpr Id PIXELFORMAT_CMYK_F32 = "net.torvi.image.pixelformat.cmyk.f32";
+inline constexpr Id PIXELFORMAT_ACMYK_U8 = "net.torvi.image.pixelformat.acmyk.u8";
+inline constexpr Id PIXELFORMAT_ACMYK_U16 = "net.torvi.image.pixelformat.acmyk.u16";
+inline constexpr Id PIXELFORMAT_ACMYK_F32 = "net.torvi.image.pixelformat.acmyk.f32";
+inline constexpr Id PIXELFORMAT_CMYK_INV_U8 = "net.torvi.image.pixelformat.cmyk_inv.u8";
+inline constexpr Id PIXELFORMAT_CMYK_INV_U16 = "net.torvi.image.pixelformat.cmyk_inv.u16";
+inline constexpr Id PIXELFORMAT_CMYK_INV_F32 = "net.torvi.image.pixelformat.cmyk_inv.f32";
+inline constexpr Id PIXELFORMAT_ACMYK_INV_U8 = "net.torvi.image.pixelformat.acmyk_inv.u8";
+inline constexpr Id PIXELFORMAT_ACMYK_INV_U16 = "net.torvi.image.pixelformat.acmyk_inv.u16";
+inline constexpr Id PIXELFORMAT_ACMYK_INV_F32 = "net.torvi.image.pixelformat.acmyk_inv.f32";
+
 // Packed in 16 bits, and a shared exponent.
 inline constexpr Id PIXELFORMAT_RGB_U565 = "net.torvi.image.pixelformat.rgb.u565";
 inline constexpr Id PIXELFORMAT_RGB_U555 = "net.torvi.image.pixelformat.rgb.u555";
@@ -119,6 +134,10 @@ inline constexpr Id PIXELFORMATGROUP_ALPHA = "net.torvi.image.pixelformat.alphag
 inline constexpr Id PIXELFORMATGROUP_GREY = "net.torvi.image.pixelformat.greygroup";
 inline constexpr Id PIXELFORMATGROUP_AGREY = "net.torvi.image.pixelformat.agreygroup";
 inline constexpr Id PIXELFORMATGROUP_GREYA = "net.torvi.image.pixelformat.greyagroup";
+inline constexpr Id PIXELFORMATGROUP_CMYK = "net.torvi.image.pixelformat.cmykgroup";
+inline constexpr Id PIXELFORMATGROUP_ACMYK = "net.torvi.image.pixelformat.acmykgroup";
+inline constexpr Id PIXELFORMATGROUP_CMYK_INV = "net.torvi.image.pixelformat.cmyk_invgroup";
+inline constexpr Id PIXELFORMATGROUP_ACMYK_INV = "net.torvi.image.pixelformat.acmyk_invgroup";
 inline constexpr Id PIXELFORMATGROUP_YUV = "net.torvi.image.pixelformat.yuvgroup";
 inline constexpr Id PIXELFORMATGROUP_INDEXED = "net.torvi.image.pixelformat.indexedgroup";
 inline constexpr Id PIXELFORMATGROUP_DYNAMIC = "net.torvi.image.pixelformat.dynamicgroup";
@@ -136,6 +155,10 @@ inline constexpr Id REGISTRY_ALPHA = "net.torvi.image.registry.alpha";
 inline constexpr Id REGISTRY_GREY = "net.torvi.image.registry.grey";
 inline constexpr Id REGISTRY_AGREY = "net.torvi.image.registry.agrey";
 inline constexpr Id REGISTRY_GREYA = "net.torvi.image.registry.greya";
+inline constexpr Id REGISTRY_CMYK = "net.torvi.image.registry.cmyk";
+inline constexpr Id REGISTRY_ACMYK = "net.torvi.image.registry.acmyk";
+inline constexpr Id REGISTRY_CMYK_INV = "net.torvi.image.registry.cmyk_inv";
+inline constexpr Id REGISTRY_ACMYK_INV = "net.torvi.image.registry.acmyk_inv";
 inline constexpr Id REGISTRY_YUV = "net.torvi.image.registry.yuv";
 inline constexpr Id REGISTRY_INDEXED = "net.torvi.image.registry.indexed";
 

@@ -61,9 +61,12 @@ TEST(Start, ObjectsMayOutliveTheEnd)
 	const ImageChannel red = GetImageChannel(CHANNELTYPE::RED, GetDataType<UChar>());
 	const ImageChannel depth = GetImageChannel(CHANNELTYPE::DEPTH, GetDataType<UInt16>());
 	const ImageChannel channels[] = {red, depth};
-	std::vector<PixelFormat> held = {GetPixelFormat(ids::PIXELFORMAT_RGB_U8),    GetPixelFormat(ids::PIXELFORMAT_RGB_RGBE),
-									 GetPixelFormat(ids::PIXELFORMAT_YUV_I422A), GetPixelFormat(ids::PIXELFORMAT_INDEXED_U8BIT),
-									 GetPixelFormat(ids::PIXELFORMAT_RGBA_F32),  FindOrCreatePixelFormat(channels).TakeValue()};
+	std::vector<PixelFormat> held = {GetPixelFormat(ids::PIXELFORMAT_RGB_U8),      GetPixelFormat(ids::PIXELFORMAT_RGB_RGBE),
+									 GetPixelFormat(ids::PIXELFORMAT_YUV_I422A),   GetPixelFormat(ids::PIXELFORMAT_INDEXED_U8BIT),
+									 GetPixelFormat(ids::PIXELFORMAT_RGBA_F32),    GetPixelFormat(ids::PIXELFORMAT_ACMYK_U8),
+									 FindOrCreatePixelFormat(channels).TakeValue()};
+	EXPECT_EQ(held[5]->GetDefaultColorProfile(), GetBuiltInColorProfile(ids::COLORPROFILE_CMYKDEFAULT));
+	EXPECT_FALSE(held[5]->GetDefaultColorProfile().IsEmpty());
 	const ColorProfile profile = GetBuiltInColorProfile(ids::COLORPROFILE_SRGB);
 	EndModule();
 

@@ -61,6 +61,15 @@ RunSide::RunSide(const std::vector<Int>& offsets, Int valueSize, Int stride, Int
 	_bytes.assign(static_cast<std::size_t>(_start + std::max<Int>(last, 0) + reach + GUARD), GUARD_BYTE);
 }
 
+std::vector<BITS> InBits(const Arrangement& arrangement, Int pixelSize)
+{
+	std::vector<BITS> bits;
+	for (const Int offset : arrangement._offsets)
+		bits.push_back(offset * 8);
+	bits.push_back(pixelSize * 8);
+	return bits;
+}
+
 Float64 ValueSource::NextFloat()
 {
 	const UInt32 kind = Pick(8);

@@ -29,6 +29,16 @@ private:
 	std::vector<Byte> _bytes;
 };
 
+/// How the channels of one side lie, in bytes.
+struct Arrangement
+{
+	std::vector<Int> _offsets;
+	Int _stride;
+};
+
+/// The offsets as a format gives them: in bits, and the bits per pixel behind them.
+std::vector<BITS> InBits(const Arrangement& arrangement, Int pixelSize);
+
 /// Gives the bits of channel values: random ones, and those at the edges of the rules. Pixels with an even index hold no huge negative
 /// numbers, the others no huge positive ones, so that no sum of three is infinity minus infinity; there are no NaNs.
 class ValueSource

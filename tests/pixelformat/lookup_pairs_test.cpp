@@ -10,13 +10,6 @@ namespace torvi
 namespace
 {
 
-/// How the channels of one side lie, in bytes.
-struct Arrangement
-{
-	std::vector<Int> _offsets;
-	Int _stride;
-};
-
 /// Packed; an odd stride; and the channels in reverse order behind one byte.
 std::vector<Arrangement> ArrangementsOf(const reference::Format& format)
 {
@@ -26,15 +19,6 @@ std::vector<Arrangement> ArrangementsOf(const reference::Format& format)
 	for (Int& offset : turned)
 		++offset;
 	return {{packed, size}, {packed, size + 3}, {turned, size + 1}};
-}
-
-std::vector<BITS> InBits(const Arrangement& arrangement, Int pixelSize)
-{
-	std::vector<BITS> bits;
-	for (const Int offset : arrangement._offsets)
-		bits.push_back(offset * 8);
-	bits.push_back(pixelSize * 8);
-	return bits;
 }
 
 struct Side

@@ -85,6 +85,18 @@ const Row ROWS[] = {
 	{"abgr.u1555", "ABGR::U1555", 16, "abgrgroup"},
 	{"abgr.u4444", "ABGR::U4444", 16, "abgrgroup"},
 	{"rgb.rgbe", "RGB::RGBE", 32, "rgbgroup"},
+	{"cmyk.u8", "CMYK::U8", 32, "cmykgroup"},
+	{"cmyk.u16", "CMYK::U16", 64, "cmykgroup"},
+	{"cmyk.f32", "CMYK::F32", 128, "cmykgroup"},
+	{"acmyk.u8", "ACMYK::U8", 40, "acmykgroup"},
+	{"acmyk.u16", "ACMYK::U16", 80, "acmykgroup"},
+	{"acmyk.f32", "ACMYK::F32", 160, "acmykgroup"},
+	{"cmyk_inv.u8", "CMYK_INV::U8", 32, "cmyk_invgroup"},
+	{"cmyk_inv.u16", "CMYK_INV::U16", 64, "cmyk_invgroup"},
+	{"cmyk_inv.f32", "CMYK_INV::F32", 128, "cmyk_invgroup"},
+	{"acmyk_inv.u8", "ACMYK_INV::U8", 40, "acmyk_invgroup"},
+	{"acmyk_inv.u16", "ACMYK_INV::U16", 80, "acmyk_invgroup"},
+	{"acmyk_inv.f32", "ACMYK_INV::F32", 160, "acmyk_invgroup"},
 	{"yuv.i422a", "YUV::I422A", 16, "yuvgroup"},
 	{"yuv.i422b", "YUV::I422B", 16, "yuvgroup"},
 	{"indexed.u1bit", "Indexed::u1bit", 1, "indexedgroup"},
@@ -139,7 +151,7 @@ TEST(PixelFormatRegistration, WalkReachesEveryFormatOnce)
 	const auto found = WalkGroups();
 	constexpr std::size_t START_LISTS = 4;
 	EXPECT_EQ(found.size(), std::size(ROWS) + START_LISTS);
-	EXPECT_EQ(std::size(ROWS), 88u);
+	EXPECT_EQ(std::size(ROWS), 100u);
 	for (const Row& row : ROWS)
 	{
 		SCOPED_TRACE(row._name);

@@ -10,7 +10,8 @@ FORMAT = "net.torvi.image.pixelformat."
 # Members of each group of pixel formats that does not grow while a program runs.
 GROUP_SIZES = {
 	"rgbgroup": 11, "rgbagroup": 7, "argbgroup": 6, "rgbxgroup": 1, "xrgbgroup": 1, "bgrgroup": 6, "bgragroup": 4, "bgrxgroup": 1,
-	"abgrgroup": 4, "alphagroup": 5, "greygroup": 5, "agreygroup": 5, "greyagroup": 5, "yuvgroup": 2, "indexedgroup": 9,
+	"abgrgroup": 4, "alphagroup": 5, "greygroup": 5, "agreygroup": 5, "greyagroup": 5, "cmykgroup": 3, "acmykgroup": 3,
+	"cmyk_invgroup": 3, "acmyk_invgroup": 3, "yuvgroup": 2, "indexedgroup": 9,
 }
 DECLARED_DYNAMIC_FORMATS = 16
 
@@ -20,6 +21,8 @@ FORMATS = [
 	("bgrx.u8", "BGRX::U8", ["uchar#Blue", "uchar#Green", "uchar#Red", "uchar#Unused"], 32, "bgrxgroup"),
 	("rgba.f32", "RGBA::F32", ["float32#Red", "float32#Green", "float32#Blue", "float32#Alpha"], 128, "rgbagroup"),
 	("agrey.u16", "AGREY::U16", ["uint16#Alpha", "uint16#Grey"], 32, "agreygroup"),
+	("acmyk_inv.u16", "ACMYK_INV::U16",
+		["uint16#Alpha", "uint16#CMYK_iC", "uint16#CMYK_iM", "uint16#CMYK_iY", "uint16#CMYK_iK"], 80, "acmyk_invgroup"),
 	("rgb.rgbe", "RGB::RGBE", [], 32, "rgbgroup"),
 	("indexed.u4bit", "Indexed::u4bit", [], 4, "indexedgroup"),
 	("dynamic.redgreenf16", "Dynamic::RedGreenF16", ["float16#Red", "float16#Green"], 32, "dynamicgroup"),
