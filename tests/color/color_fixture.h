@@ -22,10 +22,22 @@ public:
 	Result<CString> AddIccDisplayProfile(const Url& iccProfile) override;
 	Result<CString> GetColorSpaceName(Int32 which) const override { return which == 0 ? "sRGB" : "linear"; }
 	Bool IsEqual(const ObjectInterface& other) const override;
+	Result<OcioProcessorRef> CreateConversionFunction(CString, CString, UInt32) const override { return NoProcessor(); }
+	Result<OcioProcessorRef> CreateConversionFunctionWithViewTransform(CString, CString, CString, UInt32) const override
+	{
+		return NoProcessor();
+	}
+	Result<OcioProcessorRef> CreateGpuProcessor(CString, CString, UInt32, UInt32) const override { return NoProcessor(); }
+	Result<OcioProcessorRef> CreateGpuProcessorWithViewTransform(CString, CString, CString, UInt32, UInt32) const override
+	{
+		return NoProcessor();
+	}
 
 	static Int s_loadCount;
 
 private:
+	static Result<OcioProcessorRef> NoProcessor() { return UnsupportedOperationError("No processors here."); }
+
 	Url _url;
 	String _displayName;
 };
