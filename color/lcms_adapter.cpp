@@ -28,10 +28,17 @@ void* Watched(void* memory) noexcept
 	return memory;
 }
 
+void* Refused() noexcept
+{
+	if (t_watch != nullptr)
+		t_watch->OnRefuse();
+	return nullptr;
+}
+
 /// Cleared, since lcms2 leaves the end of a text unset when it joins two units of UTF-16 to one character.
 void* Allocate(cmsContext, cmsUInt32Number size) noexcept
 {
-	return size <= MAXIMUM_ALLOCATION ? Watched(AllocClear(size)) : nullptr;
+	return size <= MAXIMUM_ALLOCATION ? Watched(AllocClear(size)) : Refused();
 }
 
 void Release(cmsContext, void* memory) noexcept
@@ -44,7 +51,7 @@ void Release(cmsContext, void* memory) noexcept
 void* Reallocate(cmsContext, void* memory, cmsUInt32Number size) noexcept
 {
 	if (size > MAXIMUM_ALLOCATION)
-		return nullptr;
+		return Refused();
 	void* const moved = Realloc(memory, size);
 	if (moved != nullptr && t_watch != nullptr)
 		t_watch->OnFree(memory);
@@ -54,7 +61,7 @@ void* Reallocate(cmsContext, void* memory, cmsUInt32Number size) noexcept
 void* AllocateArray(cmsContext, cmsUInt32Number count, cmsUInt32Number size) noexcept
 {
 	const UInt64 total = UInt64(count) * size;
-	return total <= MAXIMUM_ALLOCATION ? Watched(AllocClear(static_cast<Int>(total))) : nullptr;
+	return total <= MAXIMUM_ALLOCATION ? Watched(AllocClear(static_cast<Int>(total))) : Refused();
 }
 
 /// The caller sees the failing result of the call that logged; the text is of use under a debugger only.
@@ -78,11 +85,15 @@ void DestroyMutex(cmsContext, void*) noexcept {}
 cmsBool LockMutex(cmsContext, void* mutex) noexcept
 {
 	static_cast<std::recursive_mutex*>(mutex)->lock();
+	if (t_watch != nullptr)
+		t_watch->OnLock(mutex);
 	return TRUE;
 }
 
 void UnlockMutex(cmsContext, void* mutex) noexcept
 {
+	if (t_watch != nullptr)
+		t_watch->OnUnlock();
 	static_cast<std::recursive_mutex*>(mutex)->unlock();
 }
 
@@ -173,7 +184,7 @@ LcmsMemoryWatch::LcmsMemoryWatch() noexcept : _outer(std::exchange(t_watch, this
 LcmsMemoryWatch::~LcmsMemoryWatch()
 {
 	t_watch = _outer;
-	if (!_hasFailed)
+	if (!_hasFailed && !_hasEscaped)
 		return;
 	for (void* const block : Block<void*>(_blocks, _blockCount))
 		Release(nullptr, block);
@@ -185,6 +196,36 @@ void LcmsMemoryWatch::OnAllocate(void* memory) noexcept
 		watch->_hasFailed = true;
 	if (memory != nullptr && _blockCount < std::size(_blocks))
 		_blocks[_blockCount++] = memory;
+	if (memory == nullptr && _canEscape)
+		Escape();
+}
+
+void LcmsMemoryWatch::OnRefuse() noexcept
+{
+	if (_canEscape)
+		Escape();
+}
+
+void LcmsMemoryWatch::Escape() noexcept
+{
+	_canEscape = false;
+	_hasEscaped = true;
+	while (_lockCount > 0)
+		static_cast<std::recursive_mutex*>(_locks[--_lockCount])->unlock();
+	std::longjmp(_escape, 1); // NOLINT(cert-err52-cpp)
+}
+
+/// Locks are held one inside of the other.
+void LcmsMemoryWatch::OnLock(void* mutex) noexcept
+{
+	if (_lockCount < std::size(_locks))
+		_locks[_lockCount++] = mutex;
+}
+
+void LcmsMemoryWatch::OnUnlock() noexcept
+{
+	if (_lockCount > 0)
+		--_lockCount;
 }
 
 void LcmsMemoryWatch::OnFree(void* memory) noexcept
@@ -226,6 +267,28 @@ Result<Array<Byte>> ReadIccStream(const InputStreamRef& stream)
 		return error;
 	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	return bytes;
+}
+
+Result<IccTransform> CreateIccTransform(const IccTransformEnd& source, const IccTransformEnd& destination, cmsUInt32Number intent,
+										cmsUInt32Number flags)
+{
+	LcmsMemoryWatch watch;
+	void* handle = nullptr;
+	const auto link = [&]()
+	{
+		const cmsHPROFILE from = OpenIccProfile(source._profile).release();
+		const cmsHPROFILE to = OpenIccProfile(destination._profile).release();
+		if (from != nullptr && to != nullptr)
+			handle = cmsCreateTransform(from, source._format, to, destination._format, intent, flags);
+		if (from != nullptr)
+			cmsCloseProfile(from);
+		if (to != nullptr)
+			cmsCloseProfile(to);
+	};
+	const Bool isComplete = watch.RunUntilFailure(link);
+	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
+	TORVI_CHECK(isComplete && handle != nullptr, IllegalStateError("cmsCreateTransform failed"));
+	return IccTransform(handle);
 }
 
 String ReadIccText(const IccProfile& profile, cmsInfoType type)

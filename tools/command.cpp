@@ -82,8 +82,6 @@ Result<ColorProfile> ParseProfile(const std::string& name)
 {
 	if (name == "none")
 		return ColorProfile();
-	TORVI_CHECK(FindDeclared<ColorConversionStageInterface>(ids::INTERFACE_COLORCONVERSIONSTAGE),
-				UnsupportedOperationError("This build converts no colours: the profile @ cannot be used.", name));
 	const std::string id = name.starts_with(PROFILE_PREFIX) ? name : ToStd(PROFILE_PREFIX) + (name == "linear" ? "linear_rgb" : name);
 	ColorProfile profile = GetBuiltInColorProfile(TORVI_TRY(InternId(id)));
 	return profile.IsEmpty() ? ColorProfile::OpenProfileFromFile(TORVI_TRY(Url::FromSystemPath(name))) : Result<ColorProfile>(profile);

@@ -36,8 +36,7 @@ int Report(const std::string& file, const Result<void>& result);
 /// A published format by its id or the id's last part, or a dynamic format by its channels: "rgba.u8", "{uchar#Red,uint16#Green}".
 Result<PixelFormat> ParsePixelFormat(const std::string& name);
 
-/// The null profile for "none", a built-in profile for "srgb", "linear" and the ids, else an ICC file. An error if this build converts no
-/// colours and the profile is not null.
+/// The null profile for "none", a built-in profile for "srgb", "linear" and the ids, else an ICC file.
 Result<ColorProfile> ParseProfile(const std::string& name);
 
 /// The part of an id behind `prefix`; the whole id if it does not start so.

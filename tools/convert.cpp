@@ -3,6 +3,7 @@
 #include "tools/files.h"
 #include "tools/picture.h"
 #include "tools/watch.h"
+#include "torvi/gfx_image_colorprofile_convert.h"
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_fileformats.h"
 
@@ -19,13 +20,14 @@ namespace
 {
 
 constexpr std::string_view KEY_PREFIX = "net.torvi.mediasession.";
+constexpr std::string_view KEEP_PROFILE = "keep";
 
 struct ConvertOptions
 {
 	std::vector<std::string> _names; ///< IN OUT, or IN... with --into
 	std::string _suffix;             ///< empty: that of OUT
 	std::string _folder;             ///< empty: IN OUT
-	std::string _profile = "keep";
+	std::string _profile = ToStd(KEEP_PROFILE);
 	std::vector<std::string> _settings;
 	PictureChoice _choice;
 	int _jobs = 1;
@@ -86,12 +88,45 @@ Result<void> AddSetting(DataDictionary& settings, const Id& exporter, const std:
 	return settings.SetData(key, TORVI_TRY(ParseSetting(exporter, key, assignment.substr(mark + 1))));
 }
 
-/// A texture of one image with the pixels of a part of a picture, and what the picture says about them.
-Result<ImageTextureRef> TakePart(const ImageBaseRef& picture, const PicturePart& part)
+/// The format for the pixels of a picture in another profile: of the profile's model, in at least the depth that the picture has.
+Result<PixelFormat> FormatInProfile(const PixelFormat& format, const ColorProfile& profile, Bool hasAlpha)
 {
-	const PixelFormat format = part._image->GetPixelFormat();
+	struct Model
+	{
+		Id _colorSpace;
+		std::string_view _name;
+		std::string_view _nameWithAlpha;
+	};
+	constexpr Model MODELS[] = {
+		{ids::COLORSPACE_RGB, "rgb", "rgba"}, {ids::COLORSPACE_GREY, "grey", "greya"}, {ids::COLORSPACE_CMYK, "cmyk", "acmyk"}};
+	const auto conversions = FindDeclared<ColorProfileConvertStaticInterface>(ids::INTERFACE_COLORPROFILECONVERT);
+	TORVI_CHECK(conversions, UnsupportedOperationError("The module converts no colours."));
+	const PixelFormat native = TORVI_TRY(conversions->GetNearestNativeFormat(format));
+	const BITS channelBits = native->GetChannels().front()->GetChannelBits();
+	for (const Model& model : MODELS)
+	{
+		const auto colorSpace = FindDeclared<ColorSpaceInterface>(model._colorSpace);
+		if (!colorSpace || profile.GetColorSpace() != colorSpace)
+			continue;
+		const std::string_view depth = channelBits == 8 ? ".u8" : channelBits == 16 ? ".u16" : ".f32";
+		return ParsePixelFormat(ToStd(hasAlpha ? model._nameWithAlpha : model._name) + ToStd(depth));
+	}
+	return IllegalArgumentError("Pictures can not be converted to the profile @.", profile);
+}
+
+/// A texture of one image with the pixels of a part of a picture, and what the picture says about them. With a profile, the colours are
+/// those of that profile, and the first alpha channel becomes the picture's own alpha.
+Result<ImageTextureRef> TakePart(const ImageTextureRef& source, const PicturePart& part, const ColorProfile& profile)
+{
+	const ImageBaseRef picture = TORVI_TRY(GetFirstImage(source));
+	PixelFormat format = part._image->GetPixelFormat();
 	TORVI_CHECK(format, IllegalStateError("The picture has no pixel format."));
-	const PictureReader reader = TORVI_TRY(PictureReader::Open(part, format, ColorProfile(), PictureReader::Alpha::NONE));
+	const Bool isWhole = !profile.IsEmpty() && part._isWhole;
+	const Bool hasAlpha = format->HasAlpha() || (isWhole && FindAlphaOf(*part._image));
+	if (!profile.IsEmpty())
+		format = TORVI_TRY(FormatInProfile(format, profile, hasAlpha));
+	const auto alpha = isWhole ? PictureReader::Alpha::FIRST : PictureReader::Alpha::NONE;
+	const PictureReader reader = TORVI_TRY(PictureReader::Open(part, format, profile, alpha));
 	const auto texture = TORVI_TRY(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
 	const auto copy = TORVI_TRY(CreateObject<ImageInterface>(ids::IMAGECLASS_IMAGE));
 	const ClassRef storage = TORVI_TRY(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NORMAL));
@@ -101,6 +136,10 @@ Result<ImageTextureRef> TakePart(const ImageBaseRef& picture, const PicturePart&
 		if (Result<Data> value = picture->GetData(key); value.IsOk())
 			TORVI_TRY(copy->SetData(key, value.TakeValue()));
 	}
+	if (!profile.IsEmpty())
+		TORVI_TRY(copy->Set<ColorProfile>(ids::IMAGE_COLORPROFILE, profile));
+	if (Result<Data> value = source->GetData(ids::IMAGE_FILEFORMAT); value.IsOk())
+		TORVI_TRY(texture->SetData(ids::IMAGE_FILEFORMAT, value.TakeValue()));
 	TORVI_TRY(texture->AddChildren(IMAGEHIERARCHY::IMAGE, copy, ImageBaseRef()));
 	SetPixelHandlerStruct writer =
 		TORVI_TRY(copy->SetPixelHandler(format, format->GetChannelOffsets(), ColorProfile(), SETPIXELHANDLERFLAGS::NONE));
@@ -117,11 +156,11 @@ Result<ImageTextureRef> TakePart(const ImageBaseRef& picture, const PicturePart&
 
 Result<ImageTextureRef> LoadWanted(const ConvertOptions& options, const std::string& in)
 {
+	const ColorProfile profile = options._profile == KEEP_PROFILE ? ColorProfile() : TORVI_TRY(ParseProfile(options._profile));
 	ImageTextureRef texture = TORVI_TRY(LoadPicture(TORVI_TRY(OpenInput(in)), in, options._choice));
-	if (!ChoosesPart(options._choice))
+	if (!ChoosesPart(options._choice) && profile.IsEmpty())
 		return texture;
-	const ImageBaseRef picture = TORVI_TRY(GetFirstImage(texture));
-	return TakePart(picture, TORVI_TRY(FindPart(picture, options._choice)));
+	return TakePart(texture, TORVI_TRY(FindPart(TORVI_TRY(GetFirstImage(texture)), options._choice)), profile);
 }
 
 std::string SuffixOf(const std::string& name)
@@ -141,8 +180,6 @@ Result<void> ApplySettings(const ConvertOptions& options, const Id& exporter, Im
 Result<void> ConvertFile(const ConvertOptions& options, const std::string& in, const std::string& out)
 {
 	TORVI_TRY(CheckInterrupt());
-	TORVI_CHECK(options._profile == "keep",
-				UnsupportedOperationError("This build converts no colours: only --profile keep can be used, not @.", options._profile));
 	const std::string suffix = options._suffix.empty() ? SuffixOf(out) : options._suffix;
 	const Bool isAsSource = suffix.empty() && out == "-";
 	MediaOutputUrlRef exporter = isAsSource ? MediaOutputUrlRef() : TORVI_TRY(CreateExporter(suffix));

@@ -2,6 +2,7 @@
 #include "tools/picture.h"
 
 #include "tools/watch.h"
+#include "torvi/gfx_image_colorprofile_convert.h"
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_fileformats.h"
 
@@ -145,17 +146,22 @@ Result<ImageBaseRef> FindAlphaChannel(const ImageBaseInterface& picture, const s
 	return IllegalArgumentError("There is no alpha channel @.", wanted);
 }
 
-/// The first alpha channel of the picture's size, if the picture has no alpha of its own.
-ImageBaseRef FindAlphaOf(const ImageBaseInterface& picture)
+/// Whether pixels of an image become those of a profile when they are read. The lookup goes on without colour management where the
+/// profiles cannot be converted; here that is an error. Masks and alpha channels have no profile.
+Result<GETPIXELHANDLERFLAGS> CheckProfile(const ImageBaseInterface& image, const PixelFormat& format, const ColorProfile& profile)
 {
-	if (const PixelFormat own = picture.GetPixelFormat(); own && own->HasAlpha())
-		return {};
-	for (ImageBaseRef& alpha : GetImageChildren(picture, IMAGEHIERARCHY::ALPHA))
+	const ColorProfile own = image.GetOr<ColorProfile>(ids::IMAGE_COLORPROFILE, {});
+	const PixelFormat ownFormat = image.GetPixelFormat();
+	if (profile.IsEmpty() || own.IsEmpty() || !ownFormat)
+		return GETPIXELHANDLERFLAGS::NONE;
+	if (own != profile)
 	{
-		if (alpha->GetWidth() == picture.GetWidth() && alpha->GetHeight() == picture.GetHeight())
-			return std::move(alpha);
+		const auto conversions = FindDeclared<ColorProfileConvertStaticInterface>(ids::INTERFACE_COLORPROFILECONVERT);
+		TORVI_CHECK(conversions, UnsupportedOperationError("The module converts no colours."));
+		TORVI_TRY(conversions->Init(ownFormat, own, format, profile, COLORCONVERSIONINTENT::PERCEPTUAL,
+									ColorProfileConvertStaticInterface::BLACK_POINT_COMPENSATION));
 	}
-	return {};
+	return GETPIXELHANDLERFLAGS::FORCECOLORPROFILECONVERSION;
 }
 
 } // namespace
@@ -225,6 +231,18 @@ Result<PicturePart> FindPart(const ImageBaseRef& picture, const PictureChoice& c
 	return part;
 }
 
+ImageBaseRef FindAlphaOf(const ImageBaseInterface& picture)
+{
+	if (const PixelFormat own = picture.GetPixelFormat(); own && own->HasAlpha())
+		return {};
+	for (ImageBaseRef& alpha : GetImageChildren(picture, IMAGEHIERARCHY::ALPHA))
+	{
+		if (alpha->GetWidth() == picture.GetWidth() && alpha->GetHeight() == picture.GetHeight())
+			return std::move(alpha);
+	}
+	return {};
+}
+
 Result<ImageBaseRef> GetFirstImage(const ImageTextureRef& texture)
 {
 	ImageBaseRef image = Cast<ImageBaseInterface>(texture->GetFirstChild(static_cast<Int32>(IMAGEHIERARCHY::IMAGE)));
@@ -259,8 +277,8 @@ Result<PictureReader> PictureReader::Open(const PicturePart& part, const PixelFo
 		return reader;
 	}
 	const LayerSet* layers = part._layers.GetSelectedLayers().empty() ? nullptr : &part._layers;
-	reader._pixels =
-		TORVI_TRY(part._image->GetPixelHandler(format, format->GetChannelOffsets(), profile, GETPIXELHANDLERFLAGS::NONE, layers));
+	const GETPIXELHANDLERFLAGS flags = TORVI_TRY(CheckProfile(*part._image, format, profile));
+	reader._pixels = TORVI_TRY(part._image->GetPixelHandler(format, format->GetChannelOffsets(), profile, flags, layers));
 	if (channel)
 		TORVI_TRY(reader.OpenAlpha(*channel));
 	return reader;

@@ -42,6 +42,9 @@ struct PicturePart
 Result<PicturePart> FindPart(const ImageBaseRef& picture, const PictureChoice& choice);
 Bool ChoosesPart(const PictureChoice& choice);
 
+/// The first alpha channel of the picture's size, if the picture has no alpha of its own.
+ImageBaseRef FindAlphaOf(const ImageBaseInterface& picture);
+
 /// The first image of a texture.
 Result<ImageBaseRef> GetFirstImage(const ImageTextureRef& texture);
 
@@ -59,6 +62,7 @@ public:
 		NONE
 	};
 
+	/// Colours become those of `profile`, if it is not empty and the part has colours; an error where that cannot be.
 	static Result<PictureReader> Open(const PicturePart& part, const PixelFormat& format, const ColorProfile& profile, Alpha alpha);
 	Int GetWidth() const { return _width; }
 	Int GetHeight() const { return _height; }

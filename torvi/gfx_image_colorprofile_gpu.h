@@ -9,7 +9,7 @@ namespace torvi
 /// What a handler is made for.
 struct ColorProfileGpuSetup
 {
-	UInt32 _flags = 0; ///< bit 0: the profiles change sides
+	UInt32 _flags = 0; ///< bit 0: the profiles have changed sides; source and destination are those of the conversion as it runs
 	ColorProfile _srcProfile;
 	ColorProfile _dstProfile;
 };
@@ -43,8 +43,19 @@ public:
 
 using ColorProfileGpuRef = Ref<ColorProfileGpuInterface>;
 
+/// Static: declared under ids::INTERFACE_LEGACYGPUPROCESSOR. Makes handlers for conversions that no OCIO configuration does.
+class TORVI_EXPORT ColorProfileLegacyProcessorInterface : public virtual ObjectInterface
+{
+public:
+	/// An object of the host's class ids::CLASS_LEGACYGPUHANDLER, initialised with the first word of flags and the profiles. Its error, or
+	/// NullptrError where the host has no such class.
+	virtual Result<ColorProfileGpuRef> CreateHandler(const ColorProfile& srcProfile, const ColorProfile& dstProfile, UInt32 flags1,
+													 UInt32 flags2) = 0;
+};
+
 namespace ids
 {
+inline constexpr Id INTERFACE_LEGACYGPUPROCESSOR = "net.torvi.image.interface.legacygpuprocessor";
 inline constexpr Id INTERFACE_COLORPROFILEGPU = "net.torvi.image.interface.colorprofilegpu";
 inline constexpr Id REGISTRY_COLORPROFILEGPU = "net.torvi.image.registry.colorprofilegpu";
 inline constexpr Id INTERFACE_COLORPROFILEGPUSHADERGENERATOR = "net.torvi.image.interface.colorprofilegpu.shadergenertator";

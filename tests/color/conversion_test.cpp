@@ -1,0 +1,473 @@
+// Conversions between profiles, against lcms2 called directly and against literal values.
+#include "color/native_formats.h"
+#include "tests/color/color_fixture.h"
+#include "tests/support/allocation_failure.h"
+#include "torvi/ids_formats.h"
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <random>
+
+namespace torvi::test
+{
+
+namespace
+{
+
+struct NativeRow
+{
+	const char* _name;
+	cmsUInt32Number _word;
+};
+
+// As lcms2 names them, where it does; the rest in its own layout words.
+constexpr NativeRow NATIVE_ROWS[] = {
+	{"rgb.u8", TYPE_RGB_8},
+	{"rgb.u16", TYPE_RGB_16},
+	{"rgb.f32", TYPE_RGB_FLT},
+	{"rgb.f64", TYPE_RGB_DBL},
+	{"bgr.u8", TYPE_BGR_8},
+	{"bgr.u16", TYPE_BGR_16},
+	{"bgr.f32", TYPE_BGR_FLT},
+	{"rgba.u8", TYPE_RGBA_8},
+	{"rgba.u16", TYPE_RGBA_16},
+	{"rgba.f32", TYPE_RGBA_FLT},
+	{"rgba.f64", TYPE_RGB_DBL | EXTRA_SH(1)},
+	{"argb.u8", TYPE_ARGB_8},
+	{"argb.u16", TYPE_ARGB_16},
+	{"argb.f32", TYPE_ARGB_FLT},
+	{"argb.f64", TYPE_RGB_DBL | EXTRA_SH(1) | SWAPFIRST_SH(1)},
+	{"bgra.u8", TYPE_BGRA_8},
+	{"grey.u8", TYPE_GRAY_8},
+	{"grey.u16", TYPE_GRAY_16},
+	{"grey.f32", TYPE_GRAY_FLT},
+	{"grey.f64", TYPE_GRAY_DBL},
+	{"agrey.u8", TYPE_GRAYA_8 | SWAPFIRST_SH(1)},
+	{"agrey.u16", TYPE_GRAYA_16 | SWAPFIRST_SH(1)},
+	{"agrey.f32", TYPE_GRAY_FLT | EXTRA_SH(1) | SWAPFIRST_SH(1)},
+	{"agrey.f64", TYPE_GRAY_DBL | EXTRA_SH(1) | SWAPFIRST_SH(1)},
+	{"greya.u8", TYPE_GRAYA_8},
+	{"greya.u16", TYPE_GRAYA_16},
+	{"greya.f32", TYPE_GRAY_FLT | EXTRA_SH(1)},
+	{"greya.f64", TYPE_GRAY_DBL | EXTRA_SH(1)},
+	{"cmyk.u8", TYPE_CMYK_8},
+	{"cmyk.u16", TYPE_CMYK_16},
+	{"cmyk.f32", TYPE_CMYK_FLT},
+	{"acmyk.u8", TYPE_CMYKA_8 | SWAPFIRST_SH(1)},
+	{"acmyk.u16", TYPE_CMYK_16 | EXTRA_SH(1) | SWAPFIRST_SH(1)},
+	{"acmyk.f32", TYPE_CMYK_FLT | EXTRA_SH(1) | SWAPFIRST_SH(1)},
+};
+
+using Transform = std::unique_ptr<void, decltype(&cmsDeleteTransform)>;
+
+Transform MakeDirect(const ColorProfile& from, cmsUInt32Number fromWord, const ColorProfile& to, cmsUInt32Number toWord,
+					 cmsUInt32Number intent = INTENT_PERCEPTUAL, cmsUInt32Number flags = 0)
+{
+	const IccProfile source = OpenIccProfile(TORVI_MUST(from.WriteProfileToMemory()));
+	const IccProfile destination = OpenIccProfile(TORVI_MUST(to.WriteProfileToMemory()));
+	return {cmsCreateTransform(source.get(), fromWord, destination.get(), toWord, intent, flags), &cmsDeleteTransform};
+}
+
+/// Noise in the data type that a word tells; floats in 0 to 1.
+std::vector<Byte> MakeNoise(cmsUInt32Number word, Int pixels)
+{
+	std::mt19937 random(7);
+	const Int channels = static_cast<Int>(T_CHANNELS(word) + T_EXTRA(word));
+	const Int size = T_BYTES(word) == 0 ? 8 : static_cast<Int>(T_BYTES(word));
+	std::vector<Byte> bytes(static_cast<std::size_t>(pixels * channels * size));
+	for (Int i = 0; i < pixels * channels; ++i)
+	{
+		const double value = static_cast<double>(random()) / 4294967296.0;
+		const Float32 single = static_cast<Float32>(value);
+		const auto whole = static_cast<UInt16>(value * 65536.0);
+		const void* const from = size == 8 ? static_cast<const void*>(&value) : size == 4 ? static_cast<const void*>(&single) : &whole;
+		std::memcpy(bytes.data() + i * size, from, static_cast<std::size_t>(size));
+	}
+	return bytes;
+}
+
+TEST_F(ConversionTest, NativeFormatsAreThoseOfLcms)
+{
+	for (const NativeRow& row : NATIVE_ROWS)
+	{
+		const PixelFormat format = FormatOf(row._name);
+		EXPECT_EQ(GetLcmsFormat(format).ValueOr(0u), row._word) << row._name;
+		EXPECT_EQ(TORVI_MUST(GetConversions()->GetNearestNativeFormat(format)), format);
+	}
+	EXPECT_EQ(TextOf(GetLcmsFormat(FormatOf("abgr.u8")).GetError()),
+			  "net.torvi.error.illegalstate: Unsupported color conversion pixel format " + std::string(FormatOf("abgr.u8")->ToString()) +
+				  ".");
+}
+
+TEST_F(ConversionTest, NearestNativeFormats)
+{
+	constexpr std::pair<const char*, const char*> CASES[] = {
+		{"abgr.u8", "argb.u8"},     {"bgra.u16", "argb.u16"},       {"rgbx.u8", "rgb.u8"},        {"rgba.f16", "argb.f32"},
+		{"rgb.f16", "rgb.f32"},     {"rgb.u32", "rgb.f32"},         {"grey.f16", "grey.f32"},     {"agrey.f16", "agrey.f32"},
+		{"rgb.rgbe", "rgb.f32"},    {"rgb.u565", "rgb.u16"},        {"argb.u1555", "argb.u16"},   {"yuv.i422a", "rgb.u8"},
+		{"cmyk_inv.u8", "cmyk.u8"}, {"acmyk_inv.f32", "acmyk.f32"}, {"indexed.u4bit", "argb.u8"}, {"indexed.u16bit", "argb.u16"},
+	};
+	for (const auto& [name, nearest] : CASES)
+	{
+		const Result<PixelFormat> found = GetConversions()->GetNearestNativeFormat(FormatOf(name));
+		EXPECT_EQ(found.IsOk() ? found.GetValue() : PixelFormat(), FormatOf(nearest)) << name;
+	}
+	const ImageChannel inks[] = {GetImageChannel(CHANNELTYPE::CMYK_C, GetDataType<Float64>())};
+	const PixelFormat large = TORVI_MUST(FindOrCreatePixelFormat(inks));
+	for (const PixelFormat& format : {large, FormatOf("alpha.u8")})
+		EXPECT_EQ(TextOf(GetConversions()->GetNearestNativeFormat(format).GetError()),
+				  "net.torvi.error.illegalargument: No compatible color profile conversion pixel format found for: " +
+					  std::string(format->ToString()) + ".");
+}
+
+/// All native formats to and from one, packed and by chunks: colours are those of lcms2, alpha is that of a plain conversion.
+TEST_F(ConversionTest, ColoursAreThoseOfLcms)
+{
+	constexpr Int COUNT = 131;
+	const ColorProfile cmyk = MakeCmykProfile(), grey = GetBuiltInColorProfile(ids::COLORPROFILE_SGREY);
+	for (const NativeRow& row : NATIVE_ROWS)
+	{
+		if (IsInkInFloats(row._word))
+			continue;
+		const ColorProfile& profile = T_COLORSPACE(row._word) == PT_GRAY ? grey : T_COLORSPACE(row._word) == PT_CMYK ? cmyk : _wide;
+		const PixelFormat format = FormatOf(row._name), rgb = FormatOf("rgb.u16");
+		const std::vector<Byte> there = MakeNoise(row._word, COUNT), back = MakeNoise(TYPE_RGB_16, COUNT);
+		std::vector<Byte> wanted(COUNT * 6);
+		cmsDoTransform(MakeDirect(profile, row._word, _srgb, TYPE_RGB_16).get(), there.data(), wanted.data(), COUNT);
+		EXPECT_EQ(ConvertPacked(MakeConversion(row._name, profile, "rgb.u16", _srgb), there, format, rgb), wanted) << row._name;
+
+		const Int size = format->GetBitsPerPixel() / 8;
+		std::vector<Byte> expected(static_cast<std::size_t>(COUNT * size));
+		if (format->HasAlpha())
+		{
+			const AlphaPixelFormat alpha = TORVI_MUST(format->GetAlphaPixelFormat());
+			const Byte full = 255;
+			ASSERT_TRUE(alpha._format
+							->ConvertPixelFromSlow(PixelBuffer(expected.data() + alpha._byteOffset, size * 8, nullptr, alpha._format),
+												   COUNT, PixelBuffer(&full, 0, nullptr, FormatOf("alpha.u8")), nullptr, nullptr, false, 0)
+							.IsOk());
+		}
+		cmsDoTransform(MakeDirect(_srgb, TYPE_RGB_16, profile, row._word).get(), back.data(), expected.data(), COUNT);
+		const ColorProfileConvert conversion = MakeConversion("rgb.u16", _srgb, row._name, profile);
+		EXPECT_EQ(ConvertPacked(conversion, back, rgb, format), expected) << row._name;
+
+		// With gaps, one constant source pixel, and backwards.
+		for (const BITS stride : {BITS(64), BITS(0), BITS(-48)})
+		{
+			std::vector<Byte> spread(COUNT * 8), out(static_cast<std::size_t>(COUNT * (size + 3)), 0xA5);
+			Byte* const first = spread.data() + (stride < 0 ? (COUNT - 1) * 6 : 0);
+			for (Int i = 0; i < COUNT; ++i)
+				std::memcpy(first + i * stride / 8, back.data() + (stride == 0 ? 0 : i * 6), 6);
+			ASSERT_TRUE(conversion->Convert(PixelBuffer(first, stride), PixelBuffer(out.data(), (size + 3) * 8), COUNT).IsOk());
+			for (Int i = 0; i < COUNT; ++i)
+			{
+				const Int pixel = stride == 0 ? 0 : i;
+				ASSERT_TRUE(std::equal(&expected[static_cast<std::size_t>(pixel * size)],
+									   &expected[static_cast<std::size_t>(pixel * size)] + size,
+									   &out[static_cast<std::size_t>(i * (size + 3))]))
+					<< row._name << " " << stride << " " << i;
+				ASSERT_EQ(out[static_cast<std::size_t>(i * (size + 3) + size + 2)], 0xA5);
+			}
+		}
+	}
+}
+
+TEST_F(ConversionTest, AlphaMovesWithThePixels)
+{
+	struct Case
+	{
+		const char* _source;
+		const char* _destination;
+		std::vector<Byte> _pixel;
+		std::vector<Byte> _alpha; ///< of the result
+		std::size_t _offset;
+	};
+	const Case cases[] = {
+		{"rgb.u8", "rgba.u16", {1, 2, 3}, {0xFF, 0xFF}, 6},
+		{"rgba.u8", "argb.u8", {1, 2, 3, 77}, {77}, 0},
+		{"rgba.u16", "bgra.u8", {1, 2, 3, 4, 5, 6, 7, 0x80}, {0x80}, 3},
+		{"bgra.u8", "abgr.u8", {1, 2, 3, 99}, {99}, 0},
+		{"rgba.u8", "rgba.f16", {1, 2, 3, 255}, {0x00, 0x3C}, 6},
+		{"rgb.u8", "rgba.f32", {1, 2, 3}, BytesOfValues<Float32>({1.0f}), 12},
+		{"argb.u4444", "rgba.u8", BytesOfValues<UInt16>({0x8123}), {0x88}, 3},
+		{"rgba.u8", "argb.u4444", {255, 255, 255, 0x90}, {}, 0},
+	};
+	for (const Case& test : cases)
+	{
+		const ColorProfileConvert conversion = MakeConversion(test._source, _wide, test._destination, _srgb);
+		ASSERT_TRUE(conversion) << test._source;
+		const std::vector<Byte> out = ConvertPacked(conversion, test._pixel, FormatOf(test._source), FormatOf(test._destination));
+		EXPECT_TRUE(std::equal(test._alpha.begin(), test._alpha.end(), out.begin() + static_cast<std::ptrdiff_t>(test._offset)))
+			<< test._source << " to " << test._destination << ": " << int(out[test._offset]);
+		EXPECT_TRUE(!test._alpha.empty() || out[1] >> 4 == 9) << "four bits of alpha";
+	}
+	const std::vector<Byte> dropped = ConvertPacked(MakeConversion("rgba.u16", _srgb, "rgb.u8", _wide), std::vector<Byte>(8, 0xFF),
+													FormatOf("rgba.u16"), FormatOf("rgb.u8"));
+	EXPECT_EQ(dropped, std::vector<Byte>(3, 255));
+}
+
+/// Source and destination may be the same run, also where alpha and colours change places.
+TEST_F(ConversionTest, InPlaceGivesTheSame)
+{
+	constexpr Int COUNT = 200;
+	for (const auto& [source, destination] :
+		 {std::pair("rgba.u8", "rgba.u8"), std::pair("rgba.u8", "argb.u8"), std::pair("bgra.u8", "abgr.u8"), std::pair("rgb.u8", "bgr.u8"),
+		  std::pair("argb.u4444", "rgb.u565")})
+	{
+		const PixelFormat from = FormatOf(source), to = FormatOf(destination);
+		const ColorProfileConvert conversion = MakeConversion(source, _wide, destination, _srgb);
+		std::vector<Byte> pixels(static_cast<std::size_t>(from->GetBytesPerLine(COUNT, 1)));
+		std::mt19937 random(3);
+		std::generate(pixels.begin(), pixels.end(), [&]() { return static_cast<Byte>(random() >> 24); });
+		const std::vector<Byte> wanted = ConvertPacked(conversion, pixels, from, to);
+		const PixelBuffer run(pixels.data(), from->GetBitsPerPixel());
+		ASSERT_TRUE(conversion->Convert(run, run, COUNT).IsOk());
+		EXPECT_EQ(pixels, wanted) << source << " to " << destination;
+	}
+}
+
+TEST_F(ConversionTest, IntentsAndFlags)
+{
+	const ColorProfile cmyk = MakeCmykProfile();
+	const std::vector<Byte> pixels = MakeNoise(TYPE_RGB_8, 50);
+	const auto convert = [&](UInt32 intent, UInt32 flags)
+	{
+		return ConvertPacked(TORVI_MUST(GetConversions()->Init(FormatOf("rgb.u8"), _wide, FormatOf("cmyk.u8"), cmyk,
+															   static_cast<COLORCONVERSIONINTENT>(intent), flags)),
+							 pixels, FormatOf("rgb.u8"), FormatOf("cmyk.u8"));
+	};
+	constexpr cmsUInt32Number LCMS_INTENTS[] = {INTENT_PERCEPTUAL, INTENT_RELATIVE_COLORIMETRIC, INTENT_SATURATION,
+												INTENT_RELATIVE_COLORIMETRIC};
+	for (UInt32 intent = 0; intent < 4; ++intent)
+	{
+		for (const UInt32 flags : {0u, 1u})
+		{
+			std::vector<Byte> wanted(50 * 4);
+			cmsDoTransform(MakeDirect(_wide, TYPE_RGB_8, cmyk, TYPE_CMYK_8, LCMS_INTENTS[intent], flags != 0 ? 0x2000 : 0).get(),
+						   pixels.data(), wanted.data(), 50);
+			EXPECT_EQ(convert(intent, flags), wanted) << intent << " " << flags;
+		}
+	}
+	constexpr auto BAD = static_cast<COLORCONVERSIONINTENT>(4);
+	EXPECT_EQ(FailureOf("rgb.u8", _wide, "rgb.u8", _srgb, BAD), "net.torvi.error.illegalargument: Illegal COLORCONVERSIONINTENT");
+	EXPECT_EQ(FailureOf("rgb.f32", _linear, "rgb.f32", _srgb, BAD), ": ") << "the curves do not look at it";
+
+	// Reversed, the source is of the destination's profile.
+	std::vector<Byte> wanted(50 * 3);
+	cmsDoTransform(MakeDirect(_srgb, TYPE_RGB_8, _wide, TYPE_RGB_8).get(), pixels.data(), wanted.data(), 50);
+	EXPECT_EQ(ConvertPacked(MakeConversion("rgb.u8", _wide, "rgb.u8", _srgb, 2), pixels, FormatOf("rgb.u8"), FormatOf("rgb.u8")), wanted);
+}
+
+TEST_F(ConversionTest, CurvesTakeFloatPairsOnly)
+{
+	const auto convert = [&](const char* source, const ColorProfile& from, const char* destination, const ColorProfile& to, UInt32 flags,
+							 std::initializer_list<Float32> values)
+	{
+		const std::vector<Byte> bytes = ConvertPacked(MakeConversion(source, from, destination, to, flags), BytesOfValues(values),
+													  FormatOf(source), FormatOf(destination));
+		std::vector<Float32> results(bytes.size() / sizeof(Float32));
+		std::memcpy(results.data(), bytes.data(), bytes.size());
+		return results;
+	};
+	const Float32 half = std::pow((0.5f + 0.055f) * 0.9478673f, 2.4f);
+	const std::vector<Float32> toLinear = {0.04045f * 0.07739938f, -0.5f, half};
+	EXPECT_EQ(convert("rgb.f32", _srgb, "rgb.f32", _linear, 0, {0.04045f, -0.5f, 0.5f}), toLinear);
+	EXPECT_EQ(convert("rgb.f32", _linear, "rgb.f32", _srgb, 2, {0.04045f, -0.5f, 0.5f}), toLinear) << "reversed";
+	const Float32 encoded = 1.055f * std::pow(0.5f, 0.41666666f) - 0.055f;
+	EXPECT_EQ(convert("rgba.f32", _linear, "rgba.f32", _srgb, 0, {0.5f, 0.0f, -2.0f, 0.3f}),
+			  (std::vector<Float32>{encoded, 0.0f, -2.0f, 0.3f}));
+	const std::vector<Float32> mixed = convert("rgb.f32", _linear, "rgba.f32", _srgb, 0, {0.5f, 0.5f, 0.5f});
+	EXPECT_NEAR(mixed[0], encoded, 1e-4) << "other pairs go through lcms2";
+	EXPECT_EQ(mixed[3], 1.0f);
+}
+
+/// lcms2 has inks of floats in percent.
+TEST_F(ConversionTest, InksInFloatsAreScaled)
+{
+	const ColorProfile cmyk = MakeCmykProfile();
+	const std::vector<Byte> colours = MakeNoise(TYPE_RGB_FLT, 100);
+	std::vector<Float32> percent(400);
+	cmsDoTransform(MakeDirect(_wide, TYPE_RGB_FLT, cmyk, TYPE_CMYK_FLT).get(), colours.data(), percent.data(), 100);
+	const std::vector<Byte> inks =
+		ConvertPacked(MakeConversion("rgb.f32", _wide, "cmyk.f32", cmyk), colours, FormatOf("rgb.f32"), FormatOf("cmyk.f32"));
+	for (std::size_t i = 0; i < percent.size(); ++i)
+	{
+		Float32 ink = 0;
+		std::memcpy(&ink, inks.data() + i * 4, 4);
+		ASSERT_EQ(ink, percent[i] / 100.0f) << i;
+	}
+	const std::vector<Byte> withAlpha = BytesOfValues({0.25f, 0.2f, 0.4f, 0.6f, 0.0f});
+	const std::vector<Byte> back =
+		ConvertPacked(MakeConversion("acmyk.f32", cmyk, "rgba.u8", _srgb), withAlpha, FormatOf("acmyk.f32"), FormatOf("rgba.u8"));
+	const std::vector<Byte> fromBytes =
+		ConvertPacked(MakeConversion("cmyk.u8", cmyk, "rgb.u8", _srgb), {51, 102, 153, 0}, FormatOf("cmyk.u8"), FormatOf("rgb.u8"));
+	for (std::size_t i = 0; i < 3; ++i)
+		EXPECT_NEAR(back[i], fromBytes[i], 1);
+	EXPECT_EQ(back[3], 64);
+}
+
+TEST_F(ConversionTest, OneObjectForOneQuestionAndFailuresAreRemembered)
+{
+	const ColorProfileConvert first = MakeConversion("rgb.u8", _wide, "rgb.u8", _srgb);
+	EXPECT_EQ(first, MakeConversion("rgb.u8", _wide, "rgb.u8", _srgb));
+	EXPECT_FALSE(first == MakeConversion("rgb.u8", _wide, "rgb.u8", _srgb, 1));
+	EXPECT_FALSE(first == MakeConversion("rgb.u8", _srgb, "rgb.u8", _wide));
+	EXPECT_NE(first->GetHashCodeImpl(), MakeConversion("rgb.u8", _wide, "rgb.u16", _srgb)->GetHashCodeImpl());
+
+	const OcioConfigRef config = TORVI_MUST(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
+	const ColorProfile broken = TORVI_MUST(ColorProfile::CreateProfile(config, "broken"));
+	constexpr const char* BROKEN = "net.torvi.error.unsupportedoperation: The configuration is broken.";
+	EXPECT_EQ(FailureOf("rgb.u8", broken, "rgb.u8", _srgb), BROKEN);
+	FakeOcioConfig::s_lastCall.clear();
+	EXPECT_EQ(FailureOf("rgb.u8", broken, "rgb.u8", _srgb), BROKEN);
+	EXPECT_EQ(FakeOcioConfig::s_lastCall, "") << "not tried again";
+}
+
+TEST_F(ConversionTest, Refusals)
+{
+	const ColorProfile grey = GetBuiltInColorProfile(ids::COLORPROFILE_SGREY);
+	EXPECT_EQ(FailureOf("rgb.u8", {}, "rgb.u8", _srgb), "net.torvi.error.nullptr: ");
+	EXPECT_EQ(FailureOf("rgb.u8", _srgb, "rgb.u8", {}), "net.torvi.error.nullptr: ");
+	EXPECT_EQ(FailureOf("rgb.u8", grey, "rgb.u8", _srgb), "net.torvi.error.illegalstate: cmsCreateTransform failed");
+	EXPECT_EQ(FailureOf("cmyk.u8", GetBuiltInColorProfile(ids::COLORPROFILE_CMYKDEFAULT), "rgb.u8", _srgb),
+			  "net.torvi.error.illegalstate: cmsCreateTransform failed");
+	EXPECT_EQ(GetConversions()->Init({}, _srgb, FormatOf("rgb.u8"), _wide, {}, 0).GetError().GetId(), errorids::ILLEGALARGUMENT);
+	const OcioConfigRef config = TORVI_MUST(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
+	const ColorProfile space = TORVI_MUST(ColorProfile::CreateProfile(config, "ACEScg"));
+	EXPECT_EQ(FailureOf("rgb.u8", space, "rgb.u8", _wide), "net.torvi.error.illegalstate: cmsCreateTransform failed")
+		<< "a profile that the configuration has no name for";
+
+	// Equal content: nothing to do, and nothing is done.
+	const std::vector<Byte> pixels(6, 9);
+	EXPECT_EQ(ConvertPacked(MakeConversion("rgb.u8", _wide, "bgr.u8", _wide), pixels, FormatOf("rgb.u8"), FormatOf("bgr.u8")),
+			  std::vector<Byte>(6, 0xA5));
+	EXPECT_TRUE(MakeConversion("rgb.u8", _wide, "rgb.u8", _srgb)->Convert(PixelBuffer(), PixelBuffer(), -1).IsOk());
+}
+
+TEST_F(ConversionTest, PalettesAreLookedAtInEachConversion)
+{
+	const PixelFormat plain = FormatOf("indexed.u1bit"), row = FormatOf("rgba.u8");
+	const PixelFormat indexed = TORVI_MUST(CreateObject<PixelFormatInterface>(plain->GetClassId()));
+	ASSERT_TRUE(indexed->Init(plain->GetPixelFormatGroup(), plain->GetShortName()).IsOk());
+	const PixelFormatIndexedColorRef table = Cast<PixelFormatIndexedColorInterface>(indexed);
+	ASSERT_TRUE(table->InitColorTable(2, row).IsOk());
+	const std::vector<Byte> colours = {10, 20, 30, 40, 200, 100, 50, 60};
+	const auto setRow = [&](Int index, const Byte* colour)
+	{ ASSERT_TRUE(table->SetIndex(index, PixelBuffer(colour, 32, &row->GetChannelOffsets(), row)).IsOk()); };
+	setRow(0, &colours[0]);
+	setRow(1, &colours[4]);
+	const std::vector<Byte> converted = ConvertPacked(MakeConversion("rgba.u8", _wide, "rgba.u8", _srgb), colours, row, row);
+	const auto init = [&]() { return TORVI_MUST(GetConversions()->Init(indexed, _wide, row, _srgb, {}, 0)); };
+	const ColorProfileConvert conversion = init();
+	EXPECT_FALSE(conversion == init()) << "nothing of a palette is kept";
+	const std::vector<Byte> indices(10, 0b01010101);
+	std::vector<Byte> out = ConvertPacked(conversion, indices, indexed, row);
+	ASSERT_EQ(out.size(), 320u);
+	for (std::size_t i = 0; i < out.size(); ++i)
+		ASSERT_EQ(out[i], converted[i % 8]) << i;
+	setRow(0, &colours[4]);
+	out = ConvertPacked(conversion, indices, indexed, row);
+	EXPECT_TRUE(std::equal(out.begin(), out.begin() + 4, out.begin() + 4)) << "a change of the table is seen";
+	EXPECT_FALSE(GetConversions()->Init(indexed, _wide, indexed, _srgb, {}, 0).IsOk());
+}
+
+TEST_F(ConversionTest, OcioConvertsInPlaceOrThroughFloats)
+{
+	const OcioConfigRef config = TORVI_MUST(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
+	const ColorProfile space = TORVI_MUST(ColorProfile::CreateProfile(config, "ACEScg"));
+	const ColorProfile view = TORVI_MUST(ColorProfile::CreateProfile(config, "Film", "P3"));
+	struct Case
+	{
+		const char* _source;
+		const char* _destination;
+		ColorProfile _from;
+		ColorProfile _to;
+		UInt32 _flags;
+		std::vector<Byte> _pixels;
+		std::vector<Byte> _wanted;
+		const char* _call;
+	};
+	const Case cases[] = {
+		{"rgb.u8", "rgb.u8", space, _srgb, 0, {10, 20, 30, 40, 50, 60}, {5, 10, 15, 20, 25, 30}, "ACEScg > sRGB () 32"},
+		{"rgba.u8", "rgba.u8", _linear, view, 2, {10, 20, 30, 40}, {5, 10, 15, 40}, "linear > P3 (Film) 33"},
+		{"rgb.f32", "rgb.f32", space, view, 2, BytesOfValues({1.0f, 2.0f, 3.0f}), BytesOfValues({0.5f, 1.0f, 1.5f}),
+		 "ACEScg > P3 (Film) 1"},
+		{"rgba.f32", "rgba.f32", _srgb, space, 1, BytesOfValues({1.0f, 2.0f, 3.0f, 4.0f}), BytesOfValues({0.5f, 1.0f, 1.5f, 4.0f}),
+		 "sRGB > ACEScg () 0"},
+		{"rgb.u8", "rgba.f32", _srgb, space, 0, {255, 0, 255}, BytesOfValues({0.5f, 0.0f, 0.5f, 1.0f}), "sRGB > ACEScg () 0"},
+		{"bgra.u8", "rgb.u8", space, _linear, 0, {0, 0, 255, 9}, {128, 0, 0}, "ACEScg > linear () 0"},
+	};
+	for (const Case& test : cases)
+	{
+		const ColorProfileConvert conversion = MakeConversion(test._source, test._from, test._destination, test._to, test._flags);
+		EXPECT_EQ(FakeOcioConfig::s_lastCall, test._call);
+		const PixelFormat from = FormatOf(test._source), to = FormatOf(test._destination);
+		EXPECT_EQ(ConvertPacked(conversion, test._pixels, from, to), test._wanted) << test._call;
+		if (from == to)
+		{
+			std::vector<Byte> inPlace = test._pixels;
+			const PixelBuffer run(inPlace.data(), from->GetBitsPerPixel());
+			ASSERT_TRUE(conversion->Convert(run, run, CountOf(inPlace) * 8 / from->GetBitsPerPixel()).IsOk());
+			EXPECT_EQ(inPlace, test._wanted) << test._call;
+		}
+	}
+	std::vector<Byte> many(3 * 150, 100);
+	EXPECT_EQ(ConvertPacked(MakeConversion("bgr.u8", space, "rgb.u8", _linear), many, FormatOf("bgr.u8"), FormatOf("rgb.u8")),
+			  std::vector<Byte>(3 * 150, 50));
+	EXPECT_TRUE(
+		GetConversions()->Init(FormatOf("rgb.u8"), space, FormatOf("rgb.u16"), _srgb, static_cast<COLORCONVERSIONINTENT>(9), 0).IsOk())
+		<< "the intent is not looked at";
+	const OcioConfigRef other = TORVI_MUST(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
+	ASSERT_TRUE(other->Load(TORVI_MUST(Url::FromSystemPath("/other.ocio"))).IsOk());
+	EXPECT_NE(FailureOf("rgb.u8", space, "rgb.u8", TORVI_MUST(ColorProfile::CreateProfile(other, "ACEScg"))), ": ");
+}
+
+TEST_F(ConversionTest, GraphicsProcessorsGetTheirHandlerFromOcioOrTheHost)
+{
+	const OcioConfigRef config = TORVI_MUST(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
+	const ColorProfile view = TORVI_MUST(ColorProfile::CreateProfile(config, "Film", "P3"));
+	const ColorProfileConvert ocio = TORVI_MUST(GetConversions()->InitGPU(_srgb, view, 1, 5));
+	EXPECT_EQ(FakeOcioConfig::s_lastCall, "gpu sRGB > P3 (Film) 1 5");
+	EXPECT_TRUE(ocio->GetGpuHandler());
+	EXPECT_EQ(ocio, TORVI_MUST(GetConversions()->InitGPU(_srgb, view, 1, 5)));
+	EXPECT_EQ(TextOf(GetConversions()->InitGPU(_srgb, {}, 0, 0).GetError()), "net.torvi.error.nullptr: ");
+
+	constexpr const char* MISSING = "net.torvi.error.nullptr: There is no class net.torvi.image.legacy.gpuhandler.";
+	EXPECT_EQ(TextOf(GetConversions()->InitGPU(_srgb, _wide, 1, 0).GetError()), MISSING);
+	ASSERT_TRUE(_host->_module.AddClass<FakeGpuHandler>(ids::CLASS_LEGACYGPUHANDLER).IsOk());
+	EXPECT_EQ(TextOf(GetConversions()->InitGPU(_srgb, _wide, 1, 0).GetError()), MISSING) << "remembered";
+	const ColorProfileConvert made = TORVI_MUST(GetConversions()->InitGPU(_srgb, _wide, 1, 7));
+	const Ref<FakeGpuHandler> handler = Cast<FakeGpuHandler>(made->GetGpuHandler());
+	ASSERT_TRUE(handler);
+	EXPECT_EQ(handler->_setup._flags, 1u);
+	EXPECT_EQ(handler->_setup._srcProfile, _wide) << "reversed";
+	EXPECT_EQ(handler->_setup._dstProfile, _srgb);
+}
+
+/// Each allocation fails once: the error says so and is not remembered, profiles stay whole, nothing is lost.
+TEST_F(ConversionTest, LackOfMemoryIsAnErrorAndPasses)
+{
+	UInt32 flags = 0x100; // bits without a meaning, for a question that nobody has asked yet
+	const auto init = [&]() { return GetConversions()->Init(FormatOf("rgb.f32"), _wide, FormatOf("rgba.u16"), _srgb, {}, flags); };
+	ASSERT_TRUE(init().IsOk()); // plain conversions are found once
+	const auto initNew = [&]()
+	{
+		flags += 0x100;
+		return init();
+	};
+	const Int count = ForEachAllocationFailure(initNew,
+											   [&](const Result<ColorProfileConvert>& result, Bool hasFailed)
+											   {
+												   if (result.IsOk())
+													   return;
+												   EXPECT_TRUE(hasFailed);
+												   EXPECT_EQ(result.GetError().GetId(), errorids::OUTOFMEMORY);
+												   EXPECT_TRUE(init().IsOk());
+											   });
+	EXPECT_GT(count, 20);
+}
+
+} // namespace
+
+} // namespace torvi::test
