@@ -22,6 +22,7 @@ struct Options
 void AddConversions(const Options& options);
 void AddLayouts(const Options& options);
 void AddThreads(const Options& options);
+void AddColours(const Options& options);
 void AddHandlers(const Options& options);
 void AddFiles(const Options& options);
 void AddStart();

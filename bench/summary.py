@@ -71,6 +71,12 @@ def layout_lines(measurements):
         yield at_most("padded integer pairs, slowest", padded[worst], 1.5, "ns/pixel", worst)
 
 
+def colour_lines(measurements):
+    for kind, budget in (("native", 1 / 1.05), ("staged", 1 / 1.3), ("curve", 10)):
+        ratios = {name: versus_reference(entry) for name, entry in select(measurements, f"color/{kind}/").items()}
+        yield from slowest(f"profiles against lcms2: {kind}, slowest", ratios, budget)
+
+
 def call_lines(measurements):
     for entry in select(measurements, "threads/cached-lookup").values():
         yield at_most("cached lookup", entry["reference_ns"], 300, "ns")
@@ -94,10 +100,10 @@ def file_lines(measurements):
 
 def budget_lines(measurements):
     """One line for each budget that something was measured for."""
-    return [line for lines in (pair_lines, layout_lines, call_lines, file_lines) for line in lines(measurements)]
+    return [line for lines in (pair_lines, layout_lines, colour_lines, call_lines, file_lines) for line in lines(measurements)]
 
 
-BUDGET_COUNT = 15
+BUDGET_COUNT = 18
 
 
 def describe_sizes(measurements):
