@@ -32,13 +32,7 @@ constexpr NativeFormat NATIVE_FORMATS[] = {
 	{ids::PIXELFORMAT_ACMYK_F32, 0x4640A4},
 };
 
-/// A colour model's formats for channels of 1, 2, 4 and 8 bytes, without and with alpha; empty where there is none.
-struct ModelRow
-{
-	Id _colorSpace;
-	Id _formats[4][2];
-};
-
+// Each model's formats for channels of 1, 2, 4 and 8 bytes, without and with alpha; empty where there is none.
 constexpr Id RGB_FORMATS[4][2] = {{ids::PIXELFORMAT_RGB_U8, ids::PIXELFORMAT_ARGB_U8},
 								  {ids::PIXELFORMAT_RGB_U16, ids::PIXELFORMAT_ARGB_U16},
 								  {ids::PIXELFORMAT_RGB_F32, ids::PIXELFORMAT_ARGB_F32},
@@ -52,6 +46,7 @@ constexpr Id CMYK_FORMATS[4][2] = {{ids::PIXELFORMAT_CMYK_U8, ids::PIXELFORMAT_A
 								   {ids::PIXELFORMAT_CMYK_F32, ids::PIXELFORMAT_ACMYK_F32},
 								   {Id(), Id()}};
 
+/// A colour space and its formats.
 struct Model
 {
 	Id _colorSpace;

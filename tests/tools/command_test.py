@@ -4,6 +4,7 @@ import os
 import pathlib
 import resource
 import signal
+import struct
 import subprocess
 import time
 import unittest
@@ -110,6 +111,53 @@ class PixelsTest(ToolTest):
 		for command in (["convert", path, "out.bmp"], ["pixels", path]):
 			self.assertEqual(self.fail_with(*command, "--layer", "sky"), [(str(path), ILLEGAL_ARGUMENT, "There is no layer sky.")])
 		self.assert_files("a.bmp")
+
+
+class ProfileTest(ToolTest):
+	"""128 in sRGB is 55 in linear 8 bits, and 0.2158605 as a float."""
+	def grey_picture(self):
+		return self.write("grey.bmp", bmp24(2, 1, [bytes([128] * 6)]))
+
+	def test_pixels(self):
+		path = self.grey_picture()
+		self.assertEqual(self.succeed("pixels", path, "--as", "rgb.u8", "--profile", "linear"), bytes([55] * 6))
+		self.assertEqual(self.succeed("pixels", path, "--as", "rgb.u8", "--profile", "srgb"), bytes([128] * 6))
+		for value in struct.unpack("<6f", self.succeed("pixels", path, "--as", "rgb.f32", "--profile", "linear_rgb")):
+			self.assertAlmostEqual(value, 0.2158605, 4)
+		self.assertEqual(self.succeed("pixels", path, "--as", "greya.u8", "--profile", "linear_grey"), bytes([55, 255] * 2))
+
+	def test_alpha_is_no_colour(self):
+		path = self.write("a.bmp", bmp32(1, 1, [bytes([128, 128, 128, 16])]))
+		self.assertEqual(self.succeed("pixels", path, "--profile", "linear"), bytes([55, 55, 55, 16]))
+		self.succeed("convert", path, "linear.bmp", "--profile", "linear", "--set", "bmp.export.bitmapinfoheader=V5")
+		self.assertEqual(self.succeed("pixels", "linear.bmp"), bytes([55, 55, 55, 16]))
+
+	def test_convert(self):
+		path = self.grey_picture()
+		self.succeed("convert", path, "linear.bmp", "--profile", "linear", "--set", "bmp.export.bitmapinfoheader=V5")
+		[image] = json.loads(self.succeed("info", "linear.bmp", "--json"))[0]["images"]
+		self.assertEqual(image["colorprofile"], "Linear Color Space")
+		self.assertEqual(self.succeed("pixels", "linear.bmp", "--as", "rgb.u8"), bytes([55] * 6))
+		self.succeed("convert", "linear.bmp", "back.bmp", "--set", "bmp.export.bitmapinfoheader=V3") # which holds sRGB
+		for value in self.succeed("pixels", "back.bmp", "--as", "rgb.u8"):
+			self.assertAlmostEqual(value, 128, delta=1)
+		# The profile as a file of its own is as good as its name.
+		content = (self.folder / "linear.bmp").read_bytes()
+		offset, size = struct.unpack_from("<II", content, 14 + 112)
+		icc = self.write("linear.icc", content[14 + offset:14 + offset + size])
+		self.assertEqual(self.succeed("pixels", path, "--as", "rgb.u8", "--profile", icc), bytes([55] * 6))
+		self.assertEqual(self.succeed("convert", path, "-", "--profile", icc, "--set", "bmp.export.bitmapinfoheader=V5"), content)
+
+	def test_errors(self):
+		path = self.grey_picture()
+		other = self.write("other.icc", NOT_A_PICTURE)
+		for command in (["pixels", path], ["convert", path, "out.bmp"]):
+			self.assert_one_error(path, IO, *command, "--profile", "absent.icc")
+			self.assert_one_error(path, "net.torvi.image.error.mediasessionwrongtype", *command, "--profile", other)
+		# A profile for colours cannot say what grey means, nor can the profile that stands for all inks.
+		for arguments in (["--as", "grey.u8", "--profile", "linear"], ["--as", "cmyk.u8", "--profile", "cmykdefault"]):
+			self.assert_one_error(path, "net.torvi.error.illegalstate", "pixels", path, *arguments, message="cmsCreateTransform failed")
+		self.assert_files("grey.bmp", "other.icc")
 
 
 class ConvertTest(ToolTest):

@@ -24,6 +24,11 @@ CASES = [
 	("count 0", "rgba.u8", "rgb.f32", ["--count", 0], bytes(8), b""),
 	("a dynamic format", "{uchar#Red,uint16#Green}", "rgb.u8", [], bytes([7, 0xFF, 0x80]), bytes([7, 0x80, 0])),
 	("the full id of a dynamic format", "net.torvi.image.pixelformat.{uchar#Alpha,uchar#Grey}", "grey.u8", [], bytes([7, 8]), bytes([8])),
+	("profiles of one model on demand only", "rgb.u8", "rgb.u8", ["--from-profile", "srgb", "--to-profile", "linear"], bytes([128] * 3),
+		bytes([128] * 3)),
+	("profiles on demand", "rgb.u8", "bgra.u8", ["--from-profile", "srgb", "--to-profile", "linear", "--force-profiles"], bytes([128, 0, 255]),
+		bytes([255, 0, 55, 255])),
+	("profiles of two models", "grey.u8", "rgb.u8", ["--from-profile", "sgrey", "--to-profile", "linear"], bytes([128]), bytes([55] * 3)),
 	("to a dynamic format", "rgb.u8", "{uint16#Blue,uchar#Red}", [], bytes([1, 2, 3]), bytes([3, 3, 1])),
 ]
 
