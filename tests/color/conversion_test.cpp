@@ -445,6 +445,30 @@ TEST_F(ConversionTest, GraphicsProcessorsGetTheirHandlerFromOcioOrTheHost)
 	EXPECT_EQ(handler->_setup._dstProfile, _srgb);
 }
 
+/// What a damaged profile still opens as is linked, or refused, and never more than that.
+TEST_F(ConversionTest, DamagedProfilesConvertOrAreRefused)
+{
+	Int made = 0;
+	for (const ColorProfile& good : {_wide, MakeCmykProfile()})
+	{
+		const Array<Byte> bytes = TORVI_MUST(good.WriteProfileToMemory());
+		const PixelFormat format = FormatOf(good == _wide ? "rgb.u8" : "cmyk.u8");
+		for (std::size_t place = 0; place < std::min<std::size_t>(bytes.size(), 500); place += 3)
+		{
+			Array<Byte> damaged = bytes;
+			damaged[place] ^= 0xFF;
+			const ColorProfile profile = ColorProfile::OpenProfileFromMemory(damaged).ValueOr(ColorProfile());
+			const Result<ColorProfileConvert> conversion =
+				GetConversions()->Init(format, profile, FormatOf("rgb.u8"), _srgb, COLORCONVERSIONINTENT::PERCEPTUAL, 1);
+			if (!conversion.IsOk())
+				continue;
+			ConvertPacked(conversion.GetValue(), std::vector<Byte>(24, 99), format, FormatOf("rgb.u8"));
+			++made;
+		}
+	}
+	EXPECT_GT(made, 50);
+}
+
 /// Each allocation fails once: the error says so and is not remembered, profiles stay whole, nothing is lost.
 TEST_F(ConversionTest, LackOfMemoryIsAnErrorAndPasses)
 {
