@@ -76,6 +76,8 @@ ocio::ConstConfigRcPtr ParseConfig(const std::string& text, const std::string& f
 	const ocio::ConfigRcPtr config = ocio::Config::CreateFromStream(stream)->createEditableCopy();
 	if (!folder.empty())
 		config->setWorkingDir(folder.c_str());
+	if (*config->getSearchPath() == 0) // the folder itself then, which the library knows, but refuses to take as valid
+		config->setSearchPath(".");
 	config->validate();
 	return config;
 }

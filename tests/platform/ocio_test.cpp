@@ -329,6 +329,13 @@ TEST_F(Ocio, ConfigurationsNeedNoFile)
 	ExpectColor(config->CreateConversionFunction("turned", "light", 0), {1, 2, 3}, {2, 3, 1});
 }
 
+TEST_F(Ocio, TablesLieBesideTheConfiguration)
+{
+	std::string text = CONFIG;
+	Write("luts/beside.ocio", text.erase(text.find("search_path"), std::strlen("search_path: luts\n")));
+	ExpectColor(Load("luts/beside.ocio")->CreateConversionFunction("bent", "light", 0), {0.25F, 0.5F, 0.75F}, {0.125F, 0.25F, 0.625F});
+}
+
 TEST_F(Ocio, DamagedConfigurationsAreRefused)
 {
 	EXPECT_EQ(TryLoad(UrlOf("none.ocio")).GetId(), errorids::IO);
