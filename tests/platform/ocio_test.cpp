@@ -379,6 +379,17 @@ TEST_F(Ocio, MissingTablesFailWhereTheyAreNeeded)
 	EXPECT_EQ(MakeConfig()->CreateConversionFunction("sRGB", "light", 0).GetError().GetId(), errorids::ILLEGALSTATE);
 }
 
+void AddView(std::string& config, std::string_view view)
+{
+	constexpr std::string_view PLAIN = "    - !<View> {name: Plain";
+	config.insert(config.find(PLAIN), "    - !<View> " + std::string(view) + "\n");
+}
+
+void ExpectEndless(const Result<OcioProcessorRef>& processor)
+{
+	EXPECT_NE(processor.GetError().GetMessage().find("refer to each other"), std::string_view::npos) << processor.GetError().ToString();
+}
+
 /// Definitions that lead to each other, and a chain in which each step doubles the work.
 TEST_F(Ocio, EndlessDefinitionsAreRefused)
 {
@@ -397,16 +408,21 @@ TEST_F(Ocio, EndlessDefinitionsAreRefused)
 	text +=
 		"looks:\n  - !<Look> {name: mirror, process_space: light, transform: !<LookTransform> {src: light, dst: light, looks: +mirror}}\n";
 	text += "named_transforms:\n  - !<NamedTransform> {name: self, transform: !<ColorSpaceTransform> {src: hen, dst: light}}\n";
-	text.replace(text.find("colorspace: sRGB}"), 17, "colorspace: sRGB, looks: +mirror}");
+	text += "  - !<NamedTransform> {name: seen, transform: !<DisplayViewTransform> {src: light, display: Monitor, view: Loop}}\n";
+	AddView(text, "{name: Loop, colorspace: light, looks: +mirror}");
 	Write("endless.ocio", text);
 	const OcioConfigRef config = Load("endless.ocio");
-	for (const char* name : {"hen", "egg", "double39", "self"})
-	{
-		const Error error = config->CreateConversionFunction(name, "light", 0).TakeError();
-		EXPECT_NE(error.GetMessage().find("refer to each other"), std::string_view::npos) << name << error.ToString();
-	}
-	EXPECT_FALSE(config->CreateConversionFunctionWithViewTransform("light", "Plain", "Monitor", 0).IsOk());
+	for (const char* name : {"hen", "egg", "double39", "self", "seen"})
+		ExpectEndless(config->CreateConversionFunction(name, "light", 0));
+	ExpectEndless(config->CreateConversionFunctionWithViewTransform("light", "Loop", "Monitor", 0));
 	ExpectColor(config->CreateConversionFunction("double2", "light", 0), {1, 2, 3}, {3, 1, 2}); // turned eight times
+
+	std::string view = CONFIG; // the way to the display leads over the display
+	const std::size_t film = view.find("from_scene_reference");
+	view.replace(film, view.find('\n', film) - film, "from_scene_reference: !<ColorSpaceTransform> {src: light, dst: Screen}");
+	Write("view.ocio", view);
+	ExpectEndless(Load("view.ocio")->CreateConversionFunction("light", "Screen", 0));
+	ExpectEndless(Load("view.ocio")->CreateConversionFunctionWithViewTransform("light", "Film", "Monitor", 0));
 }
 
 TEST_F(Ocio, ThreadsShareProcessorAndConfiguration)
