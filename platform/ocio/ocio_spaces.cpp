@@ -23,7 +23,7 @@ ocio::TransformRcPtr ToReference(const ocio::ColorSpace& space)
 	const ocio::ConstTransformRcPtr transform = space.getTransform(ocio::COLORSPACE_DIR_FROM_REFERENCE);
 	if (!transform)
 		return ocio::GroupTransform::Create();
-	const ocio::TransformRcPtr inverse = transform->createEditableCopy();
+	ocio::TransformRcPtr inverse = transform->createEditableCopy();
 	inverse->setDirection(ocio::GetInverseTransformDirection(inverse->getDirection()));
 	return inverse;
 }

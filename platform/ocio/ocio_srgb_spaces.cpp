@@ -39,7 +39,7 @@ const char* FindFirst(const ocio::Config& config, const char* const (&names)[N])
 	return found != std::end(names) ? FindSpace(config, *found) : nullptr;
 }
 
-/// What a conversion makes of some colours; the colours as they are where there is none.
+/// Some colours, and what conversions make of them.
 struct Samples
 {
 	static constexpr int COUNT = 4;
@@ -57,6 +57,8 @@ Bool IsLinearLightOf(const ocio::ConstConfigRcPtr& config, const char* srgb, con
 {
 	constexpr float TOLERANCE = 0.002F;
 	const Result<ocio::ConstProcessorRcPtr> transform = MakeOcioTransform(config, {srgb, candidate});
+	if (transform.GetError().GetId() == errorids::OUTOFMEMORY)
+		throw std::bad_alloc(); // says nothing about the space
 	if (!transform.IsOk())
 		return false;
 	Samples converted;

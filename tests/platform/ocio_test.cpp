@@ -34,14 +34,18 @@ displays:
 view_transforms:
   - !<ViewTransform>
     name: film
-    from_scene_reference: !<MatrixTransform> {matrix: [0.20619542, 0.17879217, 0.09024040, 0, 0.10631950, 0.35758434, 0.03609616, 0, 0.00966541, 0.05959739, 0.47526607, 0, 0, 0, 0, 1]}
+    from_scene_reference: !<MatrixTransform>
+      matrix: [0.20619542, 0.17879217, 0.09024040, 0, 0.10631950, 0.35758434, 0.03609616, 0,
+               0.00966541, 0.05959739, 0.47526607, 0, 0, 0, 0, 1]
 display_colorspaces:
   - !<ColorSpace>
     name: Screen
     to_display_reference: !<GroupTransform>
       children:
         - !<ExponentTransform> {value: 2}
-        - !<MatrixTransform> {matrix: [0.41239080, 0.35758434, 0.18048079, 0, 0.21263901, 0.71516868, 0.07219232, 0, 0.01933082, 0.11919478, 0.95053215, 0, 0, 0, 0, 1]}
+        - !<MatrixTransform>
+          matrix: [0.41239080, 0.35758434, 0.18048079, 0, 0.21263901, 0.71516868, 0.07219232, 0,
+                   0.01933082, 0.11919478, 0.95053215, 0, 0, 0, 0, 1]
 colorspaces:
   - !<ColorSpace> {name: light}
   - !<ColorSpace> {name: raw, isdata: true}
@@ -419,7 +423,7 @@ TEST_F(Ocio, EndlessDefinitionsAreRefused)
 
 	std::string view = CONFIG; // the way to the display leads over the display
 	const std::size_t film = view.find("from_scene_reference");
-	view.replace(film, view.find('\n', film) - film, "from_scene_reference: !<ColorSpaceTransform> {src: light, dst: Screen}");
+	view.replace(film, view.find("display_colorspaces") - film, "from_scene_reference: !<ColorSpaceTransform> {src: light, dst: Screen}\n");
 	Write("view.ocio", view);
 	ExpectEndless(Load("view.ocio")->CreateConversionFunction("light", "Screen", 0));
 	ExpectEndless(Load("view.ocio")->CreateConversionFunctionWithViewTransform("light", "Film", "Monitor", 0));
