@@ -23,6 +23,7 @@ void AddConversions(const Options& options);
 void AddLayouts(const Options& options);
 void AddThreads(const Options& options);
 void AddHandlers(const Options& options);
+void AddComposition(const Options& options);
 void AddFiles(const Options& options);
 void AddStart();
 

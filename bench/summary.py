@@ -81,6 +81,13 @@ def call_lines(measurements):
         yield at_most(f"_{name}Line beyond the kernel", entry["fastest_ns"] - entry["reference_ns"], 60, "ns")
 
 
+def composition_lines(measurements):
+    for entry in select(measurements, "composition/ten-layers").values():
+        yield at_least("ten layers composed, pixels of a layer", 1000 / entry["fastest_ns"], 136, "M/s")
+    for entry in select(measurements, "composition/two-threads").values():
+        yield at_least("composing on two threads against one", 2 * versus_reference(entry), 1.7, "x")
+
+
 def file_lines(measurements):
     for entry in select(measurements, "file/load").values():
         yield at_most("load of a BMP against read + kernel", 1 / versus_reference(entry), 1.5, "x")
@@ -94,10 +101,10 @@ def file_lines(measurements):
 
 def budget_lines(measurements):
     """One line for each budget that something was measured for."""
-    return [line for lines in (pair_lines, layout_lines, call_lines, file_lines) for line in lines(measurements)]
+    return [line for lines in (pair_lines, layout_lines, call_lines, composition_lines, file_lines) for line in lines(measurements)]
 
 
-BUDGET_COUNT = 15
+BUDGET_COUNT = 17
 
 
 def describe_sizes(measurements):

@@ -169,6 +169,22 @@ TEST_F(SkeletonTest, StartsOverWithAnotherAnalyze)
 	EXPECT_TRUE(importer->Close({}).IsOk());
 }
 
+TEST_F(SkeletonTest, RefusesTreesThatAreTooDeep)
+{
+	for (const Int levels : {LAYER_NESTING_LIMIT, LAYER_NESTING_LIMIT + 1})
+	{
+		Array<Byte> file = {'T', 'E', 'S', 'T', static_cast<Byte>(levels + 1)};
+		for (Int i = 0; i <= levels; ++i)
+		{
+			const MediaStreamType type = i == 0 ? MediaStreamType::IMAGE : MediaStreamType::LAYERFOLDER;
+			for (const Int field : {static_cast<Int>(type), i, Int(0), Int(1), Int(0), Int(1)})
+				file.push_back(static_cast<Byte>(field));
+		}
+		const Result<void> result = MakeImporter(MakeMemoryUrl(file))->Analyze({}, TimeValue(), MEDIASESSIONFLAGS::NONE);
+		EXPECT_EQ(result.GetError().GetId(), levels > LAYER_NESTING_LIMIT ? errorids::FILEFORMAT : Id()) << levels;
+	}
+}
+
 TEST_F(SkeletonTest, ImporterRefusesMisuse)
 {
 	const MediaInputRef importer = MakeImporter(MakeMemoryUrl(MakeTestFile()));
