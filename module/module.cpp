@@ -9,6 +9,7 @@
 #include "media_io/registration.h"
 #include "mediasession/registration.h"
 #include "module/descriptions.h"
+#include "pixelblend/registration.h"
 #include "pixelformat/registration.h"
 
 #include <memory>
@@ -24,6 +25,7 @@ constexpr RegistrationStep FOLDERS[] = {
 	{"descriptions", &RegisterDescriptions},
 	{"pixel formats", &RegisterPixelFormats},
 	{"colour profiles", &RegisterColor},
+	{"blend modes", &RegisterPixelBlend},
 	{"images", &RegisterImages},
 	{"media session", &RegisterMediaSession},
 	{"media formats", &RegisterMediaFormats},
