@@ -17,8 +17,6 @@ namespace
 
 constexpr Int RUN_LENGTH = 64; // pixels
 
-constexpr Id BLENDMODE_APPLYALPHA = "net.torvi.render.blendmode.applyalpha";
-
 /// Sets the bits of a run to 0 that has no gaps, and leaves the bits behind it alone.
 void ClearBits(Byte* bytes, BITS count)
 {
@@ -123,11 +121,11 @@ Result<ImagePixelBlend> GetBlendMode(const ImageBaseInterface& layer)
 }
 
 /// The format to blend in for a destination.
-PixelFormat GetMergeFormat(const PixelFormatInterface& destination)
+Result<PixelFormat> FindMergeFormat(const PixelFormat& destination)
 {
-	const Block<const ImageChannel> channels = destination.GetChannels();
-	const Bool isDouble = !channels.empty() && channels.front()->GetDataType() == GetDataType<Float64>();
-	return GetPixelFormat(isDouble ? ids::PIXELFORMAT_RGBA_F64 : ids::PIXELFORMAT_RGBA_F32);
+	const auto modes = FindDeclared<ImagePixelBlendStaticInterface>(ids::INTERFACE_IMAGEPIXELBLEND);
+	TORVI_CHECK(modes, IllegalStateError("There are no blend modes."));
+	return modes->GetOptimalPixelFormat(Block<const PixelFormat>(&destination, 1));
 }
 
 /// One pixel of an alpha format, from its value in 8 bits.
@@ -168,7 +166,7 @@ private:
 
 Result<void> MergedReader::Init(const MergeRequest& request, ColorProfile& dstProfile)
 {
-	_format = GetMergeFormat(*request._dstFormat);
+	_format = TORVI_TRY(FindMergeFormat(request._dstFormat));
 	const GETPIXELHANDLERFLAGS flags = request._flags & GETPIXELHANDLERFLAGS::NOMASKS;
 	_layers.reserve(request._layers.size());
 	for (const ImageBaseRef& layer : request._layers)
@@ -219,7 +217,7 @@ Result<void> MergedReader::AddMask(const ImageBaseRef& mask, const PixelFormat& 
 {
 	LayerMergeRecord record;
 	record._layer = mask;
-	record._blendMode = TORVI_TRY(FindBlendMode(BLENDMODE_APPLYALPHA));
+	record._blendMode = TORVI_TRY(FindBlendMode(ids::BLENDMODE_APPLYALPHA));
 	record._place._x = TORVI_TRY(ReadOr<Int>(*mask, ids::IMAGE_LAYER_BOUNDINGBOX_X, 0));
 	record._place._y = TORVI_TRY(ReadOr<Int>(*mask, ids::IMAGE_LAYER_BOUNDINGBOX_Y, 0));
 	const UChar around = TORVI_TRY(ReadOr<UChar>(*mask, ids::IMAGE_LAYER_MASKDEFCOLOR, 0));

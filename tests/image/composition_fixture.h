@@ -1,4 +1,4 @@
-// What the tests of composition share: layers in rgba.u8, and blend modes that work on one pixel at a time.
+// What the tests of composition share: layers in rgba.u8, and the blending of single pixels that they are compared with.
 #pragma once
 
 #include "tests/image/image_test.h"
@@ -9,8 +9,7 @@ namespace torvi
 {
 
 /// Red, green, blue, alpha.
-template <class T>
-using Rgba = std::array<T, 4>;
+using Rgba = std::array<double, 4>;
 
 enum class PlainMode
 {
@@ -18,33 +17,25 @@ enum class PlainMode
 	MULTIPLY
 };
 
-template <class T>
-Rgba<T> BlendPixel(PlainMode mode, const Rgba<T>& back, const Rgba<T>& front, T opacity)
+inline Rgba BlendPixel(PlainMode mode, const Rgba& back, const Rgba& front, double opacity)
 {
-	const T frontAlpha = opacity * front[3];
-	if (frontAlpha == T(0))
+	const double frontAlpha = opacity * front[3];
+	if (frontAlpha == 0.0)
 		return back;
-	const T alpha = frontAlpha + back[3] - frontAlpha * back[3];
-	const T share = frontAlpha / alpha;
-	Rgba<T> result = {};
+	Rgba result = {};
+	result[3] = frontAlpha + back[3] - frontAlpha * back[3];
+	const double share = frontAlpha / result[3];
 	for (std::size_t c = 0; c < 3; ++c)
 	{
-		const T mixed = mode == PlainMode::OVER ? front[c] : front[c] * back[c];
-		result[c] = (T(1) - share) * back[c] + share * ((T(1) - back[3]) * front[c] + back[3] * mixed);
+		const double mixed = mode == PlainMode::OVER ? front[c] : front[c] * back[c];
+		result[c] = (1.0 - share) * back[c] + share * ((1.0 - back[3]) * front[c] + back[3] * mixed);
 	}
-	result[3] = alpha;
 	return result;
 }
-
-inline const Id MULTIPLY_ID = "net.torvi.render.blendmode.multiply";
-inline const Id APPLYALPHA_ID = "net.torvi.render.blendmode.applyalpha";
 
 class CompositionTest : public ImageTest
 {
 protected:
-	void SetUp() override;
-
-	static Id IdOf(PlainMode mode) { return mode == PlainMode::OVER ? ids::BLENDMODE_OVER : MULTIPLY_ID; }
 	/// An image that shows its layers.
 	static ImageRef MakePicture(Int width, Int height)
 	{

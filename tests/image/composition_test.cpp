@@ -236,9 +236,9 @@ struct PlainLayer
 	std::vector<PlainLayer> _layers;
 };
 
-Rgba<double> ShowAt(const PlainLayer& layer, Int x, Int y);
+Rgba ShowAt(const PlainLayer& layer, Int x, Int y);
 
-Rgba<double> ApplyMasks(const std::vector<PlainMask>& masks, Rgba<double> pixel, Int x, Int y)
+Rgba ApplyMasks(const std::vector<PlainMask>& masks, Rgba pixel, Int x, Int y)
 {
 	for (const PlainMask& mask : masks)
 	{
@@ -251,15 +251,15 @@ Rgba<double> ApplyMasks(const std::vector<PlainMask>& masks, Rgba<double> pixel,
 	return pixel;
 }
 
-Rgba<double> ShowFolderAt(const PlainLayer& folder, Int x, Int y)
+Rgba ShowFolderAt(const PlainLayer& folder, Int x, Int y)
 {
-	Rgba<double> result = {};
+	Rgba result = {};
 	Bool isFirst = true;
 	for (const PlainLayer& layer : folder._layers)
 	{
 		if (!layer._enabled || layer._opacity == 0.0)
 			continue;
-		const Rgba<double> pixel = ShowAt(layer, x, y);
+		const Rgba pixel = ShowAt(layer, x, y);
 		result = isFirst && layer._opacity == 1.0 ? pixel : BlendPixel(layer._mode, result, pixel, layer._opacity);
 		isFirst = false;
 	}
@@ -267,13 +267,13 @@ Rgba<double> ShowFolderAt(const PlainLayer& folder, Int x, Int y)
 }
 
 /// A layer with pixels and masks is combined with them like a picture of one layer.
-Rgba<double> ShowAt(const PlainLayer& layer, Int x, Int y)
+Rgba ShowAt(const PlainLayer& layer, Int x, Int y)
 {
 	if (x >= layer._width || y >= layer._height)
 		return {};
 	if (layer._pixels.empty())
 		return ShowFolderAt(layer, x, y);
-	Rgba<double> pixel = {};
+	Rgba pixel = {};
 	for (std::size_t c = 0; c < 4; ++c)
 		pixel[c] = layer._pixels[static_cast<std::size_t>(y * layer._width + x) * 4 + c] / 255.0;
 	if (layer._masks.empty())
@@ -352,11 +352,11 @@ TEST_F(RandomTreeTest, ShowWhatThePlainRendererShows)
 		const Int first = Pick(0, 70);
 		for (Int y = 0; y < plain._height; ++y)
 		{
-			std::vector<Rgba<double>> line(static_cast<std::size_t>(plain._width - first));
+			std::vector<Rgba> line(static_cast<std::size_t>(plain._width - first));
 			ASSERT_TRUE(handler._getLine({first, y, CountOf(line)}, PixelBuffer(reinterpret_cast<Byte*>(line.data()), 256), 0).IsOk());
 			for (Int x = first; x < plain._width; ++x)
 			{
-				const Rgba<double> wanted = ShowAt(plain, x, y);
+				const Rgba wanted = ShowAt(plain, x, y);
 				for (std::size_t c = 0; c < 4; ++c)
 					ASSERT_NEAR(line[static_cast<std::size_t>(x - first)][c], wanted[c], 1e-12)
 						<< "tree " << tree << ": " << x << ", " << y;
@@ -513,12 +513,14 @@ TEST_F(CompositionTest, MemoryRunsOut)
 	EXPECT_GE(test::ForEachAllocationFailure(read, check), 10) << "readers, records, scratch runs";
 }
 
-TEST_F(ImageTest, LayersNeedBlendModes)
+TEST(CompositionWithoutModes, IsAnError)
 {
-	const ImageRef picture =
-		MakeImage<ImageInterface>(ids::IMAGECLASS_IMAGE, 1, 1, ids::PIXELFORMAT_GREY_U8, ids::IMAGEPIXELSTORAGECLASS_NODATA);
-	Hang(picture, LAYER, MakeLayer("", 1));
-	EXPECT_ERROR(errorids::ILLEGALSTATE, TryReadBytes(*picture, {0, 0, 1}));
+	const HostScope host{&RegisterPixelFormats, &RegisterImages};
+	const auto layer = Must(CreateObject<ImageLayerInterface>(ids::IMAGELAYERCLASS_RASTER));
+	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
+	EXPECT_OK(layer->Init(1, 1, Must(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NORMAL)), grey, {}));
+	EXPECT_OK(layer->AddChildren(MASK, Must(CreateObject<ImageLayerInterface>(ids::IMAGELAYERCLASS_RASTER)), {}));
+	EXPECT_ERROR(errorids::ILLEGALSTATE, layer->GetPixelHandler(grey, grey->GetChannelOffsets(), {}, GETPIXELHANDLERFLAGS::NONE, nullptr));
 }
 
 /// Notes what it is asked and converts nothing.
