@@ -20,6 +20,7 @@ struct Options
 
 // Each adds the measurements of one subject.
 void AddConversions(const Options& options);
+void AddBlending(const Options& options);
 void AddLayouts(const Options& options);
 void AddThreads(const Options& options);
 void AddHandlers(const Options& options);

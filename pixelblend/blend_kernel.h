@@ -19,7 +19,7 @@ inline Byte* PixelAt(const PixelBuffer& run, Int index)
 /// Blends the foreground's color over the background. `MIX` makes a color of the colors of both; its order of operations is that of the
 /// formula, as is the order here. Pixels whose foreground has no alpha stay as they are, bit for bit.
 template <class MIX, Bool HAS_OPACITY, class T>
-PixelBlock<T> Composite(const PixelBlock<T>& background, const PixelBlock<T>& foreground, Lanes<T> opacity)
+TORVI_LANES_INLINE PixelBlock<T> Composite(const PixelBlock<T>& background, const PixelBlock<T>& foreground, Lanes<T> opacity)
 {
 	const Lanes<T> backgroundAlpha = background._alpha;
 	const Lanes<T> foregroundAlpha = HAS_OPACITY ? opacity * foreground._alpha : foreground._alpha;
@@ -38,28 +38,21 @@ PixelBlock<T> Composite(const PixelBlock<T>& background, const PixelBlock<T>& fo
 	return result;
 }
 
-/// A block of pixels that do not lie side by side, or too few for one: gathered in the first places of a block, and scattered again.
-template <class T>
-struct LoosePixels
+/// The first `count` pixels of a block, copied from where they lie; those behind are zero. Kernels share this and keep their loops short.
+template <Int PIXEL_BYTES>
+[[gnu::noinline]] void GatherPixels(Byte* block, Int blockCount, const PixelBuffer& run, Int start, Int count)
 {
-	using Block = PixelBlock<T>;
+	for (Int i = 0; i < count; ++i)
+		std::memcpy(block + i * PIXEL_BYTES, PixelAt(run, start + i), PIXEL_BYTES);
+	std::memset(block + count * PIXEL_BYTES, 0, static_cast<std::size_t>((blockCount - count) * PIXEL_BYTES));
+}
 
-	LoosePixels(const PixelBuffer& run, Int start, Int count)
-	{
-		for (Int i = 0; i < count; ++i)
-			std::memcpy(_bytes + i * Block::PIXEL_BYTES, PixelAt(run, start + i), Block::PIXEL_BYTES);
-	}
-	explicit LoosePixels(const Block& block) { StoreBlock(block, _bytes); }
-
-	Block Load() const { return LoadBlock<T>(_bytes); }
-	void WriteTo(const PixelBuffer& run, Int start, Int count) const
-	{
-		for (Int i = 0; i < count; ++i)
-			std::memcpy(PixelAt(run, start + i), _bytes + i * Block::PIXEL_BYTES, Block::PIXEL_BYTES);
-	}
-
-	alignas(LANE_BYTES) Byte _bytes[Block::COUNT * Block::PIXEL_BYTES] = {};
-};
+template <Int PIXEL_BYTES>
+[[gnu::noinline]] void ScatterPixels(const Byte* block, const PixelBuffer& run, Int start, Int count)
+{
+	for (Int i = 0; i < count; ++i)
+		std::memcpy(PixelAt(run, start + i), block + i * PIXEL_BYTES, PIXEL_BYTES);
+}
 
 /// A BlendKernel. The destination may be the background or the foreground: each block is read before it is written.
 template <class T, class MIX, Bool HAS_OPACITY>
@@ -80,11 +73,15 @@ void BlendPixels(const PixelBuffer& destination, const PixelBuffer& background, 
 			StoreBlock(Composite<MIX, HAS_OPACITY>(LoadBlock<T>(under + offset), LoadBlock<T>(over + offset), factor), to + offset);
 		}
 	}
+	// Pixels that do not lie side by side, and those at the end that are too few for a block.
+	alignas(LANE_BYTES) Byte under[Block::COUNT * Block::PIXEL_BYTES], over[sizeof(under)];
 	for (; i < count; i += Block::COUNT)
 	{
 		const Int part = std::min(Block::COUNT, count - i);
-		const LoosePixels<T> under(background, i, part), over(foreground, i, part);
-		LoosePixels<T>(Composite<MIX, HAS_OPACITY>(under.Load(), over.Load(), factor)).WriteTo(destination, i, part);
+		GatherPixels<Block::PIXEL_BYTES>(under, Block::COUNT, background, i, part);
+		GatherPixels<Block::PIXEL_BYTES>(over, Block::COUNT, foreground, i, part);
+		StoreBlock(Composite<MIX, HAS_OPACITY>(LoadBlock<T>(under), LoadBlock<T>(over), factor), under);
+		ScatterPixels<Block::PIXEL_BYTES>(under, destination, i, part);
 	}
 }
 
@@ -93,7 +90,7 @@ template <class FORMULA>
 struct ChannelMix
 {
 	template <class T>
-	ColorLanes<T> operator()(const ColorLanes<T>& b, const ColorLanes<T>& f) const
+	TORVI_LANES_INLINE ColorLanes<T> operator()(const ColorLanes<T>& b, const ColorLanes<T>& f) const
 	{
 		return {FORMULA()(b[0], f[0]), FORMULA()(b[1], f[1]), FORMULA()(b[2], f[2])};
 	}

@@ -11,8 +11,9 @@ namespace torvi
 namespace
 {
 
+/// A mode whose formula makes a colour of two.
 template <class MIX>
-constexpr BlendMode MakeMode(const Id& id, MIX)
+constexpr BlendMode Colors(const Id& id, MIX)
 {
 	return {id,
 			{&BlendPixels<Float32, MIX, false>, &BlendPixels<Float32, MIX, true>},
@@ -23,24 +24,17 @@ constexpr BlendMode MakeMode(const Id& id, MIX)
 template <class FORMULA>
 constexpr BlendMode Channels(const Id& id, FORMULA)
 {
-	return MakeMode(id, ChannelMix<FORMULA>());
-}
-
-/// A mode whose formula makes a colour of two.
-template <class FORMULA>
-constexpr BlendMode Colors(const Id& id, FORMULA formula)
-{
-	return MakeMode(id, formula);
+	return Colors(id, ChannelMix<FORMULA>());
 }
 
 template <class T>
-Lanes<T> Luma(const ColorLanes<T>& color)
+TORVI_LANES_INLINE Lanes<T> Luma(const ColorLanes<T>& color)
 {
 	return 0.2125 * color[0] + 0.7154 * color[1] + 0.0721 * color[2];
 }
 
 template <class T>
-ColorLanes<T> SelectColor(LaneMask<T> mask, const ColorLanes<T>& yes, const ColorLanes<T>& no)
+TORVI_LANES_INLINE ColorLanes<T> SelectColor(LaneMask<T> mask, const ColorLanes<T>& yes, const ColorLanes<T>& no)
 {
 	return {Select(mask, yes[0], no[0]), Select(mask, yes[1], no[1]), Select(mask, yes[2], no[2])};
 }
@@ -78,18 +72,9 @@ constexpr auto LEVR = []<class T>(const ColorLanes<T>& b, const ColorLanes<T>& f
 	return {level, level, level};
 };
 
-constexpr auto VIVIDLIGHT = []<class T>(Lanes<T> b, Lanes<T> f)
-{
-	const Lanes<T> burn = 2 * f, dodge = 2 * (f - 0.5);
-	return Select(f < 0.5, Select(burn == 0, 0, Max(0, 1 - (1 - b) / burn)), Select(dodge == 1, 1, Min(1, b / (1 - dodge))));
-};
-
-constexpr auto HARDMIX = []<class T>(Lanes<T> b, Lanes<T> f)
-{
-	const Lanes<T> dodge = Select(f == 1, 1, Min(b / (1 - f), 1));
-	const Lanes<T> burn = Select(b == 1, 1, Select(b == 0, 0, Max(1 - (1 - f) / b, 0)));
-	return Select(f + b > 1, dodge, burn);
-};
+/// Division by 0 has its own value; what the division makes of other numbers is kept at 0 and above, or at 1 and below.
+constexpr auto BURN = [](auto b, auto f) { return Select(f == 0, 0, Max(0, 1 - (1 - b) / f)); };
+constexpr auto DODGE = [](auto b, auto f) { return Select(f == 1, 1, Min(1, b / (1 - f))); };
 
 /// The bits of both on the scale of bytes, which are cut, not rounded.
 constexpr auto XOR = []<class T>(Lanes<T> b, Lanes<T> f) { return (IntLanes<T>(255 * f) ^ IntLanes<T>(255 * b)).ToFloat() / 255; };
@@ -112,13 +97,13 @@ constexpr BlendMode MODES[] = {
 	Channels(ids::BLENDMODE_OVERLAY, [](auto b, auto f) { return Select(b < 0.5, 2 * f * b, 1 - (1 - f) * (2 * (1 - b))); }),
 	Channels(ids::BLENDMODE_HARDLIGHT, [](auto b, auto f) { return Select(f < 0.5, 2 * f * b, 1 - (1 - f) * (2 * (1 - b))); }),
 	Channels(ids::BLENDMODE_SOFTLIGHT, [](auto b, auto f) { return f * f + 2 * f * b - f * (2 * f * b); }),
-	Channels(ids::BLENDMODE_COLORBURN, [](auto b, auto f) { return Select(f == 0, 0, Max(0, 1 - (1 - b) / f)); }),
-	Channels(ids::BLENDMODE_COLORDODGE, [](auto b, auto f) { return Select(f == 1, 1, Min(1, b / (1 - f))); }),
+	Channels(ids::BLENDMODE_COLORBURN, BURN),
+	Channels(ids::BLENDMODE_COLORDODGE, DODGE),
 	Channels(ids::BLENDMODE_EXCLUSION, [](auto b, auto f) { return f + b - 2 * f * b; }),
 	Channels(ids::BLENDMODE_STAMP, [](auto b, auto f) { return Min(Max(2 * f + b - 1, 0), 1); }),
 	Channels(ids::BLENDMODE_LINEARBURN, [](auto b, auto f) { return Max(f + b - 1, 0); }),
 	Channels(ids::BLENDMODE_PINLIGHT, [](auto b, auto f) { return Select(f < 0.5, Min(b, 2 * f), Max(2 * (f - 0.5), b)); }),
-	Channels(ids::BLENDMODE_HARDMIX, HARDMIX),
+	Channels(ids::BLENDMODE_HARDMIX, [](auto b, auto f) { return Select(f + b > 1, DODGE(b, f), Select(b == 1, 1, BURN(f, b))); }),
 	Channels(ids::BLENDMODE_AVERAGE, [](auto b, auto f) { return (f + b) * 0.5; }),
 	Colors(ids::BLENDMODE_DARKER, [](const auto& b, const auto& f) { return SelectColor(Luma(f) <= Luma(b), f, b); }),
 	Channels(ids::BLENDMODE_DIVIDE, [](auto b, auto f) { return Select(f <= 0.0001, b, b / f); }),
@@ -130,7 +115,7 @@ constexpr BlendMode MODES[] = {
 	Colors(ids::BLENDMODE_LIGHTER, [](const auto& b, const auto& f) { return SelectColor(Luma(f) >= Luma(b), f, b); }),
 	Channels(ids::BLENDMODE_REFLECT, [](auto b, auto f) { return Select(1 - f <= 0.0001, 1, Min(1, b * b / (1 - f))); }),
 	Channels(ids::BLENDMODE_SUBTRACT, [](auto b, auto f) { return b - f; }),
-	Channels(ids::BLENDMODE_VIVIDLIGHT, VIVIDLIGHT),
+	Channels(ids::BLENDMODE_VIVIDLIGHT, [](auto b, auto f) { return Select(f < 0.5, BURN(b, 2 * f), DODGE(b, 2 * (f - 0.5))); }),
 	Channels(ids::BLENDMODE_XOR, XOR),
 	{ids::BLENDMODE_APPLYALPHA, {&MultiplyAlpha<Float32>, nullptr}, {&MultiplyAlpha<Float64>, nullptr}},
 };

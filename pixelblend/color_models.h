@@ -21,13 +21,13 @@ struct HslLanes
 };
 
 template <class T>
-Lanes<T> LargestChannel(const ColorLanes<T>& color)
+TORVI_LANES_INLINE Lanes<T> LargestChannel(const ColorLanes<T>& color)
 {
 	return Max(Max(color[0], color[1]), color[2]);
 }
 
 template <class T>
-Lanes<T> SmallestChannel(const ColorLanes<T>& color)
+TORVI_LANES_INLINE Lanes<T> SmallestChannel(const ColorLanes<T>& color)
 {
 	return Min(Min(color[0], color[1]), color[2]);
 }
@@ -36,7 +36,7 @@ Lanes<T> SmallestChannel(const ColorLanes<T>& color)
 inline constexpr Float64 LEAST_HSV_SATURATION = 0.001;
 
 template <class T>
-HsvLanes<T> ToHsv(const ColorLanes<T>& color)
+TORVI_LANES_INLINE HsvLanes<T> ToHsv(const ColorLanes<T>& color)
 {
 	const auto& [red, green, blue] = color;
 	const Lanes<T> value = LargestChannel(color), smallest = SmallestChannel(color);
@@ -50,7 +50,7 @@ HsvLanes<T> ToHsv(const ColorLanes<T>& color)
 }
 
 template <class T>
-ColorLanes<T> FromHsv(const HsvLanes<T>& hsv)
+TORVI_LANES_INLINE ColorLanes<T> FromHsv(const HsvLanes<T>& hsv)
 {
 	const Lanes<T> value = hsv._value;
 	const Lanes<T> hue = Select(hsv._hue == 1, 0, hsv._hue * 6);
@@ -68,7 +68,7 @@ ColorLanes<T> FromHsv(const HsvLanes<T>& hsv)
 }
 
 template <class T>
-HslLanes<T> ToHsl(const ColorLanes<T>& color)
+TORVI_LANES_INLINE HslLanes<T> ToHsl(const ColorLanes<T>& color)
 {
 	const auto& [red, green, blue] = color;
 	const Lanes<T> largest = LargestChannel(color), smallest = SmallestChannel(color);
@@ -84,7 +84,7 @@ HslLanes<T> ToHsl(const ColorLanes<T>& color)
 }
 
 template <class T>
-ColorLanes<T> FromHsl(const HslLanes<T>& hsl)
+TORVI_LANES_INLINE ColorLanes<T> FromHsl(const HslLanes<T>& hsl)
 {
 	// Float32 numbers also among doubles, so that both precisions have the same sectors.
 	constexpr Float64 SIXTH = 0.16666667F, THIRD = 0.33333334F, TWO_THIRDS = 0.6666667F;

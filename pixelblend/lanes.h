@@ -17,6 +17,9 @@ inline constexpr std::size_t LANE_BYTES = 32;
 inline constexpr std::size_t LANE_BYTES = 16;
 #endif
 
+/// For functions that take or give lanes: they stay in registers only where the function is part of its caller.
+#define TORVI_LANES_INLINE [[gnu::always_inline]] inline
+
 /// One yes or no per lane, as the result of comparing Lanes<T>.
 template <class T>
 struct LaneMask
@@ -26,7 +29,7 @@ struct LaneMask
 
 	Vector _bits; ///< all bits of a lane are 0 or 1
 
-	friend LaneMask operator|(LaneMask a, LaneMask b) { return {a._bits | b._bits}; }
+	TORVI_LANES_INLINE friend LaneMask operator|(LaneMask a, LaneMask b) { return {a._bits | b._bits}; }
 };
 
 template <class T>
@@ -40,27 +43,27 @@ struct Lanes
 	/// The same number in all lanes.
 	Lanes(Float64 number) : _vector(static_cast<T>(number) - Vector{}) {}
 
-	friend Lanes operator+(Lanes a, Lanes b) { return a._vector + b._vector; }
-	friend Lanes operator-(Lanes a, Lanes b) { return a._vector - b._vector; }
-	friend Lanes operator*(Lanes a, Lanes b) { return a._vector * b._vector; }
-	friend Lanes operator/(Lanes a, Lanes b) { return a._vector / b._vector; }
-	friend LaneMask<T> operator==(Lanes a, Lanes b) { return {a._vector == b._vector}; }
-	friend LaneMask<T> operator<(Lanes a, Lanes b) { return {a._vector < b._vector}; }
-	friend LaneMask<T> operator<=(Lanes a, Lanes b) { return {a._vector <= b._vector}; }
-	friend LaneMask<T> operator>(Lanes a, Lanes b) { return {a._vector > b._vector}; }
-	friend LaneMask<T> operator>=(Lanes a, Lanes b) { return {a._vector >= b._vector}; }
+	TORVI_LANES_INLINE friend Lanes operator+(Lanes a, Lanes b) { return a._vector + b._vector; }
+	TORVI_LANES_INLINE friend Lanes operator-(Lanes a, Lanes b) { return a._vector - b._vector; }
+	TORVI_LANES_INLINE friend Lanes operator*(Lanes a, Lanes b) { return a._vector * b._vector; }
+	TORVI_LANES_INLINE friend Lanes operator/(Lanes a, Lanes b) { return a._vector / b._vector; }
+	TORVI_LANES_INLINE friend LaneMask<T> operator==(Lanes a, Lanes b) { return {a._vector == b._vector}; }
+	TORVI_LANES_INLINE friend LaneMask<T> operator<(Lanes a, Lanes b) { return {a._vector < b._vector}; }
+	TORVI_LANES_INLINE friend LaneMask<T> operator<=(Lanes a, Lanes b) { return {a._vector <= b._vector}; }
+	TORVI_LANES_INLINE friend LaneMask<T> operator>(Lanes a, Lanes b) { return {a._vector > b._vector}; }
+	TORVI_LANES_INLINE friend LaneMask<T> operator>=(Lanes a, Lanes b) { return {a._vector >= b._vector}; }
 
 	/// `yes` where the mask is set. Both are calculated.
-	friend Lanes Select(LaneMask<T> mask, Lanes yes, Lanes no) { return mask._bits ? yes._vector : no._vector; }
+	TORVI_LANES_INLINE friend Lanes Select(LaneMask<T> mask, Lanes yes, Lanes no) { return mask._bits ? yes._vector : no._vector; }
 	/// The first one where they are equal, or where one of them is no number.
-	friend Lanes Min(Lanes a, Lanes b) { return Select(b < a, b, a); }
-	friend Lanes Max(Lanes a, Lanes b) { return Select(b > a, b, a); }
-	friend Lanes Abs(Lanes a)
+	TORVI_LANES_INLINE friend Lanes Min(Lanes a, Lanes b) { return Select(b < a, b, a); }
+	TORVI_LANES_INLINE friend Lanes Max(Lanes a, Lanes b) { return Select(b > a, b, a); }
+	TORVI_LANES_INLINE friend Lanes Abs(Lanes a)
 	{
 		using Bits = typename LaneMask<T>::Vector;
 		return reinterpret_cast<Vector>(reinterpret_cast<Bits>(a._vector) & std::numeric_limits<typename LaneMask<T>::Bits>::max());
 	}
-	friend Lanes Sqrt(Lanes a)
+	TORVI_LANES_INLINE friend Lanes Sqrt(Lanes a)
 	{
 		for (Int i = 0; i < COUNT; ++i)
 			a._vector[i] = std::sqrt(a._vector[i]);
@@ -86,7 +89,7 @@ struct IntLanes
 	explicit IntLanes(Vector vector) : _vector(vector) {}
 
 	Lanes<T> ToFloat() const { return __builtin_convertvector(_vector, typename Lanes<T>::Vector); }
-	friend IntLanes operator^(IntLanes a, IntLanes b) { return IntLanes(a._vector ^ b._vector); }
+	TORVI_LANES_INLINE friend IntLanes operator^(IntLanes a, IntLanes b) { return IntLanes(a._vector ^ b._vector); }
 
 	Vector _vector;
 };

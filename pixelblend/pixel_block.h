@@ -36,7 +36,7 @@ struct FourVectors
 };
 
 /// Squares of 4 x 4 floats, one in each 128 bits of the vectors, turned over their diagonals.
-inline FourVectors<Float32> Transpose(const FourVectors<Float32>& v)
+TORVI_LANES_INLINE FourVectors<Float32> Transpose(const FourVectors<Float32>& v)
 {
 #if defined(__AVX__)
 #define TORVI_ZIP_LOW(a, b) __builtin_shufflevector(a, b, 0, 8, 1, 9, 4, 12, 5, 13)
@@ -52,12 +52,12 @@ inline FourVectors<Float32> Transpose(const FourVectors<Float32>& v)
 #undef TORVI_ZIP_HIGH
 }
 
-inline FourVectors<Float32> Split(const FourVectors<Float32>& pixels)
+TORVI_LANES_INLINE FourVectors<Float32> Split(const FourVectors<Float32>& pixels)
 {
 	return Transpose(pixels);
 }
 
-inline FourVectors<Float32> Join(const FourVectors<Float32>& planes)
+TORVI_LANES_INLINE FourVectors<Float32> Join(const FourVectors<Float32>& planes)
 {
 	return Transpose(planes);
 }
@@ -65,7 +65,7 @@ inline FourVectors<Float32> Join(const FourVectors<Float32>& planes)
 #if defined(__AVX__)
 
 /// One square of 4 x 4 doubles.
-inline FourVectors<Float64> Transpose(const FourVectors<Float64>& v)
+TORVI_LANES_INLINE FourVectors<Float64> Transpose(const FourVectors<Float64>& v)
 {
 	const auto abEven = __builtin_shufflevector(v._a, v._b, 0, 4, 2, 6), abOdd = __builtin_shufflevector(v._a, v._b, 1, 5, 3, 7);
 	const auto cdEven = __builtin_shufflevector(v._c, v._d, 0, 4, 2, 6), cdOdd = __builtin_shufflevector(v._c, v._d, 1, 5, 3, 7);
@@ -73,12 +73,12 @@ inline FourVectors<Float64> Transpose(const FourVectors<Float64>& v)
 			__builtin_shufflevector(abEven, cdEven, 2, 3, 6, 7), __builtin_shufflevector(abOdd, cdOdd, 2, 3, 6, 7)};
 }
 
-inline FourVectors<Float64> Split(const FourVectors<Float64>& pixels)
+TORVI_LANES_INLINE FourVectors<Float64> Split(const FourVectors<Float64>& pixels)
 {
 	return Transpose(pixels);
 }
 
-inline FourVectors<Float64> Join(const FourVectors<Float64>& planes)
+TORVI_LANES_INLINE FourVectors<Float64> Join(const FourVectors<Float64>& planes)
 {
 	return Transpose(planes);
 }
@@ -86,13 +86,13 @@ inline FourVectors<Float64> Join(const FourVectors<Float64>& planes)
 #else
 
 /// Two pixels of two vectors each.
-inline FourVectors<Float64> Split(const FourVectors<Float64>& v)
+TORVI_LANES_INLINE FourVectors<Float64> Split(const FourVectors<Float64>& v)
 {
 	return {__builtin_shufflevector(v._a, v._c, 0, 2), __builtin_shufflevector(v._a, v._c, 1, 3), __builtin_shufflevector(v._b, v._d, 0, 2),
 			__builtin_shufflevector(v._b, v._d, 1, 3)};
 }
 
-inline FourVectors<Float64> Join(const FourVectors<Float64>& v)
+TORVI_LANES_INLINE FourVectors<Float64> Join(const FourVectors<Float64>& v)
 {
 	return {__builtin_shufflevector(v._a, v._b, 0, 2), __builtin_shufflevector(v._c, v._d, 0, 2), __builtin_shufflevector(v._a, v._b, 1, 3),
 			__builtin_shufflevector(v._c, v._d, 1, 3)};
@@ -104,20 +104,29 @@ inline FourVectors<Float64> Join(const FourVectors<Float64>& v)
 
 /// Reads packed pixels; `source` needs no alignment.
 template <class T>
-PixelBlock<T> LoadBlock(const Byte* source)
+TORVI_LANES_INLINE PixelBlock<T> LoadBlock(const Byte* source)
 {
-	detail::FourVectors<T> pixels;
-	std::memcpy(&pixels, source, sizeof(pixels));
-	const auto planes = detail::Split(pixels);
+	const auto load = [source](std::size_t index)
+	{
+		typename Lanes<T>::Vector vector;
+		std::memcpy(&vector, source + index * LANE_BYTES, LANE_BYTES);
+		return vector;
+	};
+	const auto planes = detail::Split(detail::FourVectors<T>{load(0), load(1), load(2), load(3)});
 	return {{planes._a, planes._b, planes._c}, planes._d};
 }
 
 template <class T>
-void StoreBlock(const PixelBlock<T>& block, Byte* destination)
+TORVI_LANES_INLINE void StoreBlock(const PixelBlock<T>& block, Byte* destination)
 {
-	const auto pixels = detail::Join(
-		detail::FourVectors<T>{block._color[0]._vector, block._color[1]._vector, block._color[2]._vector, block._alpha._vector});
-	std::memcpy(destination, &pixels, sizeof(pixels));
+	const auto store = [destination](std::size_t index, typename Lanes<T>::Vector vector)
+	{ std::memcpy(destination + index * LANE_BYTES, &vector, LANE_BYTES); };
+	const auto& [red, green, blue] = block._color;
+	const auto pixels = detail::Join(detail::FourVectors<T>{red._vector, green._vector, blue._vector, block._alpha._vector});
+	store(0, pixels._a);
+	store(1, pixels._b);
+	store(2, pixels._c);
+	store(3, pixels._d);
 }
 
 } // namespace torvi

@@ -108,35 +108,11 @@ public:
 private:
 	T MakeChannel()
 	{
-		constexpr T INFINITE = std::numeric_limits<T>::infinity();
-		static const T LIMITS[] = {0,
-								T(-0.0),
-								T(0.0001),
-								T(0.00005),
-								T(0.25),
-								T(0.5),
-								T(0.9999),
-								T(0.99991),
-								1,
-								T(1.0001),
-								T(-0.25),
-								T(-1.5),
-								2,
-								300,
-								T(9e6),
-								T(-9e6),
-								T(3e9),
-								T(1e30),
-								INFINITE,
-								-INFINITE,
-								T(1) / 3,
-								T(2) / 3,
-								T(0.75),
-								128 / T(255),
-								1 / T(255),
-								std::numeric_limits<T>::denorm_min(),
-								std::nextafter(T(0.5), T(0)),
-								std::nextafter(T(1), T(0))};
+		static const T FAR = std::numeric_limits<T>::infinity(), TINY = std::numeric_limits<T>::denorm_min();
+		static const T HALF = std::nextafter(T(0.5), T(0)), FULL = std::nextafter(T(1), T(0));
+		static const T LIMITS[] = {0,        T(-0.0),  T(0.0001), T(0.00005),   T(0.25),    T(0.5),  T(0.9999), T(0.99991), 1,   T(1.0001),
+								   T(-0.25), T(-1.5),  2,         300,          T(9e6),     T(-9e6), T(3e9),    T(1e30),    FAR, -FAR,
+								   T(1) / 3, T(2) / 3, T(0.75),   128 / T(255), 1 / T(255), TINY,    HALF,      FULL};
 		return Draw(2) == 0 ? LIMITS[Draw(std::size(LIMITS))] : MakeUnit();
 	}
 	T MakeUnit() { return T(Draw(65536)) / 65536; }
