@@ -24,6 +24,7 @@ void AddBlending(const Options& options);
 void AddLayouts(const Options& options);
 void AddThreads(const Options& options);
 void AddHandlers(const Options& options);
+void AddComposition(const Options& options);
 void AddFiles(const Options& options);
 void AddStart();
 

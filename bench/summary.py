@@ -96,6 +96,13 @@ def blend_lines(measurements):
         yield at_least("blending 64 pixels: other modes, slowest", others[name], 60, "Mpixel/s", name)
 
 
+def composition_lines(measurements):
+    for entry in select(measurements, "composition/ten-layers").values():
+        yield at_least("ten layers composed, pixels of a layer", 1000 / entry["fastest_ns"], 136, "Mpixel/s")
+    for entry in select(measurements, "composition/two-threads").values():
+        yield at_least("composing on two threads against one", 2 * versus_reference(entry), 1.7, "x")
+
+
 def file_lines(measurements):
     for entry in select(measurements, "file/load").values():
         yield at_most("load of a BMP against read + kernel", 1 / versus_reference(entry), 1.5, "x")
@@ -109,10 +116,11 @@ def file_lines(measurements):
 
 def budget_lines(measurements):
     """One line for each budget that something was measured for."""
-    return [line for lines in (pair_lines, layout_lines, call_lines, blend_lines, file_lines) for line in lines(measurements)]
+    parts = (pair_lines, layout_lines, call_lines, blend_lines, composition_lines, file_lines)
+    return [line for lines in parts for line in lines(measurements)]
 
 
-BUDGET_COUNT = 20
+BUDGET_COUNT = 22
 
 
 def describe_sizes(measurements):

@@ -86,11 +86,34 @@ Result<void> AddSetting(DataDictionary& settings, const Id& exporter, const std:
 	return settings.SetData(key, TORVI_TRY(ParseSetting(exporter, key, assignment.substr(mark + 1))));
 }
 
+/// Whether a part is made of layers or combined with masks, so that some of it may be transparent whatever its own pixels are.
+Bool IsComposed(const PicturePart& part)
+{
+	const auto has = [&](IMAGEHIERARCHY branch) { return static_cast<Bool>(part._image->GetFirstChild(static_cast<Int32>(branch))); };
+	return !part._isWhole && (has(IMAGEHIERARCHY::LAYER) || has(IMAGEHIERARCHY::MASK));
+}
+
+/// An RGB or grey format with alpha behind its channels; other formats stay as they are.
+Result<PixelFormat> WithAlpha(const PixelFormat& format)
+{
+	const Block<const ImageChannel> own = format->GetChannels();
+	const ColorSpace space = format->GetColorSpace();
+	const Bool isKnown =
+		space == FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_RGB) || space == FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_GREY);
+	if (own.empty() || format->HasAlpha() || !isKnown)
+		return format;
+	Array<ImageChannel> channels(own.begin(), own.end());
+	std::erase_if(channels, [](const ImageChannel& channel) { return channel->GetChannelType()->GetType() == CHANNELTYPE::UNUSED; });
+	channels.push_back(GetImageChannel(CHANNELTYPE::ALPHA, own.front()->GetDataType()));
+	return FindOrCreatePixelFormat(channels);
+}
+
 /// A texture of one image with the pixels of a part of a picture, and what the picture says about them.
 Result<ImageTextureRef> TakePart(const ImageBaseRef& picture, const PicturePart& part)
 {
-	const PixelFormat format = part._image->GetPixelFormat();
-	TORVI_CHECK(format, IllegalStateError("The picture has no pixel format."));
+	const PixelFormat own = part._image->GetPixelFormat();
+	TORVI_CHECK(own, IllegalStateError("The picture has no pixel format."));
+	const PixelFormat format = IsComposed(part) ? TORVI_TRY(WithAlpha(own)) : own;
 	const PictureReader reader = TORVI_TRY(PictureReader::Open(part, format, ColorProfile(), PictureReader::Alpha::NONE));
 	const auto texture = TORVI_TRY(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
 	const auto copy = TORVI_TRY(CreateObject<ImageInterface>(ids::IMAGECLASS_IMAGE));
