@@ -20,10 +20,12 @@ struct Options
 
 // Each adds the measurements of one subject.
 void AddConversions(const Options& options);
+void AddBlending(const Options& options);
 void AddLayouts(const Options& options);
 void AddThreads(const Options& options);
 void AddColours(const Options& options);
 void AddHandlers(const Options& options);
+void AddComposition(const Options& options);
 void AddFiles(const Options& options);
 void AddStart();
 

@@ -16,6 +16,8 @@ MEBIBYTE = 1 << 20
 PAIRS_SHOWN = 10
 TYPES = ("u8", "u16", "u32", "s32", "f16", "f32", "f64")
 COLOURS = ("rgb", "bgr")
+# Mpixel/s: twice what the fastest other library reached that has the mode.
+BLEND_RATES = {"multiply": 158, "softlight": 116, "hue": 56}
 GREYS = ("grey", "greya", "agrey")
 
 
@@ -87,6 +89,26 @@ def call_lines(measurements):
         yield at_most(f"_{name}Line beyond the kernel", entry["fastest_ns"] - entry["reference_ns"], 60, "ns")
 
 
+def blend_lines(measurements):
+    modes = select(measurements, "blend/64/")
+    rates = {name: 1000 / entry["fastest_ns"] for name, entry in modes.items()}
+    if "over" in modes:
+        yield at_least("blending 64 pixels: over", versus_reference(modes["over"]), 0.15, "x", f"{rates['over']:.0f} Mpixel/s")
+    for name in (name for name in BLEND_RATES if name in rates):
+        yield at_least(f"blending 64 pixels: {name}", rates[name], BLEND_RATES[name], "Mpixel/s")
+    others = {name: rate for name, rate in rates.items() if name != "over" and name not in BLEND_RATES}
+    if others:
+        name = min(others, key=others.get)
+        yield at_least("blending 64 pixels: other modes, slowest", others[name], 60, "Mpixel/s", name)
+
+
+def composition_lines(measurements):
+    for entry in select(measurements, "composition/ten-layers").values():
+        yield at_least("ten layers composed, pixels of a layer", 1000 / entry["fastest_ns"], 136, "Mpixel/s")
+    for entry in select(measurements, "composition/two-threads").values():
+        yield at_least("composing on two threads against one", 2 * versus_reference(entry), 1.7, "x")
+
+
 def file_lines(measurements):
     for entry in select(measurements, "file/load").values():
         yield at_most("load of a BMP against read + kernel", 1 / versus_reference(entry), 1.5, "x")
@@ -100,10 +122,11 @@ def file_lines(measurements):
 
 def budget_lines(measurements):
     """One line for each budget that something was measured for."""
-    return [line for lines in (pair_lines, layout_lines, colour_lines, call_lines, file_lines) for line in lines(measurements)]
+    parts = (pair_lines, layout_lines, colour_lines, call_lines, blend_lines, composition_lines, file_lines)
+    return [line for lines in parts for line in lines(measurements)]
 
 
-BUDGET_COUNT = 18
+BUDGET_COUNT = 25
 
 
 def describe_sizes(measurements):

@@ -1,5 +1,5 @@
 // Lookups of conversions that a format remembers, and short runs through a function that is held, on one thread and on two at once.
-#include "bench/measure.h"
+#include "bench/threads.h"
 
 #include <array>
 #include <atomic>
@@ -15,8 +15,6 @@ namespace
 {
 
 constexpr Int SHORT_RUN = 64; // pixels
-
-using ThreadFunction = std::function<Result<void>(Int thread, Int call)>;
 
 /// Keeps the calling thread on a processor of its own, as far as there are enough.
 void MoveToProcessor(Int number)
@@ -64,22 +62,10 @@ Result<double> TimeThreads(Int threadCount, Int calls, const ThreadFunction& fun
 	return time.count() / static_cast<double>(calls);
 }
 
-/// Times two threads against one, by the clock on the wall. Turns are short, so that some fall where nothing else runs on the machine.
-Result<void> CompareWithOneThread(benchmark::State& state, double seconds, const ThreadFunction& function)
+/// The calls of a turn.
+Int CallsIn(double seconds)
 {
-	const Int calls = seconds > 0.0 ? 10000 : 1;
-	double one = std::numeric_limits<double>::max();
-	double two = one;
-	const auto round = [&]() -> Result<void>
-	{
-		one = std::min(one, TORVI_TRY(TimeThreads(1, calls, function)));
-		two = std::min(two, TORVI_TRY(TimeThreads(2, calls, function)));
-		return OK;
-	};
-	TORVI_TRY(RepeatRounds(seconds, round));
-	state.counters["fastest_ns"] = two;
-	state.counters["reference_ns"] = one;
-	return OK;
+	return seconds > 0.0 ? 10000 : 1;
 }
 
 /// Sources by turns, so that each lookup finds another entry than the one before.
@@ -94,7 +80,7 @@ Result<void> LookUp(benchmark::State& state, double seconds)
 		benchmark::DoNotOptimize(function);
 		return OK;
 	};
-	return CompareWithOneThread(state, seconds, lookUp);
+	return CompareWithOneThread(state, seconds, CallsIn(seconds), lookUp);
 }
 
 /// The function was looked up once; each thread has pixels of its own.
@@ -113,10 +99,26 @@ Result<void> ConvertShortRuns(benchmark::State& state, double seconds)
 		benchmark::ClobberMemory();
 		return OK;
 	};
-	return CompareWithOneThread(state, seconds, convert);
+	return CompareWithOneThread(state, seconds, CallsIn(seconds), convert);
 }
 
 } // namespace
+
+Result<void> CompareWithOneThread(benchmark::State& state, double seconds, Int calls, const ThreadFunction& function)
+{
+	double one = std::numeric_limits<double>::max();
+	double two = one;
+	const auto round = [&]() -> Result<void>
+	{
+		one = std::min(one, TORVI_TRY(TimeThreads(1, calls, function)));
+		two = std::min(two, TORVI_TRY(TimeThreads(2, calls, function)));
+		return OK;
+	};
+	TORVI_TRY(RepeatRounds(seconds, round));
+	state.counters["fastest_ns"] = two;
+	state.counters["reference_ns"] = one;
+	return OK;
+}
 
 void AddThreads(const Options& options)
 {

@@ -5,6 +5,7 @@
 #include "host/datatype.h"
 
 #include <memory>
+#include <optional>
 
 namespace torvi
 {
@@ -148,6 +149,25 @@ public:
 		return Get<T>(key).ValueOr(std::move(fallback));
 	}
 };
+
+/// The value; nothing if the key is missing; the reading error for any other failure.
+template <class T>
+Result<std::optional<T>> ReadOptional(const DataDictionaryObjectInterface& dictionary, const Id& key)
+{
+	Result<T> value = dictionary.Get<T>(key);
+	if (value.IsOk())
+		return std::optional<T>(value.TakeValue());
+	if (value.GetError().GetId() == errorids::KEYNOTFOUND)
+		return std::optional<T>();
+	return value.TakeError();
+}
+
+/// The value, or `fallback` if the key is missing; the reading error for any other failure.
+template <class T>
+Result<T> ReadOr(const DataDictionaryObjectInterface& dictionary, const Id& key, T fallback)
+{
+	return TORVI_TRY(ReadOptional<T>(dictionary, key)).value_or(std::move(fallback));
+}
 
 /// The implementation that other implementations derive from.
 class TORVI_EXPORT DataDictionaryObjectImpl : public virtual DataDictionaryObjectInterface

@@ -1,6 +1,7 @@
 // The base of all image objects.
 #include "image/gfx_imagebaseimpl.h"
 
+#include "image/color_transform.h"
 #include "image/registration.h"
 #include "torvi/ids_keys.h"
 
@@ -100,12 +101,16 @@ Result<ImageBaseRef> ImageBaseImpl::CreateSubImagePart(const DrawRectInt& rect)
 	return GetSelf();
 }
 
-Result<ImageBaseRef> ImageBaseImpl::TransformColors(const ColorProfile& srcProfile, const ColorProfile& dstProfile, UInt32)
+Result<ImageBaseRef> ImageBaseImpl::TransformColors(const ColorProfile& srcProfile, const ColorProfile& dstProfile, UInt32 flags)
 {
-	const ColorProfile source = !srcProfile.IsEmpty() ? srcProfile : TORVI_TRY(Get<ColorProfile>(ids::IMAGE_COLORPROFILE));
-	TORVI_CHECK(source.IsEmpty() || dstProfile.IsEmpty(),
-				UnsupportedOperationError("The colours of an image can not be transformed in place."));
-	return GetSelf();
+	return NoThrow(
+		[&]() -> Result<ImageBaseRef>
+		{
+			const ColorProfile source = !srcProfile.IsEmpty() ? srcProfile : TORVI_TRY(Get<ColorProfile>(ids::IMAGE_COLORPROFILE));
+			if (!source.IsEmpty() && !dstProfile.IsEmpty())
+				TORVI_TRY(TransformImageColors(*this, source, dstProfile, flags));
+			return GetSelf();
+		});
 }
 
 Result<Data> ImageBaseImpl::GetData(const InternedId& key) const

@@ -31,7 +31,7 @@ public:
 	Result<void> SetComponent(Int channel, const ImagePos& pos, const Byte* source, Int pixelStride) override;
 	/// The whole rectangle is this image. UnsupportedOperationError for others, which have no implementation yet.
 	Result<ImageBaseRef> CreateSubImagePart(const DrawRectInt& rect) override;
-	/// Gives the object unchanged where a profile is missing. UnsupportedOperationError else: the conversion has no implementation yet.
+	/// A missing source profile is the image's own. Gives the object unchanged where a profile is missing still. See TransformImageColors.
 	Result<ImageBaseRef> TransformColors(const ColorProfile& srcProfile, const ColorProfile& dstProfile, UInt32 flags) override;
 	Result<RegionChangedObservableRef> ObservableRegionChanged(Bool create) override { return _regions.GetObservable(create); }
 

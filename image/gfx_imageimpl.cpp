@@ -94,7 +94,7 @@ Result<GetPixelHandlerStruct> ImageImpl::MakeHandler(const ReadRequest& request)
 	TORVI_CHECK(storage, MakeNoStorageError());
 	const Bool withMasks = !HasFlag(request._flags, GETPIXELHANDLERFLAGS::NOMASKS);
 	if (storage->GetClassId() == ids::IMAGEPIXELSTORAGECLASS_NODATA)
-		return MakeMerge(request, GetVisibleLayers(), withMasks);
+		return MakeMerge(request, TORVI_TRY(GetVisibleLayers()), withMasks);
 	if (withMasks && HasMasks())
 	{
 		ReadRequest unmasked = request;
@@ -112,19 +112,21 @@ Result<GetPixelHandlerStruct> ImageImpl::MakeMerge(const ReadRequest& request, A
 	merge._parent = GetSelf();
 	merge._withMasks = withMasks;
 	merge._dstFormat = request._dstFormat;
-	merge._dstChannelOffsets = request._dstChannelOffsets;
 	merge._dstColorProfile = request._dstColorProfile;
 	merge._flags = request._flags;
 	return MakeMergedHandler(merge);
 }
 
-Array<ImageBaseRef> ImageImpl::GetVisibleLayers() const
+Result<Array<ImageBaseRef>> ImageImpl::GetVisibleLayers() const
 {
-	Array<ImageBaseRef> layers = GetImageChildren(*this, IMAGEHIERARCHY::LAYER);
-	std::erase_if(
-		layers, [](const ImageBaseRef& layer)
-		{ return !layer->GetOr<Bool>(ids::IMAGE_LAYER_ENABLED, true) || layer->GetOr<Float64>(ids::IMAGE_LAYER_OPACITY, 1.0) == 0.0; });
-	return layers;
+	Array<ImageBaseRef> visible;
+	for (const ImageBaseRef& layer : GetImageChildren(*this, IMAGEHIERARCHY::LAYER))
+	{
+		const Bool isEnabled = TORVI_TRY(ReadOr<Bool>(*layer, ids::IMAGE_LAYER_ENABLED, true));
+		if (isEnabled && TORVI_TRY(ReadOr<Float64>(*layer, ids::IMAGE_LAYER_OPACITY, 1.0)) != 0.0)
+			visible.push_back(layer);
+	}
+	return visible;
 }
 
 Result<SetPixelHandlerStruct> ImageImpl::SetPixelHandler(const PixelFormat& srcFormat, const ChannelOffsets& srcChannelOffsets,

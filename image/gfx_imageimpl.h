@@ -75,7 +75,7 @@ private:
 
 	Result<GetPixelHandlerStruct> MakeHandler(const ReadRequest& request);
 	Result<GetPixelHandlerStruct> MakeMerge(const ReadRequest& request, Array<ImageBaseRef> layers, Bool withMasks);
-	Array<ImageBaseRef> GetVisibleLayers() const;
+	Result<Array<ImageBaseRef>> GetVisibleLayers() const;
 	Bool HasMasks() const { return static_cast<bool>(GetFirstChild(static_cast<Int32>(IMAGEHIERARCHY::MASK))); }
 	RegionChangedDelegate MakeRegionReport();
 

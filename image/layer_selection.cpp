@@ -38,15 +38,6 @@ Result<void> VisitBranch(const ImageBaseInterface& top, IMAGEHIERARCHY branch, c
 	return OK;
 }
 
-/// The empty text for an image without that key.
-Result<String> ReadText(const ImageBaseInterface& image, const Id& key)
-{
-	Result<Data> data = image.GetData(key);
-	if (data.IsOk())
-		return data.GetValue().Get<String>();
-	return data.GetError().GetId() == errorids::KEYNOTFOUND ? Result<String>(String()) : Result<String>(data.TakeError());
-}
-
 void PrependName(String& path, const String& name)
 {
 	if (!name.empty())
@@ -62,11 +53,11 @@ struct LayerPlace
 
 Result<LayerPlace> FindPlace(const ImageBaseInterface& image, const ImageBaseRef& layer)
 {
-	LayerPlace place = {TORVI_TRY(ReadText(*layer, ids::IMAGE_NAME)), layer};
+	LayerPlace place = {TORVI_TRY(ReadOr<String>(*layer, ids::IMAGE_NAME, {})), layer};
 	ImageBaseRef parent = Cast<ImageLayerInterface>(layer->GetParent());
 	while (parent && parent.GetPointer() != &image)
 	{
-		PrependName(place._path, TORVI_TRY(ReadText(*parent, ids::IMAGE_NAME)));
+		PrependName(place._path, TORVI_TRY(ReadOr<String>(*parent, ids::IMAGE_NAME, {})));
 		place._outermost = parent;
 		parent = Cast<ImageLayerInterface>(parent->GetParent());
 	}
@@ -78,7 +69,7 @@ Result<Array<ImageBaseRef>> SelectAlpha(const ImageBaseInterface& image, const L
 	ImageBaseRef result;
 	const auto visit = [&](const ImageBaseRef& alpha) -> Result<Bool>
 	{
-		if (!names.contains(TORVI_TRY(ReadText(*alpha, ids::IMAGE_ALPHANAME))))
+		if (!names.contains(TORVI_TRY(ReadOr<String>(*alpha, ids::IMAGE_ALPHANAME, {}))))
 			return false;
 		result = alpha;
 		return true;
@@ -99,7 +90,7 @@ public:
 	/// True when the search is over.
 	Result<Bool> VisitLayer(const ImageBaseRef& layer)
 	{
-		const String name = TORVI_TRY(ReadText(*layer, ids::IMAGE_NAME));
+		const String name = TORVI_TRY(ReadOr<String>(*layer, ids::IMAGE_NAME, {}));
 		const String path = TORVI_TRY(FindPlace(_image, layer))._path;
 		TORVI_TRY(VisitBranch(*layer, IMAGEHIERARCHY::MASK, [&](const ImageBaseRef& mask) { return VisitMask(name, path, mask); }));
 		return static_cast<Bool>(_byName);
@@ -110,7 +101,7 @@ public:
 private:
 	Result<Bool> VisitMask(const String& layerName, const String& layerPath, const ImageBaseRef& mask)
 	{
-		String name = TORVI_TRY(ReadText(*mask, ids::IMAGE_NAME));
+		String name = TORVI_TRY(ReadOr<String>(*mask, ids::IMAGE_NAME, {}));
 		if (name.empty())
 			name = MakeString(UNNAMED_MASK);
 		if (!_first)

@@ -1,4 +1,4 @@
-// The block of bytes behind a storage. New bytes are fresh zero pages that cost nothing until they are touched.
+// Blocks of bytes for pixels, and the one behind a storage. Its new bytes are fresh zero pages that cost nothing until they are touched.
 #pragma once
 
 #include "host/memory.h"
@@ -9,6 +9,13 @@
 
 namespace torvi
 {
+
+/// Bytes of the host's allocator, as CreatePix gives them.
+struct FreeBytes
+{
+	void operator()(Byte* bytes) const noexcept { Free(bytes); }
+};
+using OwnedBytes = std::unique_ptr<Byte, FreeBytes>;
 
 class PixelMemory
 {
@@ -48,12 +55,7 @@ public:
 	Block<const Byte> GetBlock() const noexcept { return {_bytes.get(), static_cast<std::size_t>(_size)}; }
 
 private:
-	struct Release
-	{
-		void operator()(Byte* bytes) const noexcept { Free(bytes); }
-	};
-
-	std::unique_ptr<Byte, Release> _bytes;
+	OwnedBytes _bytes;
 	Int _size = 0;
 };
 

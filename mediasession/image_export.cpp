@@ -66,7 +66,8 @@ Result<GetPixelHandlerStruct> ExportRun::OpenImage(const PixelFormat& format, co
 {
 	const ColorProfile source = GetProperties()->GetOr<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE, {});
 	const Bool canConvert = !source.IsEmpty() || !_pixelFormat->GetDefaultColorProfile().IsEmpty();
-	const auto flags = canConvert ? GETPIXELHANDLERFLAGS::FORCECOLORPROFILECONVERSION : GETPIXELHANDLERFLAGS::NONE;
+	const Bool isForced = canConvert && !profile.IsEmpty();
+	const auto flags = isForced ? GETPIXELHANDLERFLAGS::FORCECOLORPROFILECONVERSION : GETPIXELHANDLERFLAGS::NONE;
 	return _image._stream->GetPixelStream(_image._properties, format, channelOffsets, profile, flags);
 }
 

@@ -69,7 +69,10 @@ Result<StreamHandle> StreamTreeBuilder::AddImage(const ImportStreamInfo& info)
 Result<StreamHandle> StreamTreeBuilder::AddChild(StreamHandle parent, const ImportStreamInfo& info, ImportWork work)
 {
 	const Stream parentStream = _streams[static_cast<std::size_t>(parent)];
+	TORVI_CHECK(parentStream._depth < LAYER_NESTING_LIMIT,
+				FileFormatError("The layers of a picture are nested in more than @ levels.", LAYER_NESTING_LIMIT));
 	const StreamHandle handle = TORVI_TRY(Add(info, work == ImportWork::OFPARENT ? parentStream._work : -1));
+	_streams.back()._depth = parentStream._depth + 1;
 	TORVI_TRY(_streams.back()._stream->InsertAsLastChildOf(parentStream._stream, BranchOf(info._type)));
 	return handle;
 }

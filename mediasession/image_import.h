@@ -42,7 +42,7 @@ public:
 
 	/// A top-level picture, with work of its own.
 	Result<StreamHandle> AddImage(const ImportStreamInfo& info);
-	/// A stream below another one.
+	/// A stream below another one. FileFormatError for a stream that lies deeper than LAYER_NESTING_LIMIT below its picture.
 	Result<StreamHandle> AddChild(StreamHandle parent, const ImportStreamInfo& info, ImportWork work);
 	/// A further key of a stream's format.
 	template <class T>
@@ -63,7 +63,8 @@ private:
 	{
 		MediaStreamImageDataImportRef _stream;
 		MediaStreamFormat _format;
-		Int _work; ///< index of the piece of work
+		Int _work;      ///< index of the piece of work
+		Int _depth = 0; ///< levels below its picture
 	};
 	Result<StreamHandle> Add(const ImportStreamInfo& info, Int work);
 

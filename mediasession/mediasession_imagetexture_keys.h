@@ -5,8 +5,6 @@
 #include "torvi/gfx_image.h"
 #include "torvi/mediasession_stream.h"
 
-#include <optional>
-
 namespace torvi
 {
 
@@ -42,24 +40,5 @@ Bool IsLayerType(MediaStreamType type);
 /// is a wrong-data-type error.
 Result<void> CopyKeysToImage(KeyGroup group, const DataDictionaryObjectInterface& format, DataDictionaryObjectInterface& image);
 Result<void> CopyKeysToFormat(KeyGroup group, const DataDictionaryObjectInterface& image, DataDictionaryObjectInterface& format);
-
-/// The value; nothing if the key is missing; the reading error for any other failure.
-template <class T>
-Result<std::optional<T>> ReadOptional(const DataDictionaryObjectInterface& dictionary, const Id& key)
-{
-	Result<T> value = dictionary.Get<T>(key);
-	if (value.IsOk())
-		return std::optional<T>(value.TakeValue());
-	if (value.GetError().GetId() == errorids::KEYNOTFOUND)
-		return std::optional<T>();
-	return value.TakeError();
-}
-
-/// The value, or `fallback` if the key is missing; the reading error for any other failure.
-template <class T>
-Result<T> ReadOr(const DataDictionaryObjectInterface& dictionary, const Id& key, T fallback)
-{
-	return TORVI_TRY(ReadOptional<T>(dictionary, key)).value_or(std::move(fallback));
-}
 
 } // namespace torvi

@@ -1,5 +1,5 @@
 // Start and end of the module: calls each folder's registration in order. The order is that of need: data types, then what pixels are, then
-// what their numbers mean, then pictures, then the ways in and out.
+// what their numbers mean, then pictures, then the ways in and out, then services.
 #include "torvi/module.h"
 
 #include "color/registration.h"
@@ -9,7 +9,9 @@
 #include "media_io/registration.h"
 #include "mediasession/registration.h"
 #include "module/descriptions.h"
+#include "pixelblend/registration.h"
 #include "pixelformat/registration.h"
+#include "platform/registration.h"
 
 #include <memory>
 
@@ -24,9 +26,11 @@ constexpr RegistrationStep FOLDERS[] = {
 	{"descriptions", &RegisterDescriptions},
 	{"pixel formats", &RegisterPixelFormats},
 	{"colour profiles", &RegisterColor},
+	{"blend modes", &RegisterPixelBlend},
 	{"images", &RegisterImages},
 	{"media session", &RegisterMediaSession},
 	{"media formats", &RegisterMediaFormats},
+	{"platform services", &RegisterPlatform},
 };
 
 /// What lives from start to end.

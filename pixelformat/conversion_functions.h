@@ -2,7 +2,7 @@
 // shared record that never changes; nothing in it points to what the caller passed in.
 #pragma once
 
-#include "pixelformat/kernel_run.h"
+#include "pixelformat/kernel_channel.h"
 #include "torvi/gfx_image_pixelformat.h"
 
 namespace torvi
@@ -28,15 +28,22 @@ inline KernelRun RunOf(const PixelBuffer& destination, Int count, const PixelBuf
 /// A function of a kernel without state.
 ConvertPixelFunc FunctionOf(RunKernel kernel);
 
-/// A function of a plan, of a program or of a copy: of what has a `Run` and never changes.
+/// A function of what has a `Run` and never changes. Where it has a direct way for packed pixels, short runs take that.
 template <class Conversion>
 Result<ConvertPixelFunc> FunctionOf(Conversion conversion)
 {
 	auto record = TORVI_TRY(NewObject<SharedRecord<Conversion>>(std::move(conversion)));
+	DirectRun direct;
+	if constexpr (requires { record->GetValue().GetDirectRun(); })
+		direct = record->GetValue().GetDirectRun();
 	return ConvertPixelFunc(
-		[record](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
+		[record, direct](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32) -> Result<void>
 		{
-			record->GetValue().Run(RunOf(destination, count, source));
+			if (direct._destinationStride == destination._stride && direct._sourceStride == source._stride && count > 0 &&
+				count < direct._end)
+				direct._function(destination._pixel, source._pixel, count, *direct._step);
+			else
+				record->GetValue().Run(RunOf(destination, count, source));
 			return OK;
 		});
 }

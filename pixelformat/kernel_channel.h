@@ -35,6 +35,9 @@ public:
 			RunSteps(run);
 	}
 
+	/// As the plan's, if there is one.
+	DirectRun GetDirectRun() const { return _plan ? _plan->GetDirectRun() : DirectRun(); }
+
 private:
 	void RunSteps(const KernelRun& run) const;
 

@@ -2,6 +2,7 @@
 #include "pixelformat/kernel_linear.h"
 
 #include "pixelformat/kernel_linear_float.h"
+#include "pixelformat/kernel_shuffle.h"
 #include "pixelformat/kernel_values.h"
 
 #include <algorithm>
@@ -20,6 +21,13 @@ constexpr bool IS_HALF = std::same_as<T, HalfFloat>;
 
 template <class D, class S>
 void ConvertValues(Byte* __restrict destination, const Byte* __restrict source, Int count);
+
+/// Bytes to 16 bits, which hold each byte twice: a shuffle of bytes.
+void RepeatBytes(Byte* destination, const Byte* source, Int count)
+{
+	static const ShuffleMap MAP = MakeShuffleMap(1, 1, std::array<ChannelPick, 2>{{{0, 0}, {0, 0}}});
+	ShufflePixels(destination, source, count, MAP);
+}
 
 /// Half floats meet other types as float32; signed integers as unsigned ones.
 template <class D, class MIDDLE, class S>
@@ -40,6 +48,8 @@ void ConvertValues(Byte* __restrict destination, const Byte* __restrict source, 
 {
 	if constexpr (std::same_as<D, S>)
 		std::memcpy(destination, source, static_cast<std::size_t>(count) * sizeof(D));
+	else if constexpr (std::same_as<D, UInt16> && std::same_as<S, UChar>)
+		RepeatBytes(destination, source, count);
 	else if constexpr (HAS_CONVERT_FLOATS<D, S>)
 		ConvertFloats<D, S>(destination, source, count);
 	else if constexpr (IS_HALF<D> || IS_HALF<S>)

@@ -282,9 +282,15 @@ void ConversionPlan::Finish()
 	for (Int i = 0; i < _stepCount; ++i)
 		largest = std::max(largest, _steps[static_cast<std::size_t>(i)]._destinationSize);
 	_chunk = BUFFER_BYTES / largest / CHUNK_MULTIPLE * CHUNK_MULTIPLE;
-	const bool isDirect = _stepCount == 1 && _destination.IsContiguous() && _source.IsContiguous();
-	_directDestination = isDirect ? _destination.GetPixelSize() : NO_STRIDE;
-	_directSource = isDirect ? _source.GetPixelSize() : NO_STRIDE;
+}
+
+DirectRun ConversionPlan::GetDirectRun() const
+{
+	const bool startsAtPixel = _destination.GetFirstOffset() == 0 && _source.GetFirstOffset() == 0;
+	if (_stepCount != 1 || !_destination.IsContiguous() || !_source.IsContiguous() || !startsAtPixel)
+		return {};
+	return {_steps[0]._function, _steps.data(), 8 * _destination.GetPixelSize(), 8 * _source.GetPixelSize(),
+			STREAM_BYTES / _destination.GetPixelSize()};
 }
 
 ConversionPlan ConversionPlan::Make(Block<const ChannelPlace> destination, Block<const ChannelPlace> source, const ColourMap& map)
@@ -319,8 +325,10 @@ ConversionPlan ConversionPlan::Before(const PlanStep& step) const
 	return plan;
 }
 
-void ConversionPlan::RunAnyLayout(const KernelRun& run) const
+void ConversionPlan::Run(const KernelRun& run) const
 {
+	if (run._count <= 0)
+		return;
 	const bool isLarge = _destination.IsPacked(run._destinationStride) && run._count * run._destinationStride >= STREAM_BYTES;
 	const Int head = isLarge ? PixelsToAlignment(run._destination + _destination.GetFirstOffset(), run._destinationStride) : -1;
 	if (head < 0)
@@ -333,6 +341,9 @@ void ConversionPlan::RunAnyLayout(const KernelRun& run) const
 void ConversionPlan::RunInChunks(const KernelRun& run, bool isStreamed) const
 {
 	const bool toPacked = _destination.IsPacked(run._destinationStride), fromPacked = _source.IsPacked(run._sourceStride);
+	if (toPacked && fromPacked && _stepCount == 1 && !isStreamed)
+		return _steps[0]._function(run._destination + _destination.GetFirstOffset(), run._source + _source.GetFirstOffset(), run._count,
+								   _steps[0]);
 	alignas(STREAM_ALIGNMENT) std::array<std::array<Byte, BUFFER_BYTES>, 2> buffers;
 	for (Int done = 0; done < run._count; done += _chunk)
 	{

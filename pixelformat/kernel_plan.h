@@ -10,7 +10,6 @@
 #include "pixelformat/kernel_mean.h"
 #include "pixelformat/kernel_shuffle.h"
 
-#include <limits>
 #include <optional>
 
 namespace torvi
@@ -32,6 +31,16 @@ struct PlanStep
 	ColourMap _colours = {};
 };
 
+/// All there is to do for packed pixels on both sides, where that is one step: what short runs are called by.
+struct DirectRun
+{
+	PlanStep::Function _function = nullptr;
+	const PlanStep* _step = nullptr; // part of the plan
+	BITS _destinationStride = 0;     // the pixels' distances it is for
+	BITS _sourceStride = 0;
+	Int _end = 0; // counts from here on go another way
+};
+
 /// A plain value that may be copied and kept; any number of threads may run it.
 class ConversionPlan
 {
@@ -50,6 +59,9 @@ public:
 	/// The plan with a step behind it. The plan's destination is packed; the new one is, and has one channel as large as the pixel.
 	ConversionPlan Before(const PlanStep& step) const;
 
+	/// Without a function where packed pixels take more than one step.
+	DirectRun GetDirectRun() const;
+
 	/// Whether the channels of the run are runs of their own on both sides.
 	bool IsPlanar(const KernelRun& run) const
 	{
@@ -57,31 +69,19 @@ public:
 	}
 
 	/// The sides must not overlap.
-	void Run(const KernelRun& run) const
-	{
-		if (run._destinationStride == _directDestination && run._sourceStride == _directSource && run._count > 0 &&
-			run._count * run._destinationStride < STREAM_BYTES)
-			_steps[0]._function(run._destination + _destination.GetFirstOffset(), run._source + _source.GetFirstOffset(), run._count,
-								_steps[0]);
-		else
-			RunAnyLayout(run);
-	}
+	void Run(const KernelRun& run) const;
 
 private:
 	void Add(const PlanStep& step) { _steps[static_cast<std::size_t>(_stepCount++)] = step; }
 	void Finish();
-	void RunAnyLayout(const KernelRun& run) const;
 	void RunInChunks(const KernelRun& run, bool isStreamed) const;
 
 	static constexpr std::size_t MOST_STEPS = 4;
 	static constexpr Int STREAM_BYTES = Int(8) << 20; // what is written past the cache
-	static constexpr Int NO_STRIDE = std::numeric_limits<Int>::min();
 
 	std::array<PlanStep, MOST_STEPS> _steps = {};
 	Int _stepCount = 0;
-	Int _chunk = 0;                     // pixels whose buffers stay in the cache
-	Int _directDestination = NO_STRIDE; // the strides at which one step is all there is to do
-	Int _directSource = NO_STRIDE;
+	Int _chunk = 0; // pixels whose buffers stay in the cache
 	PlacedChannels _destination;
 	PlacedChannels _source;
 };

@@ -61,8 +61,12 @@ void ShuffleOneByOne(Byte* destination, const Byte* source, Int count, const Shu
 constexpr simd::FixedTag<UChar, VECTOR> TAG;
 using Vector = simd::VFromD<decltype(TAG)>;
 
+#if HWY_TARGET <= HWY_AVX2
+constexpr simd::FixedTag<UChar, 2 * VECTOR> PAIR_TAG;
+#endif
+
 /// Pixels that become so many full vectors. Fewer than fit into a vector at the end are converted together with some before them.
-template <std::size_t OUTPUTS>
+template <std::size_t OUTPUTS, bool FILLS>
 void ExpandPixels(Byte* __restrict destination, const Byte* __restrict source, Int count, const ShuffleMap& map)
 {
 	std::array<Vector, OUTPUTS> orders, fills;
@@ -71,13 +75,28 @@ void ExpandPixels(Byte* __restrict destination, const Byte* __restrict source, I
 		orders[i] = simd::LoadU(TAG, map._vectors[i]._order.data());
 		fills[i] = simd::LoadU(TAG, map._vectors[i]._fills.data());
 	}
-	constexpr Int OUTPUT_BYTES = VECTOR * Int(OUTPUTS);
 	const auto expand = [&](Byte* to, const Byte* from)
 	{
-		const Vector pixels = simd::LoadU(TAG, from);
-		for (std::size_t i = 0; i < OUTPUTS; ++i)
-			simd::StoreU(simd::Or(simd::TableLookupBytesOr0(pixels, orders[i]), fills[i]), TAG, to + Int(i) * VECTOR);
+		std::size_t i = 0;
+#if HWY_TARGET <= HWY_AVX2
+		const auto twice = simd::LoadDup128(PAIR_TAG, from);
+		for (; i + 1 < OUTPUTS; i += 2)
+		{
+			auto pair = simd::TableLookupBytesOr0(twice, simd::Combine(PAIR_TAG, orders[i + 1], orders[i]));
+			if constexpr (FILLS)
+				pair = simd::Or(pair, simd::Combine(PAIR_TAG, fills[i + 1], fills[i]));
+			simd::StoreU(pair, PAIR_TAG, to + Int(i) * VECTOR);
+		}
+#endif
+		for (; i < OUTPUTS; ++i)
+		{
+			auto pixels = simd::TableLookupBytesOr0(simd::LoadU(TAG, from), orders[i]);
+			if constexpr (FILLS)
+				pixels = simd::Or(pixels, fills[i]);
+			simd::StoreU(pixels, TAG, to + Int(i) * VECTOR);
+		}
 	};
+	constexpr Int OUTPUT_BYTES = VECTOR * Int(OUTPUTS);
 	const Int bytes = count * map.GetSourceSize(); // becomes OUTPUTS times as many
 	Int done = 0;
 	for (; done + VECTOR <= bytes; done += VECTOR)
@@ -88,7 +107,7 @@ void ExpandPixels(Byte* __restrict destination, const Byte* __restrict source, I
 
 /// Shuffles the pixels below `end`, some at a time, reading and writing 16 bytes each time, of which the last may belong to pixels behind.
 /// Returns the pixel it came to.
-template <bool FROM_FULL, bool TO_FULL>
+template <bool FROM_FULL, bool TO_FULL, bool FILLS>
 TORVI_KERNEL_INLINE Int ShuffleVectors(Byte* __restrict destination, const Byte* __restrict source, Int end, const ShuffleMap& map)
 {
 	const Int step = map._pixelsAtATime, from = FROM_FULL ? VECTOR : step * map.GetSourceSize();
@@ -96,18 +115,20 @@ TORVI_KERNEL_INLINE Int ShuffleVectors(Byte* __restrict destination, const Byte*
 	const auto order = simd::LoadU(TAG, map._vectors[0]._order.data()), fills = simd::LoadU(TAG, map._vectors[0]._fills.data());
 	Int pixel = 0;
 #if HWY_TARGET <= HWY_AVX2
-	const simd::FixedTag<UChar, 2 * VECTOR> pairTag;
-	const auto orders = simd::Combine(pairTag, order, order), fillPairs = simd::Combine(pairTag, fills, fills);
+	const auto orders = simd::Combine(PAIR_TAG, order, order), fillPairs = simd::Combine(PAIR_TAG, fills, fills);
+#pragma GCC unroll 4
 	for (; pixel + step < end; pixel += 2 * step, source += 2 * from, destination += 2 * to)
 	{
-		simd::VFromD<decltype(pairTag)> pixels;
+		simd::VFromD<decltype(PAIR_TAG)> pixels;
 		if constexpr (FROM_FULL)
-			pixels = simd::LoadU(pairTag, source);
+			pixels = simd::LoadU(PAIR_TAG, source);
 		else
-			pixels = simd::Combine(pairTag, simd::LoadU(TAG, source + from), simd::LoadU(TAG, source));
-		const auto shuffled = simd::Or(simd::TableLookupBytesOr0(pixels, orders), fillPairs);
+			pixels = simd::Combine(PAIR_TAG, simd::LoadU(TAG, source + from), simd::LoadU(TAG, source));
+		auto shuffled = simd::TableLookupBytesOr0(pixels, orders);
+		if constexpr (FILLS)
+			shuffled = simd::Or(shuffled, fillPairs);
 		if constexpr (TO_FULL)
-			simd::StoreU(shuffled, pairTag, destination);
+			simd::StoreU(shuffled, PAIR_TAG, destination);
 		else
 		{
 			simd::StoreU(simd::LowerHalf(TAG, shuffled), TAG, destination);
@@ -142,13 +163,13 @@ TORVI_KERNEL_INLINE void StoreFirstBytes(Byte* destination, Vector vector, Int b
 
 /// Whole vectors for as long as they stay inside the run; then vectors that are read further ahead, so that they end with the source at
 /// the latest, and of which only the pixels are written. The source has 16 bytes and both sides the pixels of a vector.
-template <bool FROM_FULL, bool TO_FULL>
-void ShuffleInPlace(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
+template <bool FROM_FULL, bool TO_FULL, bool FILLS>
+void ShuffleRun(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
 	const Int from = map.GetSourceSize(), to = map.GetDestinationSize(), step = map._pixelsAtATime;
 	const Int reach = FROM_FULL && TO_FULL ? step - 1 : map._reach; // pixels that must follow the first of a vector
 	const auto order = simd::LoadU(TAG, map._vectors[0]._order.data()), fills = simd::LoadU(TAG, map._vectors[0]._fills.data());
-	Int pixel = ShuffleVectors<FROM_FULL, TO_FULL>(destination, source, count - reach, map);
+	Int pixel = ShuffleVectors<FROM_FULL, TO_FULL, FILLS>(destination, source, count - reach, map);
 	for (; pixel < count; pixel += step)
 	{
 		const Int start = std::min(pixel, count - step);
@@ -162,14 +183,18 @@ void ShuffleInPlace(Byte* destination, const Byte* source, Int count, const Shuf
 /// The loop for a map whose pixels fit into vectors.
 ShuffleMap::Function FunctionFor(const ShuffleMap& map)
 {
-	constexpr std::array EXPANDING = {&ExpandPixels<2>, &ExpandPixels<3>, &ExpandPixels<4>};
+	const std::size_t fills =
+		std::ranges::all_of(map._vectors, [](const auto& vector) { return vector._fills == std::array<Byte, VECTOR>(); }) ? 0 : 1;
+	constexpr std::array EXPANDING = {&ExpandPixels<2, false>, &ExpandPixels<2, true>,  &ExpandPixels<3, false>,
+									  &ExpandPixels<3, true>,  &ExpandPixels<4, false>, &ExpandPixels<4, true>};
 	if (map._outputs > 1)
-		return EXPANDING[static_cast<std::size_t>(map._outputs - 2)];
-	const bool fromFull = map._pixelsAtATime * map.GetSourceSize() == VECTOR,
-			   toFull = map._pixelsAtATime * map.GetDestinationSize() == VECTOR;
-	if (fromFull)
-		return toFull ? &ShuffleInPlace<true, true> : &ShuffleInPlace<true, false>;
-	return toFull ? &ShuffleInPlace<false, true> : &ShuffleInPlace<false, false>;
+		return EXPANDING[static_cast<std::size_t>(map._outputs - 2) * 2 + fills];
+	constexpr std::array IN_PLACE = {&ShuffleRun<false, false, false>, &ShuffleRun<false, false, true>, &ShuffleRun<false, true, false>,
+									 &ShuffleRun<false, true, true>,   &ShuffleRun<true, false, false>, &ShuffleRun<true, false, true>,
+									 &ShuffleRun<true, true, false>,   &ShuffleRun<true, true, true>};
+	const std::size_t fromFull = map._pixelsAtATime * map.GetSourceSize() == VECTOR ? 4 : 0;
+	const std::size_t toFull = map._pixelsAtATime * map.GetDestinationSize() == VECTOR ? 2 : 0;
+	return IN_PLACE[fromFull | toFull | fills];
 }
 
 #endif

@@ -15,6 +15,7 @@ FLOORS = {
 	"torvi": {"host"},
 	"pixelformat": PUBLIC,
 	"color": PUBLIC,
+	"pixelblend": PUBLIC,
 	"image": PUBLIC,
 	"mediasession": PUBLIC,
 	"media_io": PUBLIC | {"mediasession"},

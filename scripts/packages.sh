@@ -10,6 +10,8 @@ BUILD_PACKAGES=(
 	libpng-dev
 	zlib1g-dev
 	liblcms2-dev
+	libopencolorio-dev
+	libyaml-cpp-dev
 	libcli11-dev
 	nlohmann-json3-dev
 	libutf8proc-dev

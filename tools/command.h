@@ -16,6 +16,7 @@ constexpr int STATUS_FAILED = 1;
 constexpr int STATUS_USAGE = 2;
 
 inline constexpr std::string_view PIXELFORMAT_PREFIX = "net.torvi.image.pixelformat.";
+inline constexpr std::string_view BLENDMODE_PREFIX = "net.torvi.render.blendmode.";
 
 /// A command that the parser has chosen; gives the exit status.
 using Run = std::function<int()>;
@@ -24,6 +25,7 @@ void AddInfo(CLI::App& app, Run& run);
 void AddConvert(CLI::App& app, Run& run);
 void AddPixels(CLI::App& app, Run& run);
 void AddConvertPixels(CLI::App& app, Run& run);
+void AddBlend(CLI::App& app, Run& run);
 void AddList(CLI::App& app, Run& run);
 void AddLaterCommands(CLI::App& app, Run& run);
 

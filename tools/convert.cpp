@@ -88,6 +88,28 @@ Result<void> AddSetting(DataDictionary& settings, const Id& exporter, const std:
 	return settings.SetData(key, TORVI_TRY(ParseSetting(exporter, key, assignment.substr(mark + 1))));
 }
 
+/// Whether a part is made of layers or combined with masks, so that some of it may be transparent whatever its own pixels are.
+Bool IsComposed(const PicturePart& part)
+{
+	const auto has = [&](IMAGEHIERARCHY branch) { return static_cast<Bool>(part._image->GetFirstChild(static_cast<Int32>(branch))); };
+	return !part._isWhole && (has(IMAGEHIERARCHY::LAYER) || has(IMAGEHIERARCHY::MASK));
+}
+
+/// An RGB or grey format with alpha behind its channels; other formats stay as they are.
+Result<PixelFormat> WithAlpha(const PixelFormat& format)
+{
+	const Block<const ImageChannel> own = format->GetChannels();
+	const ColorSpace space = format->GetColorSpace();
+	const Bool isKnown =
+		space == FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_RGB) || space == FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_GREY);
+	if (own.empty() || format->HasAlpha() || !isKnown)
+		return format;
+	Array<ImageChannel> channels(own.begin(), own.end());
+	std::erase_if(channels, [](const ImageChannel& channel) { return channel->GetChannelType()->GetType() == CHANNELTYPE::UNUSED; });
+	channels.push_back(GetImageChannel(CHANNELTYPE::ALPHA, own.front()->GetDataType()));
+	return FindOrCreatePixelFormat(channels);
+}
+
 /// The format for the pixels of a picture in another profile: of the profile's model, in at least the depth that the picture has.
 Result<PixelFormat> FormatInProfile(const PixelFormat& format, const ColorProfile& profile, Bool hasAlpha)
 {
@@ -122,9 +144,11 @@ Result<ImageTextureRef> TakePart(const ImageTextureRef& source, const PicturePar
 	PixelFormat format = part._image->GetPixelFormat();
 	TORVI_CHECK(format, IllegalStateError("The picture has no pixel format."));
 	const Bool isWhole = !profile.IsEmpty() && part._isWhole;
-	const Bool hasAlpha = format->HasAlpha() || (isWhole && FindAlphaOf(*part._image));
+	const Bool hasAlpha = format->HasAlpha() || IsComposed(part) || (isWhole && FindAlphaOf(*part._image));
 	if (!profile.IsEmpty())
 		format = TORVI_TRY(FormatInProfile(format, profile, hasAlpha));
+	else if (IsComposed(part))
+		format = TORVI_TRY(WithAlpha(format));
 	const auto alpha = isWhole ? PictureReader::Alpha::FIRST : PictureReader::Alpha::NONE;
 	const PictureReader reader = TORVI_TRY(PictureReader::Open(part, format, profile, alpha));
 	const auto texture = TORVI_TRY(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));

@@ -16,8 +16,6 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::string_view BLENDMODE_PREFIX = "net.torvi.render.blendmode.";
-
 /// The stored value of a key, without what an object answers by itself; null where there is none.
 template <class T>
 const T* FindStored(const DataDictionaryObjectInterface& object, const Id& key)

@@ -15,7 +15,6 @@ struct LaterCommand
 };
 
 constexpr LaterCommand COMMANDS[] = {
-	{"blend", "Blends two runs of raw pixels.", "This build has no blend modes."},
 	{"audio", "Writes the sound of a file.", "This build reads no sound."},
 	{"sheet", "Draws all pictures and layers of a file on one sheet.", "This build draws no sheets."},
 };

@@ -34,6 +34,7 @@ int Main(int argumentCount, char** arguments)
 	AddConvert(app, run);
 	AddPixels(app, run);
 	AddConvertPixels(app, run);
+	AddBlend(app, run);
 	AddList(app, run);
 	AddLaterCommands(app, run);
 	if (const int status = Parse(app, argumentCount, arguments); status != STATUS_OK)

@@ -38,6 +38,9 @@ enum class IMAGEHIERARCHY : Int32
 	DEEPIMAGEDATA = 5, ///< further data, below an image
 };
 
+/// The most levels of layers and masks below a picture. Files with more are refused; pictures with more can not be composed.
+inline constexpr Int LAYER_NESTING_LIMIT = 100;
+
 /// Stored under ids::IMAGE_TYPE.
 enum class ImageType : Int32
 {

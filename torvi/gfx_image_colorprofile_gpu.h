@@ -26,7 +26,7 @@ public:
 	virtual Result<String> GetProgramFacrorySpecification() const = 0;
 	/// Appends the function that converts a colour to the text of a program.
 	virtual Result<void> AddFactoryCode(String& program) const = 0;
-	/// Gives a program its values.
+	/// Gives a program its values: the function's name and the textures that it reads, under the keys below.
 	virtual Result<void> SetParameters(DataDictionary& parameters) const = 0;
 };
 
@@ -61,6 +61,24 @@ inline constexpr Id REGISTRY_COLORPROFILEGPU = "net.torvi.image.registry.colorpr
 inline constexpr Id INTERFACE_COLORPROFILEGPUSHADERGENERATOR = "net.torvi.image.interface.colorprofilegpu.shadergenertator";
 inline constexpr Id REGISTRY_COLORPROFILEGPUSHADERGENERATOR = "net.torvi.image.registry.colorprofilegpu.shadergenertator";
 inline constexpr Id CLASS_LEGACYGPUHANDLER = "net.torvi.image.legacy.gpuhandler";
+
+// What SetParameters enters. String: the name of the function, which takes and gives a colour with alpha (vec4).
+inline constexpr InternedId COLORPROFILEGPU_FUNCTION = "net.torvi.image.colorprofilegpu.function";
+/// Array of DataDictionary: the textures, in the order in which the program declares them.
+inline constexpr InternedId COLORPROFILEGPU_TEXTURES = "net.torvi.image.colorprofilegpu.textures";
+
+// The keys of one texture. String: the name of its sampler in the program.
+inline constexpr InternedId COLORPROFILEGPU_SAMPLER = "net.torvi.image.colorprofilegpu.texture.sampler";
+// Int32: the size. A height of 1 makes it one-dimensional, a depth above 1 three-dimensional.
+inline constexpr InternedId COLORPROFILEGPU_WIDTH = "net.torvi.image.colorprofilegpu.texture.width";
+inline constexpr InternedId COLORPROFILEGPU_HEIGHT = "net.torvi.image.colorprofilegpu.texture.height";
+inline constexpr InternedId COLORPROFILEGPU_DEPTH = "net.torvi.image.colorprofilegpu.texture.depth";
+/// Int32: 1 for red alone, 3 for red, green and blue.
+inline constexpr InternedId COLORPROFILEGPU_CHANNELS = "net.torvi.image.colorprofilegpu.texture.channels";
+/// Bool: whether the sampler interpolates; coordinates stop at the edge.
+inline constexpr InternedId COLORPROFILEGPU_ISLINEAR = "net.torvi.image.colorprofilegpu.texture.islinear";
+/// Array of UChar: the values in float32 as the machine stores them, width first, then height, then depth.
+inline constexpr InternedId COLORPROFILEGPU_VALUES = "net.torvi.image.colorprofilegpu.texture.values";
 } // namespace ids
 
 } // namespace torvi

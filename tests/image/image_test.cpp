@@ -17,12 +17,6 @@ class ImageObjectTest : public ImageTest
 {
 protected:
 	static ImageLayerRef MakeEmptyLayer() { return Make<ImageLayerInterface>(ids::IMAGELAYERCLASS_RASTER); }
-	/// An image that shows its layers.
-	static ImageRef MakeFolder(Int width, Int height)
-	{
-		return MakeImage<ImageInterface>(ids::IMAGECLASS_IMAGE, width, height, ids::PIXELFORMAT_GREY_U8,
-										 ids::IMAGEPIXELSTORAGECLASS_NODATA);
-	}
 	static Result<GetPixelHandlerStruct> Read(ImageBaseInterface& image, GETPIXELHANDLERFLAGS flags = GETPIXELHANDLERFLAGS::NONE)
 	{
 		const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
@@ -355,50 +349,11 @@ TEST_F(ImageObjectTest, ChildrenOutliveTheirParent)
 	WriteBytes(*layer, {0, 0, 1}, {1});
 }
 
-TEST_F(ImageObjectTest, ImagesWithoutPixelsShowTheirLayers)
-{
-	const ImageRef folder = MakeFolder(3, 1);
-	EXPECT_EQ(ReadBytes(*folder, {0, 0, 3}, ids::PIXELFORMAT_RGBA_U8), Array<Byte>(12));
-	const ImageLayerRef hidden = MakeLayer("hidden", 1);
-	const ImageLayerRef clear = MakeLayer("clear", 1);
-	EXPECT_OK(hidden->Set<Bool>(ids::IMAGE_LAYER_ENABLED, false));
-	EXPECT_OK(clear->Set<Float64>(ids::IMAGE_LAYER_OPACITY, 0.0));
-	Hang(folder, LAYER, hidden);
-	Hang(folder, LAYER, clear);
-	EXPECT_EQ(ReadBytes(*folder, {0, 0, 2}), Array<Byte>(2)) << "no visible layer";
-	Hang(folder, LAYER, MakeLayer("shown", 1));
-	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, Read(*folder));
-	EXPECT_OK(Write(*folder));
-}
-
-TEST_F(ImageObjectTest, EmptyMergesClearWhatTheyAreGiven)
-{
-	const ImageRef folder = MakeFolder(3, 1);
-	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
-	GetPixelHandlerStruct handler = Must(Read(*folder));
-	Byte bytes[] = {9, 9, 9, 9, 9};
-	EXPECT_OK(handler._getLine({0, 0, 2}, PixelBuffer(bytes + 4, -16), 0));
-	EXPECT_EQ(std::to_array(bytes), std::to_array<Byte>({9, 9, 0, 9, 0}));
-	EXPECT_OK(handler._getLine({0, 0, 0}, PixelBuffer(bytes, 8), 0));
-	EXPECT_EQ(bytes[0], 9);
-	EXPECT_OK(handler.Free());
-}
-
-TEST_F(ImageObjectTest, MasksJoinUnlessTheyAreUnwanted)
-{
-	const ImageLayerRef layer = MakeLayer("", 3);
-	Hang(layer, MASK, MakeLayer("", 0));
-	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, Read(*layer));
-	EXPECT_EQ(Must(TryReadBytes(*layer, {0, 0, 1}, ids::PIXELFORMAT_GREY_U8, nullptr, GETPIXELHANDLERFLAGS::NOMASKS))[0], 3);
-}
-
-TEST_F(ImageObjectTest, ViewsAndTransforms)
+TEST_F(ImageObjectTest, PartsOfImages)
 {
 	const ImageRef image = MakeImage(3, 2);
 	EXPECT_EQ(Must(image->CreateSubImagePart({{0, 0}, {3, 2}})), ImageBaseRef(image));
 	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, image->CreateSubImagePart({{0, 0}, {2, 2}}));
-	EXPECT_EQ(Must(image->TransformColors(MakePlainProfile(), {}, 0)), ImageBaseRef(image));
-	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, image->TransformColors(MakePlainProfile(), MakePlainProfile(), 0));
 }
 
 TEST_F(ImageObjectTest, StoredImagesKeepTheirStorage)

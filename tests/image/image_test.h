@@ -3,6 +3,7 @@
 #pragma once
 
 #include "image/registration.h"
+#include "pixelblend/registration.h"
 #include "pixelformat/registration.h"
 #include "tests/support/host_scope.h"
 #include "tests/support/plain_profile.h"
@@ -110,7 +111,7 @@ protected:
 	}
 
 private:
-	HostScope _host{&RegisterPixelFormats, &RegisterImages};
+	HostScope _host{&RegisterPixelFormats, &RegisterPixelBlend, &RegisterImages};
 };
 
 } // namespace torvi

@@ -195,20 +195,6 @@ TEST_F(LayerSelectionTest, SelectedLayersMayBeHidden)
 	EXPECT_EQ(Select(LAYERSETMODE::LAYERS, {"top"}), 15);
 }
 
-TEST_F(LayerSelectionTest, SeveralLayersAndMaskedImagesAreMerged)
-{
-	const auto read = [](ImageBaseInterface& image, std::initializer_list<std::string_view> names)
-	{
-		const LayerSet layerSet = MakeLayerSet(LAYERSETMODE::LAYERS, names);
-		return TryReadBytes(image, {0, 0, 1}, ids::PIXELFORMAT_GREY_U8, &layerSet);
-	};
-	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, read(*_image, {"top", "outer"}));
-	const ImageBaseRef folder = GetImageChildren(*_image, LAYER)[0];
-	EXPECT_EQ(Must(read(*folder, {"plain"}))[0], 17) << "paths begin at the image that is asked";
-	Add(folder, MASK, "", 1);
-	EXPECT_ERROR(errorids::UNSUPPORTEDOPERATION, read(*folder, {"plain"}));
-}
-
 TEST_F(LayerSelectionTest, NamesOfAnotherTypeAreErrors)
 {
 	EXPECT_OK(GetImageChildren(*_image, LAYER)[0]->Set<Int>(ids::IMAGE_NAME, 1));

@@ -169,6 +169,22 @@ TEST_F(SkeletonTest, StartsOverWithAnotherAnalyze)
 	EXPECT_TRUE(importer->Close({}).IsOk());
 }
 
+TEST_F(SkeletonTest, RefusesTreesThatAreTooDeep)
+{
+	for (const Int levels : {LAYER_NESTING_LIMIT, LAYER_NESTING_LIMIT + 1})
+	{
+		Array<Byte> file = {'T', 'E', 'S', 'T', static_cast<Byte>(levels + 1)};
+		for (Int i = 0; i <= levels; ++i)
+		{
+			const MediaStreamType type = i == 0 ? MediaStreamType::IMAGE : MediaStreamType::LAYERFOLDER;
+			for (const Int field : {static_cast<Int>(type), i, Int(0), Int(1), Int(0), Int(1)})
+				file.push_back(static_cast<Byte>(field));
+		}
+		const Result<void> result = MakeImporter(MakeMemoryUrl(file))->Analyze({}, TimeValue(), MEDIASESSIONFLAGS::NONE);
+		EXPECT_EQ(result.GetError().GetId(), levels > LAYER_NESTING_LIMIT ? errorids::FILEFORMAT : Id()) << levels;
+	}
+}
+
 TEST_F(SkeletonTest, ImporterRefusesMisuse)
 {
 	const MediaInputRef importer = MakeImporter(MakeMemoryUrl(MakeTestFile()));
@@ -316,6 +332,28 @@ TEST_F(SkeletonTest, ExporterHandsOnEveryFailureOfTheFile)
 	const Url failsClose = MakeFailingUrl({}, {._failsClose = true});
 	EXPECT_EQ(TextOf(SaveFile(texture, TEST_FORMAT._exporter, failsClose).GetError()), "net.torvi.error.io: The close failed.");
 	EXPECT_EQ(SaveFile(texture, TEST_FORMAT._exporter, Url()).GetError().GetId(), errorids::ILLEGALARGUMENT);
+}
+
+/// A picture without pixels of its own, with a grey layer below a half opaque one.
+TEST_F(SkeletonTest, ExporterWritesComposedLayers)
+{
+	const auto texture = TORVI_MUST(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
+	const auto picture = TORVI_MUST(CreateObject<ImageInterface>(ids::IMAGECLASS_IMAGE));
+	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
+	TORVI_MUST(picture->Init(2, 1, TORVI_MUST(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NODATA)), grey, {}));
+	TORVI_MUST(texture->AddChildren(IMAGEHIERARCHY::IMAGE, picture, nullptr));
+	for (const Float64 opacity : {1.0, 0.5})
+	{
+		const auto layer = TORVI_MUST(CreateObject<ImageLayerInterface>(ids::IMAGELAYERCLASS_RASTER));
+		TORVI_MUST(layer->Init(opacity == 1.0 ? 2 : 1, 1, TORVI_MUST(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NORMAL)), grey, {}));
+		const Byte value = opacity == 1.0 ? 100 : 200;
+		for (Int x = 0; x < layer->GetWidth(); ++x)
+			TORVI_MUST(layer->SetComponent(0, {x, 0, 1}, &value, 1));
+		TORVI_MUST(layer->Set<Float64>(ids::IMAGE_LAYER_OPACITY, opacity));
+		TORVI_MUST(picture->AddChildren(IMAGEHIERARCHY::LAYER, layer, nullptr));
+	}
+	const PixelArray pixels = TORVI_MUST(LoadPixels(MakeMemoryUrl(TORVI_MUST(SaveTestFile(texture)))));
+	EXPECT_EQ(pixels._bytes, (std::vector<Byte>{150, 150, 150, 255, 100, 100, 100, 255}));
 }
 
 TEST_F(SkeletonTest, ExporterWithoutAPictureFails)

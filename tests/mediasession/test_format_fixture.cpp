@@ -6,6 +6,7 @@
 #include "image/registration.h"
 #include "mediasession/image_format.h"
 #include "mediasession/registration.h"
+#include "pixelblend/registration.h"
 #include "pixelformat/registration.h"
 #include "torvi/gfx_image.h"
 #include "torvi/ids_formats.h"
@@ -33,6 +34,7 @@ Result<void> MediaModule::Start(RegisterFormats registerFormats)
 	TORVI_TRY(RegisterHost(_module));
 	TORVI_TRY(RegisterPixelFormats(_module));
 	TORVI_TRY(RegisterColor(_module));
+	TORVI_TRY(RegisterPixelBlend(_module));
 	TORVI_TRY(RegisterImages(_module));
 	TORVI_TRY(RegisterMediaSession(_module));
 	return registerFormats(_module);

@@ -14,7 +14,7 @@
 namespace torvi::test
 {
 
-/// Starts the host, pixel formats, profiles, images and the media session, then `registerFormats`. `Start` may be called again after
+/// Starts the host, pixel formats, profiles, blend modes, images and the media session, then `registerFormats`. `Start` may be called again after
 /// `Stop`.
 class MediaModule
 {

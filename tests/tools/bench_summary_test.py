@@ -27,6 +27,10 @@ MEASUREMENTS = {
 	"layout/to-padded/rgba.f32/rgb.u8": {"fastest_ns": 9.9, "reference_ns": 0.8},
 	"threads/held-function": {"fastest_ns": 10.0, "reference_ns": 9.6},
 	"line/get": {"fastest_ns": 100.0, "reference_ns": 30.0},
+	"blend/64/over": {"fastest_ns": 2.0, "reference_ns": 0.4},
+	"blend/64/hue": {"fastest_ns": 20.0, "reference_ns": 0.4},
+	"blend/64/xor": {"fastest_ns": 8.0, "reference_ns": 0.4},
+	"blend/64/levr": {"fastest_ns": 10.0, "reference_ns": 0.4},
 }
 
 # subject, value, whether it is met
@@ -39,6 +43,9 @@ LINES = [
 	("padded integer pairs, slowest", 1.6, False),
 	("64-pixel runs on two threads against one", 1.92, True),
 	("_getLine beyond the kernel", 70.0, False),
+	("blending 64 pixels: over", 0.2, True),
+	("blending 64 pixels: hue", 50.0, False),
+	("blending 64 pixels: other modes, slowest", 100.0, True),
 ]
 
 
@@ -69,7 +76,7 @@ class BenchSummaryTest(unittest.TestCase):
 		with contextlib.redirect_stdout(out):
 			summary.print_summary(self.summary)
 		self.assertRegex(out.getvalue(), r"MISS +4,096 pixels: slowest +0\.030 +>= 0\.04 x +grey\.f32/rgb\.u8, 1 of 3 miss\n")
-		self.assertEqual(out.getvalue().count("pass  "), 3)
+		self.assertEqual(out.getvalue().count("pass  "), 5)
 
 
 if __name__ == "__main__":

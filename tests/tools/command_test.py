@@ -41,7 +41,7 @@ class UsageTest(ToolTest):
 		self.assertRegex(self.succeed("--version").decode(), r"^\d+\.\d+\.\d+\n$")
 
 	def test_what_is_not_in_this_build(self):
-		for command in ("blend", "audio", "sheet"):
+		for command in ("audio", "sheet"):
 			self.assert_one_error(command, UNSUPPORTED, command, "a", "b")
 
 

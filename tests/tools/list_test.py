@@ -57,7 +57,8 @@ class ListTest(ToolTest):
 		self.assertIn("net.torvi.image.colorprofile.srgb", [row["id"] for row in self.list("profiles")])
 		classes = {row["id"]: row["base"] for row in self.list("classes")}
 		self.assertEqual(classes["net.torvi.image.imagetextureclass.texture"], "net.torvi.image.imagebaseclass.base")
-		self.list("blend-modes")
+		modes = [row["id"].removeprefix("net.torvi.render.blendmode.") for row in self.list("blend-modes")]
+		self.assertEqual((len(modes), modes[0], modes[-1]), (38, "over", "applyalpha"))
 
 	def test_text_has_one_line_an_entry(self):
 		for subject in ("formats", "groups", "channels", "codecs", "profiles", "classes"):

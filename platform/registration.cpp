@@ -1,0 +1,19 @@
+// The table of contents of this folder. Which services there are is decided by the options of the build.
+#include "platform/registration.h"
+
+#ifdef TORVI_WITH_OCIO
+#include "platform/ocio/ocio_config_impl.h"
+#endif
+
+namespace torvi
+{
+
+Result<void> RegisterPlatform([[maybe_unused]] Module& module)
+{
+#ifdef TORVI_WITH_OCIO
+	TORVI_TRY(module.AddClass<OcioConfigImpl>(ids::CLASS_OCIOCONFIG));
+#endif
+	return OK;
+}
+
+} // namespace torvi
