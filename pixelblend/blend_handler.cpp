@@ -26,7 +26,7 @@ constexpr NativeFormats NATIVE_FORMATS[] = {
 	{ids::PIXELFORMAT_RGBA_F64, ids::PIXELFORMAT_ALPHA_F64, &BlendMode::_float64},
 };
 
-/// A BlendKernel's part for opacity 0.
+/// The BlendKernel for opacity 0.
 template <BITS PIXEL_BITS>
 void CopyPixels(const PixelBuffer& destination, const PixelBuffer& background, const PixelBuffer&, Int count, Float64)
 {
