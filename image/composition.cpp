@@ -227,10 +227,18 @@ Result<void> MergedReader::AddMask(const ImageBaseRef& mask, const PixelFormat& 
 	return OK;
 }
 
+/// Colours are those of the parent's profile. A profile that does not fit the format of the merge, such as that of a grey picture, says
+/// nothing about them: they stay as they are, unless the caller wants a profile, and then they count as of the format's own.
 Result<void> MergedReader::FindLastStep(const MergeRequest& request, ColorProfile& dstProfile)
 {
-	const ColorProfile profile = TORVI_TRY(request._parent->Get<ColorProfile>(ids::IMAGE_COLORPROFILE));
-	const Bool forceProfiles = HasFlag(request._flags, GETPIXELHANDLERFLAGS::FORCECOLORPROFILECONVERSION);
+	ColorProfile profile = TORVI_TRY(request._parent->Get<ColorProfile>(ids::IMAGE_COLORPROFILE));
+	Bool forceProfiles = HasFlag(request._flags, GETPIXELHANDLERFLAGS::FORCECOLORPROFILECONVERSION);
+	const ColorSpace colorSpace = profile.GetColorSpace();
+	if (colorSpace && colorSpace != _format->GetColorSpace())
+	{
+		forceProfiles = forceProfiles && !dstProfile.IsEmpty();
+		profile = forceProfiles ? _format->GetDefaultColorProfile() : ColorProfile();
+	}
 	Bool isColorConverted = false;
 	_lastStep =
 		TORVI_TRY(request._dstFormat->GetConvertPixelFunc(_format, _format->GetChannelOffsets(), request._dstFormat->GetChannelOffsets(),

@@ -14,8 +14,8 @@
 namespace torvi::test
 {
 
-/// Starts the host, pixel formats, profiles, blend modes, images and the media session, then `registerFormats`. `Start` may be called again after
-/// `Stop`.
+/// Starts the host, pixel formats, profiles, blend modes, images and the media session, then `registerFormats`. `Start` may be called again
+/// after `Stop`.
 class MediaModule
 {
 public:
