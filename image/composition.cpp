@@ -228,7 +228,7 @@ Result<void> MergedReader::AddMask(const ImageBaseRef& mask, const PixelFormat& 
 }
 
 /// Colours are those of the parent's profile. A profile that does not fit the format of the merge, such as that of a grey picture, says
-/// nothing about them: they stay as they are, unless the caller wants a profile, and then they count as of the format's own.
+/// nothing about them: they stay as they are, unless the caller wants a profile, and then they count as sRGB.
 Result<void> MergedReader::FindLastStep(const MergeRequest& request, ColorProfile& dstProfile)
 {
 	ColorProfile profile = TORVI_TRY(request._parent->Get<ColorProfile>(ids::IMAGE_COLORPROFILE));
@@ -237,7 +237,7 @@ Result<void> MergedReader::FindLastStep(const MergeRequest& request, ColorProfil
 	if (colorSpace && colorSpace != _format->GetColorSpace())
 	{
 		forceProfiles = forceProfiles && !dstProfile.IsEmpty();
-		profile = forceProfiles ? _format->GetDefaultColorProfile() : ColorProfile();
+		profile = forceProfiles ? GetBuiltInColorProfile(ids::COLORPROFILE_SRGB) : ColorProfile();
 	}
 	Bool isColorConverted = false;
 	_lastStep =
