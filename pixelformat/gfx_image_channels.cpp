@@ -78,33 +78,6 @@ constexpr std::array<ChannelTypeInfo, 30> CHANNEL_TYPES = {{
 	{CHANNELTYPE::MASK, "Mask", ids::IMAGECHANNELTYPE_MASK, 0, Id()},
 }};
 
-/// Calls `function` with a value of the C++ type that stores channels of `type`.
-template <class Function>
-auto WithValueType(ValueType type, Function&& function)
-{
-	switch (type)
-	{
-	case ValueType::U8:
-		return function(UChar());
-	case ValueType::S8:
-		return function(Char());
-	case ValueType::U16:
-		return function(UInt16());
-	case ValueType::S16:
-		return function(Int16());
-	case ValueType::U32:
-		return function(UInt32());
-	case ValueType::S32:
-		return function(Int32());
-	case ValueType::F16:
-		return function(HalfFloat());
-	case ValueType::F32:
-		return function(Float32());
-	default:
-		return function(Float64());
-	}
-}
-
 template <class T>
 Bool IsIdenticalInteger(T a, T b, UChar threshold)
 {
@@ -160,7 +133,7 @@ public:
 	DataType GetDataType() const override { return _class._dataType; }
 	Bool IsIdenticalComponent(const Byte* a, const Byte* b, UChar threshold) const override
 	{
-		return WithValueType(_class._type, [&]<class T>(T) { return IsIdenticalValue(LoadValue<T>(a), LoadValue<T>(b), threshold); });
+		return WithValueOfType(_class._type, [&]<class T>(T) { return IsIdenticalValue(LoadValue<T>(a), LoadValue<T>(b), threshold); });
 	}
 	String ToString(std::string_view format) const override
 	{
@@ -244,7 +217,7 @@ std::optional<ValueType> ValueTypeOf(DataType type)
 
 String ChannelValueToString(ValueType type, const Byte* value)
 {
-	return WithValueType(type, [value]<class T>(T) { return ValueToString(LoadValue<T>(value)); });
+	return WithValueOfType(type, [value]<class T>(T) { return ValueToString(LoadValue<T>(value)); });
 }
 
 Bool IsIdenticalFloat(Float32 a, Float32 b, UChar threshold)

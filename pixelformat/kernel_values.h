@@ -9,6 +9,7 @@
 #include <concepts>
 #include <cstring>
 #include <limits>
+#include <tuple>
 #include <type_traits>
 
 // Whole kernel families lie in one file; without this the compiler's growth limits leave calls in the inner loops.
@@ -17,57 +18,10 @@
 namespace torvi
 {
 
-template <ValueType T>
-struct ValueOfType;
-template <>
-struct ValueOfType<ValueType::U8>
-{
-	using Type = UChar;
-};
-template <>
-struct ValueOfType<ValueType::S8>
-{
-	using Type = Char;
-};
-template <>
-struct ValueOfType<ValueType::U16>
-{
-	using Type = UInt16;
-};
-template <>
-struct ValueOfType<ValueType::S16>
-{
-	using Type = Int16;
-};
-template <>
-struct ValueOfType<ValueType::U32>
-{
-	using Type = UInt32;
-};
-template <>
-struct ValueOfType<ValueType::S32>
-{
-	using Type = Int32;
-};
-template <>
-struct ValueOfType<ValueType::F16>
-{
-	using Type = HalfFloat;
-};
-template <>
-struct ValueOfType<ValueType::F32>
-{
-	using Type = Float32;
-};
-template <>
-struct ValueOfType<ValueType::F64>
-{
-	using Type = Float64;
-};
-
 /// The C++ type that holds one value of the data type.
 template <ValueType T>
-using ValueOf = typename ValueOfType<T>::Type;
+using ValueOf =
+	std::tuple_element_t<static_cast<std::size_t>(T), std::tuple<UChar, Char, UInt16, Int16, UInt32, Int32, HalfFloat, Float32, Float64>>;
 
 /// Calls `function` with a value of a type that stands for all of its size: 1, 2, 4 or 8 bytes.
 template <class Function>
