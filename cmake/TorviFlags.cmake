@@ -39,6 +39,8 @@ message(STATUS "torvi ${PROJECT_VERSION}: build type ${CMAKE_BUILD_TYPE}, instru
 add_library(torvi_flags INTERFACE)
 target_compile_features(torvi_flags INTERFACE cxx_std_20)
 target_include_directories(torvi_flags INTERFACE ${PROJECT_SOURCE_DIR})
+# Vectors of the build's own instruction set alone; the level x86-64-v3 has AVX2 without the AES instructions, which no loop needs.
+target_compile_definitions(torvi_flags INTERFACE HWY_COMPILE_ONLY_STATIC HWY_DISABLE_PCLMUL_AES)
 target_compile_options(torvi_flags INTERFACE
 	-Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
 	$<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>   # gcc 12 sees overlaps in its own strings

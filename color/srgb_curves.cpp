@@ -6,10 +6,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-
-// The level x86-64-v3 has AVX2 without the AES instructions.
-#define HWY_DISABLE_PCLMUL_AES
-#define HWY_COMPILE_ONLY_STATIC
 #include <hwy/highway.h>
 
 namespace torvi

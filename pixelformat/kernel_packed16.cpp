@@ -2,7 +2,7 @@
 #include "pixelformat/kernel_packed16.h"
 
 #include "pixelformat/kernel_copy.h"
-#include "pixelformat/kernel_layout.h"
+#include "pixelformat/kernel_values.h"
 
 #include <algorithm>
 #include <bit>
@@ -81,9 +81,18 @@ bool IsPartner(FixedFormat format)
 template <UInt16 COLOUR_BITS, UInt16 ALPHA_BITS>
 void TwinRun(const KernelRun& run)
 {
-	ForEachPixel<PIXEL_SIZE, PIXEL_SIZE>(
-		run, [](Byte* destination, const Byte* source)
-		{ StoreValue(destination, static_cast<UInt16>((LoadValue<UInt16>(source) & COLOUR_BITS) | ALPHA_BITS)); });
+	const auto convert = [local = run](Int destinationStride, Int sourceStride)
+	{
+		for (Int i = 0; i < local._count; ++i)
+		{
+			const auto pixel = LoadValue<UInt16>(local._source + i * sourceStride);
+			StoreValue(local._destination + i * destinationStride, static_cast<UInt16>((pixel & COLOUR_BITS) | ALPHA_BITS));
+		}
+	};
+	if (run._destinationStride == PIXEL_SIZE && run._sourceStride == PIXEL_SIZE)
+		convert(PIXEL_SIZE, PIXEL_SIZE); // the compiler makes vectors of it
+	else
+		convert(run._destinationStride, run._sourceStride);
 }
 
 void CopyRun(const KernelRun& run)

@@ -5,9 +5,6 @@
 
 #include "host/types.h"
 
-// The level x86-64-v3 has AVX2 without the AES instructions, which no kernel needs.
-#define HWY_DISABLE_PCLMUL_AES
-#define HWY_COMPILE_ONLY_STATIC
 #include <hwy/highway.h>
 
 #define TORVI_HAS_VECTORS (HWY_TARGET != HWY_SCALAR)
