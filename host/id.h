@@ -1,6 +1,7 @@
 // Dotted ids such as "net.torvi.image.class.mediabase". An Id is a small constant value: text that lives as long as the
 // process and its hash, so that ids are compared without looking at the text in nearly all cases. Constants are made at compile
-// time; ids that come to be at run time are interned.
+// time; ids that come to be at run time are interned. A key that is a number in its own field, such as the tag of an EXIF entry, is an id
+// without text.
 #pragma once
 
 #include "host/hash.h"
@@ -22,12 +23,27 @@ public:
 	{
 	}
 
-	constexpr std::string_view GetText() const noexcept { return {_text, _length}; }
-	constexpr const char* GetCString() const noexcept { return _text; }
-	constexpr UInt64 GetHashCode() const noexcept { return _hash; }
-	constexpr Bool IsEmpty() const noexcept { return _length == 0; }
+	/// The id of a number. It has no text, and is no id of any text.
+	static constexpr Id FromNumber(UInt64 number) noexcept
+	{
+		Id id;
+		id._text = nullptr;
+		id._hash = number;
+		return id;
+	}
 
-	friend constexpr Bool operator==(const Id& a, const Id& b) noexcept { return a._hash == b._hash && a.GetText() == b.GetText(); }
+	/// Empty for a number.
+	constexpr std::string_view GetText() const noexcept { return {_text, _length}; }
+	constexpr const char* GetCString() const noexcept { return IsNumber() ? "" : _text; }
+	constexpr Bool IsNumber() const noexcept { return _text == nullptr; }
+	/// Of a number, the number itself.
+	constexpr UInt64 GetHashCode() const noexcept { return _hash; }
+	constexpr Bool IsEmpty() const noexcept { return _length == 0 && !IsNumber(); }
+
+	friend constexpr Bool operator==(const Id& a, const Id& b) noexcept
+	{
+		return a._hash == b._hash && a.IsNumber() == b.IsNumber() && a.GetText() == b.GetText();
+	}
 
 private:
 	friend class IdTable;

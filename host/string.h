@@ -38,7 +38,7 @@ String ValueToString(const T& value, std::string_view format = {})
 	if constexpr (std::same_as<T, Bool>)
 		return MakeString(value ? "true" : "false");
 	else if constexpr (std::same_as<T, Id>)
-		return MakeString(value.GetText());
+		return value.IsNumber() ? NumberToString(value.GetHashCode()) : MakeString(value.GetText());
 	else if constexpr (std::is_convertible_v<const T&, std::string_view>)
 		return MakeString(std::string_view(value));
 	else if constexpr (std::is_enum_v<T>)

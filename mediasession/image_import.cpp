@@ -77,6 +77,13 @@ Result<StreamHandle> StreamTreeBuilder::AddChild(StreamHandle parent, const Impo
 	return handle;
 }
 
+Result<void> StreamTreeBuilder::AddExif(const MediaStreamExifDataRef& stream, std::function<Result<void>()> deliver)
+{
+	TORVI_TRY(_importer.AddOutputStream(stream));
+	_exifStreams.push_back({stream, std::move(deliver)});
+	return OK;
+}
+
 Result<MediaStreamProperties> ImportRun::GetProperties(StreamHandle handle)
 {
 	Stream& stream = At(handle);
@@ -183,6 +190,7 @@ Result<void> ImageImportBase::Analyze(Block<const MediaConverterRef> inputs, con
 			}
 			_published = std::move(streams._streams);
 			_works = std::move(streams._works);
+			_exifStreams = std::move(streams._exifStreams);
 			return OK;
 		});
 }
@@ -193,6 +201,7 @@ void ImageImportBase::Reset()
 	_isDone = false;
 	_published.clear();
 	_works.clear();
+	_exifStreams.clear();
 	_progress = nullptr;
 	ClearOutputStreams();
 	ResetState();
@@ -208,7 +217,8 @@ Result<Bool> ImageImportBase::CheckStage(Block<const MediaConverterRef> inputs) 
 	Bool isAnyWanted = false;
 	for (const MediaStreamRef& stream : streams)
 	{
-		TORVI_CHECK(Cast<MediaStreamImageDataImportInterface>(stream), IllegalStateError("A stream is not one of the importer's."));
+		TORVI_CHECK(Cast<MediaStreamImageDataImportInterface>(stream) || Cast<MediaStreamExifDataInterface>(stream),
+					IllegalStateError("A stream is not one of the importer's."));
 		isAnyWanted = isAnyWanted || stream->IsSubscribed();
 	}
 	return isAnyWanted;
@@ -245,6 +255,7 @@ Result<void> ImageImportBase::Execute(Block<const MediaConverterRef> inputs, con
 			_isDone = true;
 			if (!isAnyWanted)
 				return OK;
+			TORVI_TRY(DeliverExif());
 			Array<ImportRun::Stream> streams(_published.size());
 			for (std::size_t i = 0; i < streams.size(); ++i)
 			{
@@ -254,6 +265,18 @@ Result<void> ImageImportBase::Execute(Block<const MediaConverterRef> inputs, con
 			ImportRun run(std::move(streams), _progress);
 			return run.EndAll(NoThrow([&]() { return ReadStreams(_reader, run); }));
 		});
+}
+
+Result<void> ImageImportBase::DeliverExif()
+{
+	for (const StreamTreeBuilder::ExifStream& exif : _exifStreams)
+	{
+		if (!exif._stream->IsSubscribed())
+			continue;
+		TORVI_TRY(exif._deliver());
+		TORVI_TRY(exif._stream->FinishStream());
+	}
+	return OK;
 }
 
 Result<void> ImageImportBase::Close(Block<const MediaConverterRef>)

@@ -5,7 +5,9 @@
 
 #include "host/binaryreader.h"
 #include "mediasession/media_converter_impl.h"
+#include "torvi/exif.h"
 
+#include <functional>
 #include <optional>
 
 namespace torvi
@@ -44,6 +46,9 @@ public:
 	Result<StreamHandle> AddImage(const ImportStreamInfo& info);
 	/// A stream below another one. FileFormatError for a stream that lies deeper than LAYER_NESTING_LIMIT below its picture.
 	Result<StreamHandle> AddChild(StreamHandle parent, const ImportStreamInfo& info, ImportWork work);
+	/// EXIF data of the file. `deliver` hands it to the stream, once in an Execute in which somebody wants it and before any picture is
+	/// read; the stream is ended behind it.
+	Result<void> AddExif(const MediaStreamExifDataRef& stream, std::function<Result<void>()> deliver);
 	/// A further key of a stream's format.
 	template <class T>
 	Result<void> Set(StreamHandle stream, const InternedId& key, T value)
@@ -66,11 +71,17 @@ private:
 		Int _work;      ///< index of the piece of work
 		Int _depth = 0; ///< levels below its picture
 	};
+	struct ExifStream
+	{
+		MediaStreamExifDataRef _stream;
+		std::function<Result<void>()> _deliver;
+	};
 	Result<StreamHandle> Add(const ImportStreamInfo& info, Int work);
 
 	MediaConverterInterface& _importer;
 	Array<Stream> _streams;
 	Array<Work> _works;
+	Array<ExifStream> _exifStreams;
 };
 
 /// Takes the lines of one stream. For a stream that nobody wants it takes them and does nothing.
@@ -171,6 +182,7 @@ protected:
 private:
 	void Reset();
 	Result<Bool> CheckStage(Block<const MediaConverterRef> inputs) const;
+	Result<void> DeliverExif();
 
 	const ImporterTraits& _traits;
 	Url _url;
@@ -178,6 +190,7 @@ private:
 	Bool _isDone = false;
 	Array<StreamTreeBuilder::Stream> _published;
 	Array<StreamTreeBuilder::Work> _works;
+	Array<StreamTreeBuilder::ExifStream> _exifStreams;
 	ProgressRef _progress;
 };
 

@@ -1,4 +1,5 @@
-// EXIF data of pictures: the reference to a parsed block, and the stream that hands one from an input to an output.
+// EXIF data of pictures (Exif 2.3, CIPA DC-008): the reference to a parsed block, the service of the host that parses, and the stream that
+// hands a block from an input to an output. A host without the service reads pictures as if they had no such data.
 #pragma once
 
 #include "torvi/mediasession_stream.h"
@@ -6,12 +7,31 @@
 namespace torvi
 {
 
-/// A parsed EXIF block; tags are read with GetData.
+/// A parsed EXIF block; tags are read with GetData, under MakeExifTag of their numbers.
 class TORVI_EXPORT ExifInterface : public virtual DataDictionaryObjectInterface
 {
+public:
+	/// All tags, under the same keys.
+	virtual Result<DataDictionary> GetExifDictionary() const = 0;
 };
 
 using ExifRef = Ref<ExifInterface>;
+
+/// The key of a tag by its number in the block.
+constexpr InternedId MakeExifTag(UInt64 tag) noexcept
+{
+	return InternedId::FromNumber(tag);
+}
+
+/// The parser of EXIF blocks; the class ids::CLASS_EXIFSTATIC of the host. Any number of threads may use one.
+class TORVI_EXPORT ExifStaticInterface : public virtual ObjectInterface
+{
+public:
+	/// `data` is a TIFF structure, with or without "Exif" and two zero bytes before it. An error for data without one readable tag.
+	virtual Result<ExifRef> OpenFromMemory(Block<const Byte> data) const = 0;
+	/// The first EXIF block of a JPEG file. An error if there is none.
+	virtual Result<ExifRef> OpenJpgFromUrl(const Url& url) const = 0;
+};
 
 class MediaStreamExifDataInterface;
 using MediaStreamExifDataRef = Ref<MediaStreamExifDataInterface>;
@@ -31,8 +51,12 @@ public:
 
 namespace ids
 {
+inline constexpr Id CLASS_EXIFSTATIC = "net.torvi.image.interface.exifstatic";
 inline constexpr Id CLASS_MEDIASTREAMEXIFDATA = "net.torvi.image.class.mediastreamexifdata";
 } // namespace ids
+
+/// How a picture is to be turned; UInt16 of 1 to 8.
+inline constexpr InternedId EXIFTAG_ORIENTATION = MakeExifTag(274);
 
 } // namespace torvi
 

@@ -97,6 +97,21 @@ TEST(DataDictionary, KeepsOrderReplacesAndErases)
 	EXPECT_EQ(TORVI_MUST(other.Get<Float>("b")), 0.5);
 }
 
+TEST(DataDictionary, NumbersAreKeysOfTheirOwn)
+{
+	DataDictionary dictionary;
+	const Id text = "net.torvi.some";
+	TORVI_MUST(dictionary.Set<Int>(Id::FromNumber(text.GetHashCode()), 1));
+	TORVI_MUST(dictionary.Set<Int>(text, 2));
+	TORVI_MUST(dictionary.Set<Int>(Id::FromNumber(0), 3));
+	EXPECT_EQ(TORVI_MUST(dictionary.Get<Int>(Id::FromNumber(text.GetHashCode()))), 1);
+	EXPECT_EQ(TORVI_MUST(dictionary.Get<Int>(text)), 2);
+	EXPECT_EQ(TORVI_MUST(dictionary.Get<Int>(Id::FromNumber(0))), 3);
+	EXPECT_EQ(ErrorIdOf(dictionary.Get<Int>(Id())), errorids::KEYNOTFOUND.GetText());
+	EXPECT_EQ(Format("@", Id::FromNumber(274)), "274");
+	static_assert(!Id::FromNumber(0).IsEmpty() && Id().IsEmpty());
+}
+
 TEST(DataDictionary, FailedAllocations)
 {
 	ExpectOutOfMemoryAtEachAllocation(
