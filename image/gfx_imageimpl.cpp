@@ -87,13 +87,20 @@ Result<GetPixelHandlerStruct> ImageImpl::GetPixelHandler(const PixelFormat& dstF
 		});
 }
 
+Bool ImageImpl::ShowsLayers(const ImageBaseInterface& image)
+{
+	const auto* impl = dynamic_cast<const ImageImpl*>(&image);
+	const ImagePixelStorageRef storage = impl != nullptr ? impl->_storage.Get() : ImagePixelStorageRef();
+	return storage && storage->GetClassId() == ids::IMAGEPIXELSTORAGECLASS_NODATA;
+}
+
 /// The image as a whole: its own pixels, combined with its masks, or its layers where it has no pixels.
 Result<GetPixelHandlerStruct> ImageImpl::MakeHandler(const ReadRequest& request)
 {
 	const ImagePixelStorageRef storage = _storage.Get();
 	TORVI_CHECK(storage, MakeNoStorageError());
 	const Bool withMasks = !HasFlag(request._flags, GETPIXELHANDLERFLAGS::NOMASKS);
-	if (storage->GetClassId() == ids::IMAGEPIXELSTORAGECLASS_NODATA)
+	if (ShowsLayers(*this))
 		return MakeMerge(request, TORVI_TRY(GetVisibleLayers()), withMasks);
 	if (withMasks && HasMasks())
 	{

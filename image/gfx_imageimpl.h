@@ -60,6 +60,9 @@ public:
 	Result<void> DescribeIO(DataSerialize& serializer) override;
 	Result<ObjectRef> CloneObject() const override { return CloneByCopy(*this); }
 
+	/// Whether an image has a storage without pixels, and so reads as its layers.
+	static Bool ShowsLayers(const ImageBaseInterface& image);
+
 protected:
 	Result<void> CheckChild(IMAGEHIERARCHY branch, const ImageBaseRef& child) const override;
 
