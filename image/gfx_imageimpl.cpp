@@ -175,14 +175,10 @@ Result<void> ImageImpl::SetComponent(Int channel, const ImagePos& pos, const Byt
 	return TORVI_TRY(_storage.MakeWritableUnlocked())->SetComponent(channel, pos, source, pixelStride);
 }
 
-Result<Data> ImageImpl::GetData(const InternedId& key) const
+ColorProfile ImageImpl::GetStandardProfile() const
 {
-	Data data = TORVI_TRY(ImageBaseImpl::GetData(key));
-	if (key != ids::IMAGE_COLORPROFILE || !GetPixelFormat())
-		return data;
-	const ColorProfile* profile = data.GetPtr<ColorProfile>();
-	return profile != nullptr && profile->IsEmpty() ? Data::Make(GetPixelFormat()->GetDefaultColorProfile())
-													: Result<Data>(std::move(data));
+	const PixelFormat format = GetPixelFormat();
+	return format ? format->GetDefaultColorProfile() : ColorProfile();
 }
 
 Result<void> ImageImpl::DescribeIO(DataSerialize& serializer)

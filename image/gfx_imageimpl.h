@@ -54,8 +54,6 @@ public:
 	Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const override;
 	/// One thread at a time.
 	Result<void> SetComponent(Int channel, const ImagePos& pos, const Byte* source, Int pixelStride) override;
-	/// A missing colour profile is the default one of the pixel format.
-	Result<Data> GetData(const InternedId& key) const override;
 	/// Stores the storage: its class and its members. What is read becomes this image's storage and size.
 	Result<void> DescribeIO(DataSerialize& serializer) override;
 	Result<ObjectRef> CloneObject() const override { return CloneByCopy(*this); }
@@ -65,6 +63,8 @@ public:
 
 protected:
 	Result<void> CheckChild(IMAGEHIERARCHY branch, const ImageBaseRef& child) const override;
+	/// The default of the pixel format.
+	ColorProfile GetStandardProfile() const override;
 
 private:
 	/// The arguments of a get handler, for the steps that it is made in.
