@@ -1,6 +1,7 @@
 // Rewriting the pixels of an image from one profile to another, line by line, in float.
 #include "image/color_transform.h"
 
+#include "image/gfx_imageimpl.h"
 #include "image/pixel_memory.h"
 #include "torvi/gfx_image_colorprofile_convert.h"
 #include "torvi/ids_formats.h"
@@ -38,14 +39,11 @@ private:
 	Array<Byte> _line;
 };
 
-/// Images without pixels of their own have none.
 Array<KeptChannel> FindKeptChannels(const ImageBaseInterface& image)
 {
 	Array<KeptChannel> kept;
 	const PixelFormat format = image.GetPixelFormat();
 	const Block<const ImageChannel> channels = format->GetChannels();
-	if (image.GetComponent(0, ImagePos{}, nullptr, 0).GetError().GetId() == errorids::FUNCTIONNOTIMPLEMENTED)
-		return kept;
 	for (std::size_t i = 0; i < channels.size(); ++i)
 	{
 		if (!IsColor(channels[i]->GetChannelType()->GetType()))
@@ -83,6 +81,8 @@ Result<void> TransformImageColors(ImageBaseInterface& image, const ColorProfile&
 	const GetPixelHandlerStruct reader =
 		TORVI_TRY(image.GetPixelHandler(format, offsets, ColorProfile(), GETPIXELHANDLERFLAGS::NOMASKS, nullptr));
 	SetPixelHandlerStruct writer = TORVI_TRY(image.SetPixelHandler(format, offsets, ColorProfile(), SETPIXELHANDLERFLAGS::NONE));
+	if (ImageImpl::ShowsLayers(image))
+		return OK; // nothing that could be rewritten
 	Array<KeptChannel> kept = FindKeptChannels(image);
 	for (Int y = 0; y < image.GetHeight() && reader._getLine; ++y)
 	{

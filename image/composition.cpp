@@ -2,6 +2,7 @@
 // are applied to the accumulator, and one conversion takes the result to the caller. No buffer is larger than a run.
 #include "image/composition.h"
 
+#include "image/gfx_imageimpl.h"
 #include "image/pixel_memory.h"
 #include "torvi/ids_formats.h"
 #include "torvi/ids_keys.h"
@@ -89,6 +90,8 @@ struct LayerMergeRecord
 	/// Reads a run of the picture; what lies beside the layer's own pixels is `_around`.
 	Result<void> Read(const ImagePos& run, const ScratchRun& destination, UInt32 flags) const
 	{
+		if (_isFolder)
+			return _handler._getLine(run, destination.GetBuffer(), flags);
 		const Int x = Distance(run._x, _place._x);
 		const Int y = Distance(run._y, _place._y);
 		const Int first = x >= 0 ? 0 : x > -run._count ? -x : run._count;
@@ -105,6 +108,7 @@ struct LayerMergeRecord
 	GetPixelHandlerStruct _handler; ///< in the merge's format
 	BlendPixelHandler _blend;
 	Placement _place;
+	Bool _isFolder = false; ///< has no pixels of its own, and reaches as far as its layers
 };
 
 Result<ImagePixelBlend> FindBlendMode(const Id& id)
@@ -112,20 +116,6 @@ Result<ImagePixelBlend> FindBlendMode(const Id& id)
 	ImagePixelBlend mode = FindDeclared<ImagePixelBlendInterface>(id);
 	TORVI_CHECK(mode, IllegalStateError("There is no blend mode @.", id));
 	return mode;
-}
-
-Result<ImagePixelBlend> GetBlendMode(const ImageBaseInterface& layer)
-{
-	ImagePixelBlend mode = TORVI_TRY(ReadOr<ImagePixelBlend>(layer, ids::IMAGE_LAYER_BLENDMODE, {}));
-	return mode ? Result<ImagePixelBlend>(std::move(mode)) : FindBlendMode(ids::BLENDMODE_OVER);
-}
-
-/// The format to blend in for a destination.
-Result<PixelFormat> FindMergeFormat(const PixelFormat& destination)
-{
-	const auto modes = FindDeclared<ImagePixelBlendStaticInterface>(ids::INTERFACE_IMAGEPIXELBLEND);
-	TORVI_CHECK(modes, IllegalStateError("There are no blend modes."));
-	return modes->GetOptimalPixelFormat(Block<const PixelFormat>(&destination, 1));
 }
 
 /// One pixel of an alpha format, from its value in 8 bits.
@@ -148,7 +138,7 @@ public:
 	Result<void> Read(const ImagePos& pos, const PixelBuffer& destination, UInt32 flags);
 
 private:
-	Result<void> AddLayer(const ImageBaseRef& layer, GETPIXELHANDLERFLAGS flags);
+	Result<void> AddLayer(const ImageBaseRef& layer, const ImageBaseRef& parent, GETPIXELHANDLERFLAGS flags);
 	Result<void> AddMasks(const ImageBaseInterface& parent, GETPIXELHANDLERFLAGS flags);
 	Result<void> AddMask(const ImageBaseRef& mask, const PixelFormat& alphaFormat, GETPIXELHANDLERFLAGS flags);
 	Result<void> OpenRecord(LayerMergeRecord& record, const PixelFormat& format, GETPIXELHANDLERFLAGS flags) const;
@@ -166,11 +156,11 @@ private:
 
 Result<void> MergedReader::Init(const MergeRequest& request, ColorProfile& dstProfile)
 {
-	_format = TORVI_TRY(FindMergeFormat(request._dstFormat));
+	_format = TORVI_TRY(GetOptimalPixelFormat(Block<const PixelFormat>(&request._dstFormat, 1)));
 	const GETPIXELHANDLERFLAGS flags = request._flags & GETPIXELHANDLERFLAGS::NOMASKS;
 	_layers.reserve(request._layers.size());
 	for (const ImageBaseRef& layer : request._layers)
-		TORVI_TRY(AddLayer(layer, flags));
+		TORVI_TRY(AddLayer(layer, request._parent, flags));
 	TORVI_TRY(_accumulator.Init(_format));
 	TORVI_TRY(_layerLine.Init(_format));
 	if (request._withMasks)
@@ -190,13 +180,21 @@ Result<void> MergedReader::OpenRecord(LayerMergeRecord& record, const PixelForma
 	return OK;
 }
 
-Result<void> MergedReader::AddLayer(const ImageBaseRef& layer, GETPIXELHANDLERFLAGS flags)
+/// Mode and opacity say how a layer goes into what shows it. An image that shows itself through its masks is not yet there: whoever reads
+/// it blends it by them.
+Result<void> MergedReader::AddLayer(const ImageBaseRef& layer, const ImageBaseRef& parent, GETPIXELHANDLERFLAGS flags)
 {
 	LayerMergeRecord record;
 	record._layer = layer;
-	record._blendMode = TORVI_TRY(GetBlendMode(*layer));
-	record._opacity = TORVI_TRY(ReadOr<Float64>(*layer, ids::IMAGE_LAYER_OPACITY, 1.0));
+	if (layer != parent)
+	{
+		record._blendMode = TORVI_TRY(ReadOr<ImagePixelBlend>(*layer, ids::IMAGE_LAYER_BLENDMODE, {}));
+		record._opacity = TORVI_TRY(ReadOr<Float64>(*layer, ids::IMAGE_LAYER_OPACITY, 1.0));
+	}
+	if (!record._blendMode)
+		record._blendMode = TORVI_TRY(FindBlendMode(ids::BLENDMODE_OVER));
 	TORVI_TRY(OpenRecord(record, _format, flags));
+	record._isFolder = ImageImpl::ShowsLayers(*layer);
 	_layers.push_back(std::move(record));
 	return OK;
 }
@@ -297,10 +295,8 @@ public:
 	Bool IsTooDeep() const noexcept { return s_level > LAYER_NESTING_LIMIT; }
 
 private:
-	static thread_local Int s_level;
+	static inline thread_local Int s_level = 0;
 };
-
-thread_local Int NestingLevel::s_level = 0;
 
 GetPixelHandlerStruct MakeEmptyPicture(BITS bitsPerPixel)
 {

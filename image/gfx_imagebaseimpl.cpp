@@ -117,13 +117,18 @@ Result<Data> ImageBaseImpl::GetData(const InternedId& key) const
 {
 	if (key != ids::IMAGE_COLORPROFILE)
 		return DataDictionaryObjectImpl::GetData(key);
-	const Data* stored = GetDictionary().FindData(key);
-	if (stored != nullptr && !IsNullProfile(*stored))
-		return Data(*stored);
-	const ImageBaseRef parent = Cast<ImageBaseInterface>(GetParent());
-	if (parent && !Cast<ImageTextureInterface>(parent))
-		return parent->GetData(key);
-	return Data::Make(ColorProfile());
+	ColorProfile profile;
+	Ref<const ImageBaseImpl> level(this);
+	for (; level && !Cast<const ImageTextureInterface>(level); level = Cast<const ImageBaseImpl>(level->GetParent()))
+	{
+		const Data* stored = level->GetDictionary().FindData(key);
+		if (stored != nullptr && !IsNullProfile(*stored))
+			return Data(*stored);
+		ColorProfile standard = level->GetStandardProfile();
+		if (!standard.IsEmpty())
+			profile = std::move(standard);
+	}
+	return Data::Make(std::move(profile));
 }
 
 Result<void> RegisterImageBase(Module& module)

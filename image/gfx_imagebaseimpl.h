@@ -35,7 +35,8 @@ public:
 	Result<ImageBaseRef> TransformColors(const ColorProfile& srcProfile, const ColorProfile& dstProfile, UInt32 flags) override;
 	Result<RegionChangedObservableRef> ObservableRegionChanged(Bool create) override { return _regions.GetObservable(create); }
 
-	/// The colour profile goes up to the parent while it is missing; null at the top.
+	/// A missing colour profile is that of the nearest ancestor which has one, up to the image below the texture. Without any it is the
+	/// standard one of the topmost ancestor that has a standard; null without that.
 	Result<Data> GetData(const InternedId& key) const override;
 
 	/// Size, format and data; the copy hangs in no tree and nobody observes it.
@@ -46,6 +47,8 @@ public:
 protected:
 	/// IllegalArgumentError for a child that may not hang under this branch of this object. The base takes all.
 	virtual Result<void> CheckChild(IMAGEHIERARCHY branch, const ImageBaseRef& child) const;
+	/// The profile of pixels about which nothing is said. The base has none.
+	virtual ColorProfile GetStandardProfile() const { return {}; }
 
 	ImageBaseRef GetSelf() { return ImageBaseRef(this); }
 

@@ -87,13 +87,20 @@ Result<GetPixelHandlerStruct> ImageImpl::GetPixelHandler(const PixelFormat& dstF
 		});
 }
 
+Bool ImageImpl::ShowsLayers(const ImageBaseInterface& image)
+{
+	const auto* impl = dynamic_cast<const ImageImpl*>(&image);
+	const ImagePixelStorageRef storage = impl != nullptr ? impl->_storage.Get() : ImagePixelStorageRef();
+	return storage && storage->GetClassId() == ids::IMAGEPIXELSTORAGECLASS_NODATA;
+}
+
 /// The image as a whole: its own pixels, combined with its masks, or its layers where it has no pixels.
 Result<GetPixelHandlerStruct> ImageImpl::MakeHandler(const ReadRequest& request)
 {
 	const ImagePixelStorageRef storage = _storage.Get();
 	TORVI_CHECK(storage, MakeNoStorageError());
 	const Bool withMasks = !HasFlag(request._flags, GETPIXELHANDLERFLAGS::NOMASKS);
-	if (storage->GetClassId() == ids::IMAGEPIXELSTORAGECLASS_NODATA)
+	if (ShowsLayers(*this))
 		return MakeMerge(request, TORVI_TRY(GetVisibleLayers()), withMasks);
 	if (withMasks && HasMasks())
 	{
@@ -168,14 +175,10 @@ Result<void> ImageImpl::SetComponent(Int channel, const ImagePos& pos, const Byt
 	return TORVI_TRY(_storage.MakeWritableUnlocked())->SetComponent(channel, pos, source, pixelStride);
 }
 
-Result<Data> ImageImpl::GetData(const InternedId& key) const
+ColorProfile ImageImpl::GetStandardProfile() const
 {
-	Data data = TORVI_TRY(ImageBaseImpl::GetData(key));
-	if (key != ids::IMAGE_COLORPROFILE || !GetPixelFormat())
-		return data;
-	const ColorProfile* profile = data.GetPtr<ColorProfile>();
-	return profile != nullptr && profile->IsEmpty() ? Data::Make(GetPixelFormat()->GetDefaultColorProfile())
-													: Result<Data>(std::move(data));
+	const PixelFormat format = GetPixelFormat();
+	return format ? format->GetDefaultColorProfile() : ColorProfile();
 }
 
 Result<void> ImageImpl::DescribeIO(DataSerialize& serializer)

@@ -54,14 +54,17 @@ public:
 	Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const override;
 	/// One thread at a time.
 	Result<void> SetComponent(Int channel, const ImagePos& pos, const Byte* source, Int pixelStride) override;
-	/// A missing colour profile is the default one of the pixel format.
-	Result<Data> GetData(const InternedId& key) const override;
 	/// Stores the storage: its class and its members. What is read becomes this image's storage and size.
 	Result<void> DescribeIO(DataSerialize& serializer) override;
 	Result<ObjectRef> CloneObject() const override { return CloneByCopy(*this); }
 
+	/// Whether an image has a storage without pixels, and so reads as its layers.
+	static Bool ShowsLayers(const ImageBaseInterface& image);
+
 protected:
 	Result<void> CheckChild(IMAGEHIERARCHY branch, const ImageBaseRef& child) const override;
+	/// The default of the pixel format.
+	ColorProfile GetStandardProfile() const override;
 
 private:
 	/// The arguments of a get handler, for the steps that it is made in.

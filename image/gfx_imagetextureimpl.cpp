@@ -28,26 +28,10 @@ Result<Ref<MediaTextureBridgeInterface>> FindBridge()
 class ImageTextureImpl final : public ImageBaseImpl, public virtual ImageTextureInterface
 {
 public:
-	Int GetWidth() const override
-	{
-		const ImageBaseRef image = GetFirstImage();
-		return image ? image->GetWidth() : 0;
-	}
-	Int GetHeight() const override
-	{
-		const ImageBaseRef image = GetFirstImage();
-		return image ? image->GetHeight() : 0;
-	}
-	Int GetChannelCount() const override
-	{
-		const ImageBaseRef image = GetFirstImage();
-		return image ? image->GetChannelCount() : 0;
-	}
-	PixelFormat GetPixelFormat() const override
-	{
-		const ImageBaseRef image = GetFirstImage();
-		return image ? image->GetPixelFormat() : PixelFormat();
-	}
+	Int GetWidth() const override { return AskFirstImage(&ImageBaseInterface::GetWidth); }
+	Int GetHeight() const override { return AskFirstImage(&ImageBaseInterface::GetHeight); }
+	Int GetChannelCount() const override { return AskFirstImage(&ImageBaseInterface::GetChannelCount); }
+	PixelFormat GetPixelFormat() const override { return AskFirstImage(&ImageBaseInterface::GetPixelFormat); }
 
 	Result<Data> GetData(const InternedId& key) const override
 	{
@@ -93,6 +77,14 @@ protected:
 
 private:
 	ImageBaseRef GetFirstImage() const { return Cast<ImageBaseInterface>(GetFirstChild(static_cast<Int32>(IMAGEHIERARCHY::IMAGE))); }
+
+	/// 0 or null without an image.
+	template <class T>
+	T AskFirstImage(T (ImageBaseInterface::*question)() const) const
+	{
+		const ImageBaseRef image = GetFirstImage();
+		return image ? ((*image).*question)() : T();
+	}
 
 	/// The first image of that name, without regard to case; the first image if none is named so, or the name is empty.
 	ImageBaseRef FindPicture(const String& name) const

@@ -6,10 +6,39 @@
 namespace torvi
 {
 
-Result<void> NotifyRegionChanged(const ImageBaseRef& image, const UpdateRegion& region)
+namespace
+{
+
+/// A change on its way up a tree: whose observers are told now, and the parent that the forwarder among them names as the next.
+struct Ascent
+{
+	ImageBaseRef _image;
+	ImageBaseRef _parent;
+};
+
+thread_local Ascent* s_ascent = nullptr;
+
+Result<void> NotifyObservers(const ImageBaseRef& image, const UpdateRegion& region)
 {
 	const RegionChangedObservableRef observable = TORVI_TRY(image->ObservableRegionChanged(false));
 	return observable ? observable->Notify(image, region) : Result<void>(OK);
+}
+
+} // namespace
+
+Result<void> NotifyRegionChanged(const ImageBaseRef& image, const UpdateRegion& region)
+{
+	Ascent ascent = {image, {}};
+	Ascent* const outer = std::exchange(s_ascent, &ascent);
+	Result<void> first = OK;
+	for (; ascent._image; ascent._image = std::exchange(ascent._parent, {}))
+	{
+		Result<void> result = NotifyObservers(ascent._image, region);
+		if (first.IsOk())
+			first = std::move(result);
+	}
+	s_ascent = outer;
+	return first;
 }
 
 RegionNotifier::~RegionNotifier()
@@ -39,13 +68,19 @@ void RegionNotifier::ReserveLink()
 		_links.reserve(std::max<std::size_t>(4, 2 * _links.size()));
 }
 
-/// The parent may be gone while its former child lives on.
+/// The parent may be gone while its former child lives on. Trees are as deep as their makers want, so that the parent's turn is left to the
+/// loop that called; whoever notifies the child's observable directly has no such loop.
 RegionNotifier::Observer RegionNotifier::MakeForwarder(const ImageBaseRef& parent)
 {
-	return [weakParent = WeakRef<ImageBaseInterface>(parent)](const ImageBaseRef&, const UpdateRegion& region) -> Result<void>
+	return [weakParent = WeakRef<ImageBaseInterface>(parent)](const ImageBaseRef& child, const UpdateRegion& region) -> Result<void>
 	{
-		const ImageBaseRef target = weakParent.Lock();
-		return target ? NotifyRegionChanged(target, region) : Result<void>(OK);
+		ImageBaseRef target = weakParent.Lock();
+		if (!target)
+			return OK;
+		if (s_ascent == nullptr || s_ascent->_image != child)
+			return NotifyRegionChanged(target, region);
+		s_ascent->_parent = std::move(target);
+		return OK;
 	};
 }
 

@@ -56,7 +56,7 @@ private:
 	Array<Link> _links;
 };
 
-/// Tells the observers of an image about a changed region of it; their first error.
+/// Tells the observers of an image about a changed region of it, then those of its ancestors, each with the same region; their first error.
 Result<void> NotifyRegionChanged(const ImageBaseRef& image, const UpdateRegion& region);
 
 } // namespace torvi

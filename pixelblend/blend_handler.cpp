@@ -13,19 +13,6 @@ namespace torvi
 namespace
 {
 
-/// A precision that modes have kernels for.
-struct NativeFormats
-{
-	Id _pixels;
-	Id _mask; ///< the foreground's format, of modes that take a mask
-	BlendKernels BlendMode::*_kernels;
-};
-
-constexpr NativeFormats NATIVE_FORMATS[] = {
-	{ids::PIXELFORMAT_RGBA_F32, ids::PIXELFORMAT_ALPHA_F32, &BlendMode::_float32},
-	{ids::PIXELFORMAT_RGBA_F64, ids::PIXELFORMAT_ALPHA_F64, &BlendMode::_float64},
-};
-
 /// The BlendKernel for opacity 0.
 template <BITS PIXEL_BITS>
 void CopyPixels(const PixelBuffer& destination, const PixelBuffer& background, const PixelBuffer&, Int count, Float64)
@@ -36,21 +23,28 @@ void CopyPixels(const PixelBuffer& destination, const PixelBuffer& background, c
 		return static_cast<void>(
 			std::memmove(destination._pixel, background._pixel, static_cast<std::size_t>(BytesOf(count * PIXEL_BITS))));
 	for (Int i = 0; i < count; ++i)
-		std::memmove(destination._pixel + BytesOf(i * destination._stride), background._pixel + BytesOf(i * background._stride),
-					 PIXEL_BITS / 8);
+		std::memmove(PixelAt(destination, i), PixelAt(background, i), PIXEL_BITS / 8);
 }
 
-BlendKernel PickKernel(const BlendKernels& kernels, BlendKernel copy, Float64 opacity)
+/// A precision that modes have kernels for.
+struct Precision
 {
-	if (kernels._anyOpacity == nullptr || opacity == 1.0)
-		return kernels._full;
-	return opacity == 0.0 ? copy : kernels._anyOpacity;
-}
+	Id _pixels;
+	Id _mask; ///< the foreground's format, of modes that take a mask
+	BlendKernels BlendMode::*_kernels;
+	BlendKernel _copy;
 
-BlendKernel PickKernel(const BlendMode& mode, BlendKernels BlendMode::*kernels, Float64 opacity)
-{
-	return PickKernel(mode.*kernels, kernels == &BlendMode::_float32 ? &CopyPixels<128> : &CopyPixels<256>, opacity);
-}
+	BlendKernel PickKernel(const BlendMode& mode, Float64 opacity) const
+	{
+		const BlendKernels& kernels = mode.*_kernels;
+		if (mode.IsMask() || opacity == 1.0)
+			return kernels._full;
+		return opacity == 0.0 ? _copy : kernels._anyOpacity;
+	}
+};
+
+constexpr Precision SINGLE = {ids::PIXELFORMAT_RGBA_F32, ids::PIXELFORMAT_ALPHA_F32, &BlendMode::_float32, &CopyPixels<128>};
+constexpr Precision DOUBLE = {ids::PIXELFORMAT_RGBA_F64, ids::PIXELFORMAT_ALPHA_F64, &BlendMode::_float64, &CopyPixels<256>};
 
 /// Whether the pixels are of that format, and lie as they do in the format itself.
 Bool IsPlain(const PixelFormat& format, const ChannelOffsets& offsets, const Id& wanted)
@@ -78,7 +72,7 @@ public:
 	Result<void> Init(const BlendMode& mode, const PixelFormat& backgroundFormat, const ChannelOffsets& backgroundOffsets,
 					  const PixelFormat& foregroundFormat, const ChannelOffsets& foregroundOffsets, Float64 opacity)
 	{
-		const PixelFormat rgba = GetPixelFormat(ids::PIXELFORMAT_RGBA_F64);
+		const PixelFormat rgba = GetPixelFormat(DOUBLE._pixels);
 		TORVI_CHECK(rgba, IllegalStateError("The module is not started."));
 		AlphaPixelFormat front{rgba, 0};
 		if (mode.IsMask())
@@ -88,7 +82,7 @@ public:
 		_readForeground = TORVI_TRY(FindConversion(front._format, front._format->GetChannelOffsets(), foregroundFormat, foregroundOffsets));
 		_writeResult = TORVI_TRY(FindConversion(backgroundFormat, backgroundOffsets, rgba, rgbaOffsets));
 		_foregroundOffset = front._byteOffset;
-		_kernel = PickKernel(mode, &BlendMode::_float64, opacity);
+		_kernel = DOUBLE.PickKernel(mode, opacity);
 		_opacity = opacity;
 		return OK;
 	}
@@ -114,10 +108,7 @@ private:
 	using Pixels = std::array<std::array<Float64, 4>, CHUNK>;
 
 	static PixelBuffer BufferOf(Pixels& pixels) { return PixelBuffer(reinterpret_cast<Byte*>(pixels.data()), 8 * sizeof(pixels[0])); }
-	static PixelBuffer From(const PixelBuffer& run, Int start)
-	{
-		return PixelBuffer(run._pixel + BytesOf(start * run._stride), run._stride);
-	}
+	static PixelBuffer From(const PixelBuffer& run, Int start) { return PixelBuffer(PixelAt(run, start), run._stride); }
 
 	ConvertPixelFunc _readBackground;
 	ConvertPixelFunc _readForeground;
@@ -147,11 +138,11 @@ Result<BlendPixelHandler> MakeBlendPixelHandler(const BlendMode& mode, const Pix
 												const ChannelOffsets& backgroundOffsets, const PixelFormat& foregroundFormat,
 												const ChannelOffsets& foregroundOffsets, Float64 opacity)
 {
-	for (const NativeFormats& native : NATIVE_FORMATS)
+	for (const Precision* native : {&SINGLE, &DOUBLE})
 	{
-		const Id& foreground = mode.IsMask() ? native._mask : native._pixels;
-		if (IsPlain(backgroundFormat, backgroundOffsets, native._pixels) && IsPlain(foregroundFormat, foregroundOffsets, foreground))
-			return MakeNativeHandler(PickKernel(mode, native._kernels, opacity), opacity);
+		const Id& foreground = mode.IsMask() ? native->_mask : native->_pixels;
+		if (IsPlain(backgroundFormat, backgroundOffsets, native->_pixels) && IsPlain(foregroundFormat, foregroundOffsets, foreground))
+			return MakeNativeHandler(native->PickKernel(mode, opacity), opacity);
 	}
 	const Ref<ConvertedBlend> converted = TORVI_TRY(NewObject<ConvertedBlend>());
 	TORVI_TRY(converted->Init(mode, backgroundFormat, backgroundOffsets, foregroundFormat, foregroundOffsets, opacity));

@@ -10,12 +10,6 @@
 namespace torvi
 {
 
-/// Where pixel `index` of a run lies.
-inline Byte* PixelAt(const PixelBuffer& run, Int index)
-{
-	return run._pixel + BytesOf(index * run._stride);
-}
-
 /// Blends the foreground's color over the background. `MIX` makes a color of the colors of both; its order of operations is that of the
 /// formula, as is the order here. Pixels whose foreground has no alpha stay as they are, bit for bit.
 template <class MIX, Bool HAS_OPACITY, class T>

@@ -6,6 +6,12 @@
 namespace torvi
 {
 
+/// Where pixel `index` of a run lies.
+inline Byte* PixelAt(const PixelBuffer& run, Int index)
+{
+	return run._pixel + BytesOf(index * run._stride);
+}
+
 /// Blends runs of pixels of one kind. Strides may be anything, and nothing needs alignment; nothing happens for counts of 0 and below.
 /// Destination and background may be the same. `opacity` is read by kernels for any opacity only.
 using BlendKernel = void (*)(const PixelBuffer& destination, const PixelBuffer& background, const PixelBuffer& foreground, Int count,

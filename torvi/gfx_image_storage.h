@@ -116,8 +116,9 @@ public:
 	/// Widens `_updateRegion` by the run, then writes it: what every writer of lines calls. Does nothing when there is no line writer.
 	Result<void> SetLine(const ImagePos& pos, const PixelBuffer& source, UInt32 flags)
 	{
-		if (pos._count > 0)
-			_updateRegion.Widen(UpdateRegion{pos._x, pos._y, pos._x + pos._count - 1, pos._y});
+		Int last = 0;
+		if (pos._count > 0 && !__builtin_add_overflow(pos._x, pos._count - 1, &last))
+			_updateRegion.Widen(UpdateRegion{pos._x, pos._y, last, pos._y});
 		return _setLine ? _setLine(pos, source, flags) : Result<void>(OK);
 	}
 
@@ -155,9 +156,8 @@ public:
 	virtual Result<void> GetComponent(Int channel, const ImagePos& pos, Byte* destination, Int pixelStride) const = 0;
 	virtual Result<void> SetComponent(Int channel, const ImagePos& pos, const Byte* source, Int pixelStride) = 0;
 	/// Stores or reads the members; what is read replaces size, format and pixels, on failure nothing has changed. IllegalStateError
-	/// "Illegal pixel format:
-	/// @." for a format that is not known, and for members that do not fit each other. Colour tables of formats are not stored. The default
-	/// is the UnsupportedOperationError.
+	/// "Illegal pixel format: @." for a format that is not known, and for members that do not fit each other. Colour tables of formats are
+	/// not stored. The default is the UnsupportedOperationError.
 	virtual Result<void> DescribeIO(DataSerialize&)
 	{
 		return UnsupportedOperationError("Pixel storages of class @ are not stored.", GetClassId());

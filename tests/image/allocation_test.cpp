@@ -1,6 +1,6 @@
 // Every allocation fails once: operations give the out-of-memory error, leave no half-made state and leak nothing (which the address
 // sanitizer checks).
-#include "tests/image/image_test.h"
+#include "tests/image/composition_fixture.h"
 #include "tests/support/allocation_failure.h"
 
 #include <functional>
@@ -13,7 +13,7 @@ namespace
 
 using enum IMAGEHIERARCHY;
 
-class AllocationTest : public ImageTest
+class AllocationTest : public CompositionTest
 {
 protected:
 	/// Runs the operation with each of its allocations failing; gives how many it has. Each run has its own preparation.
@@ -42,24 +42,6 @@ TEST_F(AllocationTest, Init)
 		FailEach<ImageRef>([]() { return MakeImage(4, 4); }, [&](ImageRef& image) { return image->Init(9, 9, storageClass, rgb, {}); },
 						   [](ImageRef& image) { EXPECT_EQ(image->GetChannelCount(), 0) << "no storage is left"; });
 	EXPECT_GE(failures, 3) << "object, offsets, pixels";
-}
-
-TEST_F(AllocationTest, StorageIsEmptyAfterwards)
-{
-	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
-	FailEach<ImagePixelStorageRef>(
-		[&]()
-		{
-			ImagePixelStorageRef storage = Make<ImagePixelStorageInterface>(ids::IMAGEPIXELSTORAGECLASS_NORMAL);
-			EXPECT_OK(storage->Init(2, 2, grey, {}));
-			return storage;
-		},
-		[&](ImagePixelStorageRef& storage) { return storage->Init(100, 100, grey, {}); },
-		[](ImagePixelStorageRef& storage)
-		{
-			EXPECT_EQ(storage->GetWidth(), 0);
-			EXPECT_FALSE(storage->GetPixelFormat());
-		});
 }
 
 TEST_F(AllocationTest, WritingToAClone)
@@ -93,23 +75,26 @@ TEST_F(AllocationTest, WritingToAClone)
 	EXPECT_GE(failures, 3) << "storage, offsets, pixels";
 }
 
-TEST_F(AllocationTest, ReadingASelection)
+TEST_F(AllocationTest, ComposingASelection)
 {
-	const ImageRef image = MakeImage(1, 1);
-	const ImageLayerRef folder = MakeLayer("a folder with a name that does not fit into a short text", 1);
-	Hang(image, LAYER, folder);
-	Hang(folder, LAYER, MakeLayer("a layer with a name that does not fit into a short text", 2));
+	const String name = MakeString("a name that does not fit into a short text");
+	const ImageLayerRef folder = MakeFolder(1, 1);
+	Hang(folder, LAYER, MakeFilled(1, 1, {1, 2, 3, 255}));
+	Hang(folder, MASK, MakeMask(0, 0, 1, 1, {255}));
+	const ImageRef picture = MakePicture(1, 1, {MakeFilled(1, 1, {1, 2, 3, 255}), folder});
+	for (const ImageBaseRef& layer : GetImageChildren(*picture, LAYER))
+		EXPECT_OK(layer->Set(ids::IMAGE_NAME, name));
 	LayerSet layerSet;
-	EXPECT_OK(layerSet.SetSelectedLayers({MakeString("a folder with a name that does not fit into a short text")}));
-	const PixelFormat grey = GetPixelFormat(ids::PIXELFORMAT_GREY_U8);
-	FailEach<int>([]() { return 0; },
-				  [&](int&) -> Result<void>
-				  {
-					  GetPixelHandlerStruct handler =
-						  TORVI_TRY(image->GetPixelHandler(grey, grey->GetChannelOffsets(), {}, GETPIXELHANDLERFLAGS::NONE, &layerSet));
-					  Byte pixel = 0;
-					  return handler._getLine({0, 0, 1}, PixelBuffer(&pixel, 8), 0);
-				  });
+	EXPECT_OK(layerSet.SetSelectedLayers({name}));
+	const PixelFormat format = GetPixelFormat(ids::PIXELFORMAT_RGBA_U8);
+	const auto read = [&](int&) -> Result<void>
+	{
+		const GetPixelHandlerStruct handler =
+			TORVI_TRY(picture->GetPixelHandler(format, format->GetChannelOffsets(), {}, GETPIXELHANDLERFLAGS::NONE, &layerSet));
+		Byte pixel[4] = {};
+		return handler._getLine({0, 0, 1}, PixelBuffer(pixel, 32), 0);
+	};
+	EXPECT_GE(FailEach<int>([]() { return 0; }, read), 10) << "names, readers, records, scratch runs";
 }
 
 TEST_F(AllocationTest, AddingChildren)

@@ -146,6 +146,8 @@ TEST_F(ColorTransformTest, Errors)
 	Hang(texture, IMAGE, image);
 	EXPECT_ERROR(errorids::FUNCTIONNOTIMPLEMENTED, texture->TransformColors(_from, _to, 0));
 	EXPECT_ERROR(errorids::NULLPTR, Make<ImageInterface>(ids::IMAGECLASS_IMAGE)->TransformColors(_from, _to, 0));
+	EXPECT_OK(MakeImage<ImageInterface>(ids::IMAGECLASS_IMAGE, 1, INT64_MAX, ids::PIXELFORMAT_RGB_U8, ids::IMAGEPIXELSTORAGECLASS_NODATA)
+				  ->TransformColors(_from, _to, 0));
 	_conversions->_fails = true;
 	EXPECT_EQ(image->TransformColors(_from, _to, 0).GetError().GetMessage(), "cmsCreateTransform failed");
 }

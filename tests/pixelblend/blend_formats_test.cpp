@@ -81,15 +81,6 @@ TEST_F(BlendFormats, TheConvertingPathEqualsDoubles)
 	}
 }
 
-TEST_F(BlendFormats, IntegersAreClampedAtTheEnd)
-{
-	using Bytes = std::array<UChar, 4>;
-	const std::vector<Bytes> grey = {{204, 204, 204, 255}};
-	EXPECT_EQ((Blend<Bytes, Bytes>(FindBlend("add", "rgba.u8", "rgba.u8", 1.0), grey, grey)), (std::vector<Bytes>{{255, 255, 255, 255}}));
-	EXPECT_EQ((Blend<Bytes, Bytes>(FindBlend("subtract", "rgba.u8", "rgba.u8", 1.0), {{0, 1, 255, 255}}, grey)),
-			  (std::vector<Bytes>{{0, 0, 51, 255}}));
-}
-
 TEST_F(BlendFormats, NativeFunctionsAreForTheirOwnLayoutsOnly)
 {
 	for (const char* name : {"rgba.f32", "rgba.f64"})
@@ -185,20 +176,10 @@ TEST_F(BlendFormats, OptimalFormat)
 	EXPECT_EQ(GetOptimalPixelFormat(missing).GetError().GetId(), errorids::NULLPTR);
 }
 
-/// A handler travels through a dictionary, and a copy of it works when the mode is gone.
 TEST_F(BlendFormats, HandlersAreValuesOfTheDataSystem)
 {
 	EXPECT_TRUE(FindDataType("net.torvi.datatype.blendpixelhandlerref").IsOk());
 	EXPECT_TRUE(FindDataType("net.torvi.image.interface.imagepixelblend").IsOk());
-	BlendPixelHandlerRef handler =
-		NewObject<BlendPixelHandlerObject>(FindHandler("over", GetFormat("rgba.u8"), GetFormat("rgba.u8"), 1.0).TakeValue()).TakeValue();
-	const Data data = Data::Make(handler).TakeValue();
-	handler = nullptr;
-	const Result<BlendPixelHandlerRef> found = data.Get<BlendPixelHandlerRef>();
-	ASSERT_TRUE(found.IsOk());
-	using Bytes = std::array<UChar, 4>;
-	EXPECT_EQ((Blend<Bytes, Bytes>(found.GetValue()->GetHandler()._blend, {{0, 0, 0, 255}}, {{1, 2, 3, 255}})),
-			  (std::vector<Bytes>{{1, 2, 3, 255}}));
 }
 
 } // namespace
