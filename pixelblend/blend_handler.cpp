@@ -23,7 +23,7 @@ void CopyPixels(const PixelBuffer& destination, const PixelBuffer& background, c
 		return static_cast<void>(
 			std::memmove(destination._pixel, background._pixel, static_cast<std::size_t>(BytesOf(count * PIXEL_BITS))));
 	for (Int i = 0; i < count; ++i)
-		std::memmove(PixelAt(destination, i), PixelAt(background, i), PIXEL_BITS / 8);
+		std::memmove(PixelAddress(destination, i), PixelAddress(background, i), PIXEL_BITS / 8);
 }
 
 /// A precision that modes have kernels for.
@@ -108,7 +108,7 @@ private:
 	using Pixels = std::array<std::array<Float64, 4>, CHUNK>;
 
 	static PixelBuffer BufferOf(Pixels& pixels) { return PixelBuffer(reinterpret_cast<Byte*>(pixels.data()), 8 * sizeof(pixels[0])); }
-	static PixelBuffer From(const PixelBuffer& run, Int start) { return PixelBuffer(PixelAt(run, start), run._stride); }
+	static PixelBuffer From(const PixelBuffer& run, Int start) { return PixelBuffer(PixelAddress(run, start), run._stride); }
 
 	ConvertPixelFunc _readBackground;
 	ConvertPixelFunc _readForeground;

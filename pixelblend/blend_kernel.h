@@ -37,7 +37,7 @@ template <Int PIXEL_BYTES>
 [[gnu::noinline]] void GatherPixels(Byte* block, Int blockCount, const PixelBuffer& run, Int start, Int count)
 {
 	for (Int i = 0; i < count; ++i)
-		std::memcpy(block + i * PIXEL_BYTES, PixelAt(run, start + i), PIXEL_BYTES);
+		std::memcpy(block + i * PIXEL_BYTES, PixelAddress(run, start + i), PIXEL_BYTES);
 	std::memset(block + count * PIXEL_BYTES, 0, static_cast<std::size_t>((blockCount - count) * PIXEL_BYTES));
 }
 
@@ -45,7 +45,7 @@ template <Int PIXEL_BYTES>
 [[gnu::noinline]] void ScatterPixels(const Byte* block, const PixelBuffer& run, Int start, Int count)
 {
 	for (Int i = 0; i < count; ++i)
-		std::memcpy(PixelAt(run, start + i), block + i * PIXEL_BYTES, PIXEL_BYTES);
+		std::memcpy(PixelAddress(run, start + i), block + i * PIXEL_BYTES, PIXEL_BYTES);
 }
 
 /// A BlendKernel. The destination may be the background or the foreground: each block is read before it is written.
@@ -99,11 +99,11 @@ void MultiplyAlpha(const PixelBuffer& destination, const PixelBuffer& background
 	const Bool isInPlace = destination._pixel == background._pixel && destination._stride == background._stride;
 	for (Int i = 0; i < count; ++i)
 	{
-		Byte* const to = PixelAt(destination, i);
-		const Byte* const from = PixelAt(background, i);
+		Byte* const to = PixelAddress(destination, i);
+		const Byte* const from = PixelAddress(background, i);
 		T alpha, factor;
 		std::memcpy(&alpha, from + ALPHA, sizeof(T));
-		std::memcpy(&factor, PixelAt(mask, i), sizeof(T));
+		std::memcpy(&factor, PixelAddress(mask, i), sizeof(T));
 		if (!isInPlace)
 			std::memmove(to, from, ALPHA);
 		alpha *= factor;

@@ -7,7 +7,7 @@ namespace torvi
 {
 
 /// Where pixel `index` of a run lies.
-inline Byte* PixelAt(const PixelBuffer& run, Int index)
+inline Byte* PixelAddress(const PixelBuffer& run, Int index)
 {
 	return run._pixel + BytesOf(index * run._stride);
 }
