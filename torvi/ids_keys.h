@@ -119,5 +119,6 @@ inline constexpr Id EXPORT_DATARATE = "net.torvi.mediasession.export.datarate"; 
 inline constexpr Id EXPORT_CUSTOMDATA = "net.torvi.mediasession.export.customdata"; ///< array: a compressor's own state
 inline constexpr Id EXPORT_DISABLESRGBCONVERSION = "net.torvi.mediasession.export.disablesrgbconversion"; ///< Bool
 inline constexpr Id BMPEXPORT_BITMAPINFOHEADER = "net.torvi.mediasession.bmp.export.bitmapinfoheader";    ///< Id: "V3", "V4", "V5"
+inline constexpr Id PNGEXPORT_INTERLACED = "net.torvi.mediasession.png.export.interlaced";                ///< Bool
 
 } // namespace torvi::ids

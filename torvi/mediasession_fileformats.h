@@ -22,6 +22,14 @@ inline constexpr Id FILEFORMAT_BMP = "net.torvi.fileformat.imagebmp";
 inline constexpr Id FILEFORMATHANDLER_BMP = "net.torvi.fileformathandler.imageloaderbmp";
 inline constexpr Id CLASS_BMPIMPORT = "net.torvi.mediasession.bmp.import";
 inline constexpr Id CLASS_BMPEXPORT = "net.torvi.mediasession.bmp.export";
+
+inline constexpr Id FILEFORMAT_PNG = "net.torvi.fileformat.imagepng";
+inline constexpr Id FILEFORMATHANDLER_PNG = "net.torvi.fileformathandler.imageloaderpng";
+inline constexpr Id CLASS_PNGIMPORT = "net.torvi.mediasession.png.import";
+inline constexpr Id CLASS_PNGEXPORT = "net.torvi.mediasession.png.export";
+/// The streams of PNG importers; they behave as all streams of pictures do.
+inline constexpr Id CLASS_MEDIASTREAMIMAGEDATAIMPORTPNG = "net.torvi.image.class.mediastreamimagedataimportpng";
+inline constexpr Id MODULEINFO_LIBPNG = "net.torvi.moduleinfo.libpng";
 } // namespace ids
 
 } // namespace torvi
