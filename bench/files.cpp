@@ -76,8 +76,7 @@ Result<void> PeakOfSave(benchmark::State& state, Int side)
 {
 	const TemporaryFile file(".bmp");
 	const ImageTextureRef texture = TORVI_TRY(MakeSquare(side));
-	return ReportPeak(state, texture->GetPixelFormat(), side,
-					  [&]() { return Save(texture, ids::CLASS_BMPEXPORT, file.GetPath()); });
+	return ReportPeak(state, texture->GetPixelFormat(), side, [&]() { return Save(texture, ids::CLASS_BMPEXPORT, file.GetPath()); });
 }
 
 } // namespace

@@ -54,7 +54,8 @@ Result<ImageTextureRef> MakePhotograph(Int side)
 		for (Int x = 0; x < side; ++x)
 		{
 			const double u = static_cast<double>(x) / static_cast<double>(side);
-			const double waves = std::sin(23.0 * u + 5.0 * std::sin(11.0 * v)) + 0.5 * std::sin(170.0 * v * u) + 0.3 * std::sin(900.0 * u - 400.0 * v);
+			const double waves =
+				std::sin(23.0 * u + 5.0 * std::sin(11.0 * v)) + 0.5 * std::sin(170.0 * v * u) + 0.3 * std::sin(900.0 * u - 400.0 * v);
 			const double disc = (u - 0.6) * (u - 0.6) + (v - 0.4) * (v - 0.4) < 0.05 ? 50.0 : 0.0;
 			const double colors[CHANNELS] = {90.0 + 30.0 * waves + disc, 100.0 + 25.0 * waves + 40.0 * v, 120.0 + 20.0 * waves - disc};
 			for (Int channel = 0; channel < CHANNELS; ++channel)
@@ -64,7 +65,8 @@ Result<ImageTextureRef> MakePhotograph(Int side)
 			}
 		}
 	};
-	return MakeTextureOfLines(GetPixelFormat(ids::PIXELFORMAT_RGB_U8), side, side, Array<Byte>(static_cast<std::size_t>(side * CHANNELS)), fillLine);
+	return MakeTextureOfLines(GetPixelFormat(ids::PIXELFORMAT_RGB_U8), side, side, Array<Byte>(static_cast<std::size_t>(side * CHANNELS)),
+							  fillLine);
 }
 
 } // namespace torvi::bench

@@ -22,8 +22,8 @@ Result<FreshMemory> CopyPixels(const ImageTextureRef& texture, Int side)
 	const Int bytesPerLine = format->GetBytesPerLine(side, 1);
 	FreshMemory pixels(bytesPerLine * side);
 	TORVI_CHECK(pixels.GetBytes() != nullptr, OutOfMemoryError());
-	const GetPixelHandlerStruct reader = TORVI_TRY(
-		texture->GetPixelHandler(format, format->GetChannelOffsets(), ColorProfile(), GETPIXELHANDLERFLAGS::NONE, nullptr));
+	const GetPixelHandlerStruct reader =
+		TORVI_TRY(texture->GetPixelHandler(format, format->GetChannelOffsets(), ColorProfile(), GETPIXELHANDLERFLAGS::NONE, nullptr));
 	for (Int y = 0; y < side; ++y)
 		TORVI_TRY(reader._getLine({0, y, side}, PixelBuffer(pixels.GetBytes() + y * bytesPerLine, format->GetBitsPerPixel()), 0));
 	return pixels;

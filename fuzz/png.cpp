@@ -105,8 +105,8 @@ void MutateChunk(Chunk& chunk, bool unpacks)
 {
 	const auto nameEnd = std::find(chunk._data.begin(), chunk._data.end(), 0);
 	const std::size_t profile = static_cast<std::size_t>(nameEnd - chunk._data.begin()) + 2;
-	const bool isUnpacked = unpacks && ((chunk.Is("IDAT") && MutateUnpacked(chunk._data, 0)) ||
-										(chunk.Is("iCCP") && MutateUnpacked(chunk._data, profile)));
+	const bool isUnpacked =
+		unpacks && ((chunk.Is("IDAT") && MutateUnpacked(chunk._data, 0)) || (chunk.Is("iCCP") && MutateUnpacked(chunk._data, profile)));
 	if (!isUnpacked)
 		Mutate(chunk._data);
 }

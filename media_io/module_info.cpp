@@ -6,8 +6,7 @@
 namespace torvi
 {
 
-Result<void> RegisterModuleInfo(Module& module, const Id& id, std::string_view name, std::string_view description,
-								std::string_view version)
+Result<void> RegisterModuleInfo(Module& module, const Id& id, std::string_view name, std::string_view description, std::string_view version)
 {
 	return NoThrow(
 		[&]() -> Result<void>

@@ -1,8 +1,6 @@
 // The bridge to libpng. See its manual, libpng-manual.txt, for the order of calls.
 #include "media_io/png_library.h"
 
-#include "torvi/mediasession_errors.h"
-
 namespace torvi
 {
 
@@ -21,8 +19,8 @@ constexpr std::size_t JUMP_BUFFER_SIZE = std::max<std::size_t>(256, sizeof(jmp_b
 	return true;
 }
 
-/// Chunks that nobody asks for. The library would unpack and keep them, up to gigabytes of text from a few bytes, and let damaged ones stand
-/// in the way of the colour profile.
+/// Chunks that nobody asks for. The library would unpack and keep them, up to gigabytes of text from a few bytes, and let damaged ones
+/// stand in the way of the colour profile.
 constexpr char SKIPPED_CHUNKS[] = "bKGD\0cHRM\0eXIf\0gAMA\0hIST\0iTXt\0oFFs\0pCAL\0sBIT\0sCAL\0sPLT\0sRGB\0tEXt\0tIME\0zTXt";
 constexpr int SKIPPED_CHUNK_COUNT = sizeof(SKIPPED_CHUNKS) / 5;
 
@@ -45,7 +43,8 @@ void PngLibrary::Drop() noexcept
 	_png = nullptr;
 	_info = _endInfo = nullptr;
 	_jumpBuffer = nullptr;
-	_error = _cause = Error();
+	_error = {};
+	_cause = {};
 	_isOutOfMemory = false;
 }
 
@@ -162,8 +161,8 @@ Result<void> PngReader::ReadShape(PngHeader& header) noexcept
 		{
 			png_read_info(_png, _info);
 			png_set_swap(_png);
-			result = png_get_IHDR(_png, _info, &header._width, &header._height, &header._depth, &header._colorType, nullptr, nullptr,
-								  nullptr);
+			result =
+				png_get_IHDR(_png, _info, &header._width, &header._height, &header._depth, &header._colorType, nullptr, nullptr, nullptr);
 		}));
 	TORVI_CHECK(result != 0, MediaSessionWrongTypeError());
 	return OK;
@@ -289,11 +288,8 @@ Result<void> PngWriter::SetShape(const PngShape& shape) noexcept
 
 Result<void> PngWriter::SetColorProfile(CString name, Block<const Byte> profile) noexcept
 {
-	return Enter(
-		[&]()
-		{
-			png_set_iCCP(_png, _info, name, PNG_COMPRESSION_TYPE_BASE, profile.data(), static_cast<png_uint_32>(profile.size()));
-		});
+	return Enter([&]()
+				 { png_set_iCCP(_png, _info, name, PNG_COMPRESSION_TYPE_BASE, profile.data(), static_cast<png_uint_32>(profile.size())); });
 }
 
 Result<void> PngWriter::SetPixelsPerMetre(png_uint_32 horizontal, png_uint_32 vertical) noexcept

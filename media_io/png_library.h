@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/binaryreader.h"
+#include "torvi/mediasession_errors.h"
 
 #include <csetjmp>
 #include <png.h>
@@ -65,8 +66,8 @@ struct PngHeader
 {
 	png_uint_32 _width = 0;
 	png_uint_32 _height = 0;
-	int _depth = 0;     ///< bits of a sample
-	int _colorType = 0; ///< PNG_COLOR_TYPE_...
+	int _depth = 0;                           ///< bits of a sample
+	int _colorType = 0;                       ///< PNG_COLOR_TYPE_...
 	Bool _hasTransparency = false;            ///< whether one of the next two counts
 	Block<const Byte> _paletteAlpha;          ///< of the first entries of the palette
 	png_color_16 _transparentColor = {};      ///< of pictures without palette, in samples of the file
@@ -155,8 +156,8 @@ private:
 	BinaryWriter* _stream = nullptr;
 };
 
-/// A UTF-8 text as the name of a profile in a PNG file: 1 to 79 printable characters of Latin-1, without blanks at its ends. Others are left
-/// out; "ICC Profile" if nothing is left.
+/// A UTF-8 text as the name of a profile in a PNG file: 1 to 79 printable characters of Latin-1, without blanks at its ends. Others are
+/// left out; "ICC Profile" if nothing is left.
 String MakePngProfileName(std::string_view text);
 
 } // namespace torvi

@@ -40,7 +40,7 @@ UInt32 GetUInt32(Block<const Byte> bytes, std::size_t offset)
 
 Result<MediaStreamFormat> DescribePicture(Block<const Byte> bytes)
 {
-	return DescribePicture(ids::CLASS_BMPIMPORT, bytes);
+	return test::DescribePicture(ids::CLASS_BMPIMPORT, bytes);
 }
 
 TEST_F(BmpTest, SampleFiles)
