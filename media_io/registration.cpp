@@ -2,6 +2,7 @@
 #include "media_io/registration.h"
 
 #include "media_io/media_io_bmp.h"
+#include "media_io/media_io_jpg.h"
 #include "media_io/media_io_png.h"
 
 namespace torvi
@@ -15,6 +16,8 @@ constexpr RegistrationStep STEPS[] = {
 	{"BMP", &RegisterImageFormat<BMP_FORMAT>},
 	{"PNG", &RegisterImageFormat<PNG_FORMAT>},
 	{"streams and library of PNG", &RegisterPngStreamsAndLibrary},
+	{"JPEG", &RegisterImageFormat<JPG_FORMAT>},
+	{"streams and library of JPEG", &RegisterJpgStreamsAndLibrary},
 };
 
 } // namespace

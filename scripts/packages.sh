@@ -8,6 +8,7 @@ BUILD_PACKAGES=(
 	ccache=ccache
 	pkg-config=pkg-config
 	libpng-dev
+	libjpeg-dev
 	zlib1g-dev
 	liblcms2-dev
 	libopencolorio-dev

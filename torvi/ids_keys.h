@@ -120,5 +120,6 @@ inline constexpr Id EXPORT_CUSTOMDATA = "net.torvi.mediasession.export.customdat
 inline constexpr Id EXPORT_DISABLESRGBCONVERSION = "net.torvi.mediasession.export.disablesrgbconversion"; ///< Bool
 inline constexpr Id BMPEXPORT_BITMAPINFOHEADER = "net.torvi.mediasession.bmp.export.bitmapinfoheader";    ///< Id: "V3", "V4", "V5"
 inline constexpr Id PNGEXPORT_INTERLACED = "net.torvi.mediasession.png.export.interlaced";                ///< Bool
+inline constexpr Id JPGEXPORT_BASELINE = "net.torvi.mediasession.jpg.export.baseline"; ///< Bool: quantisation tables of 8 bits
 
 } // namespace torvi::ids
