@@ -49,8 +49,8 @@ class ListTest(ToolTest):
 		self.assertEqual(members, [row["id"] for row in self.list("formats")])
 
 	def test_codecs(self):
-		for name in ("bmp", "png"):
-			self.assertIn({"id": f"net.torvi.fileformat.image{name}", "suffixes": [name], "read": True, "write": True,
+		for name, suffixes in (("bmp", ["bmp"]), ("png", ["png"]), ("jpg", ["jpg", "jpeg"])):
+			self.assertIn({"id": f"net.torvi.fileformat.image{name}", "suffixes": suffixes, "read": True, "write": True,
 				"exporter": f"net.torvi.mediasession.{name}.export"}, self.list("codecs"))
 
 	def test_further_subjects(self):
