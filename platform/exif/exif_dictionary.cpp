@@ -95,8 +95,8 @@ Bool HasExifHead(Block<const Byte> data) noexcept
 Result<void> ReadExifTags(Block<const Byte> data, DataDictionaryObjectImpl& tags)
 {
 	const Array<Byte> block = TORVI_TRY(MakeBlock(data));
-	const ExifDataPtr parsed = TORVI_TRY(LoadExifData(block));
-	TagReader reader(*parsed, tags);
+	ExifLibraryRun run;
+	TagReader reader(*TORVI_TRY(run.Load(block)), tags);
 	TORVI_TRY(reader.AddDirectory(EXIF_IFD_0, ExifDirectory::PICTURE));
 	TORVI_TRY(reader.AddDirectory(EXIF_IFD_EXIF, ExifDirectory::PICTURE));
 	TORVI_TRY(reader.AddDirectory(EXIF_IFD_GPS, ExifDirectory::GPS));

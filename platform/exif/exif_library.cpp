@@ -1,7 +1,10 @@
-// The library gets the host's memory, and only so much of it: each of some five thousand entries may claim the same 64 KiB as its value.
+// The library's memory, as a list of pieces.
 #include "platform/exif/exif_library.h"
 
 #include "host/memory.h"
+
+#include <algorithm>
+#include <cstring>
 
 namespace torvi
 {
@@ -10,64 +13,83 @@ namespace
 {
 
 /// All that one block may take. Those of cameras need their own length up to three times (values, a copy of the maker's notes, the
-/// thumbnail) and a hundred bytes an entry.
+/// thumbnail) and about two hundred bytes an entry.
 constexpr Int MEMORY_LIMIT = 8 * 65536;
 
-/// What became of the library's wishes while it loads a block on this thread; its calls have no argument for that.
-struct MemoryUse
-{
-	Int _left = MEMORY_LIMIT;
-	Bool _isAboveLimit = false;
-	Bool _isOutOfMemory = false;
-};
-
-thread_local MemoryUse s_memoryUse;
-
-Bool TakeMemory(Int size) noexcept
-{
-	s_memoryUse._isAboveLimit = s_memoryUse._isAboveLimit || size > s_memoryUse._left;
-	if (s_memoryUse._isAboveLimit)
-		return false;
-	s_memoryUse._left -= size;
-	return true;
-}
-
-void* NoteResult(void* memory) noexcept
-{
-	s_memoryUse._isOutOfMemory = s_memoryUse._isOutOfMemory || memory == nullptr;
-	return memory;
-}
+/// The run on this thread; the library's calls for memory have no argument for it.
+thread_local ExifLibraryRun* s_run = nullptr;
 
 void* AllocForLibrary(ExifLong size) noexcept
 {
-	return TakeMemory(size) ? NoteResult(AllocClear(size)) : nullptr;
+	return s_run->Allocate(size);
 }
 
-/// What grows are lists with a pointer for each entry, an eighth of the entry itself, which has been counted.
 void* ReallocForLibrary(void* memory, ExifLong size) noexcept
 {
-	return NoteResult(Realloc(memory, size));
+	return s_run->Reallocate(memory, size);
 }
 
-struct ExifMemDeleter
+void FreeForLibrary(void* memory) noexcept
 {
-	void operator()(ExifMem* memory) const noexcept { exif_mem_unref(memory); }
-};
+	s_run->Release(memory);
+}
 
 } // namespace
 
-Result<ExifDataPtr> LoadExifData(Block<const Byte> block)
+ExifLibraryRun::~ExifLibraryRun()
 {
-	s_memoryUse = {};
-	const std::unique_ptr<ExifMem, ExifMemDeleter> memory(exif_mem_new(&AllocForLibrary, &ReallocForLibrary, &Free));
-	TORVI_CHECK(memory, OutOfMemoryError());
-	ExifDataPtr data(exif_data_new_mem(memory.get()));
-	TORVI_CHECK(data, OutOfMemoryError());
-	exif_data_unset_option(data.get(), EXIF_DATA_OPTION_IGNORE_UNKNOWN_TAGS);
-	exif_data_unset_option(data.get(), EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
-	exif_data_load_data(data.get(), block.data(), static_cast<unsigned int>(block.size()));
-	TORVI_CHECK(!s_memoryUse._isOutOfMemory, OutOfMemoryError());
-	TORVI_CHECK(!s_memoryUse._isAboveLimit, FileFormatError("The EXIF data needs more than @ bytes of memory.", MEMORY_LIMIT));
+	while (_pieces._next != &_pieces)
+		Release(_pieces._next + 1);
+}
+
+void* ExifLibraryRun::Allocate(Int size) noexcept
+{
+	size += Int(sizeof(Piece));
+	_isAboveLimit = _isAboveLimit || size > MEMORY_LIMIT - _size;
+	auto* const piece = static_cast<Piece*>(_isAboveLimit ? nullptr : AllocClear(size));
+	_isOutOfMemory = _isOutOfMemory || (piece == nullptr && !_isAboveLimit);
+	if (piece == nullptr)
+		return nullptr;
+	*piece = {&_pieces, _pieces._next, size};
+	_pieces._next->_previous = piece;
+	_pieces._next = piece;
+	_size += size;
+	return piece + 1;
+}
+
+void* ExifLibraryRun::Reallocate(void* memory, Int size) noexcept
+{
+	void* const copy = Allocate(size);
+	if (copy == nullptr || memory == nullptr)
+		return copy;
+	const Int oldSize = (static_cast<Piece*>(memory) - 1)->_size - Int(sizeof(Piece));
+	std::memcpy(copy, memory, static_cast<std::size_t>(std::min(oldSize, size)));
+	Release(memory);
+	return copy;
+}
+
+void ExifLibraryRun::Release(void* memory) noexcept
+{
+	if (memory == nullptr)
+		return;
+	Piece* const piece = static_cast<Piece*>(memory) - 1;
+	piece->_previous->_next = piece->_next;
+	piece->_next->_previous = piece->_previous;
+	_size -= piece->_size;
+	Free(piece);
+}
+
+Result<ExifData*> ExifLibraryRun::Load(Block<const Byte> block)
+{
+	s_run = this;
+	ExifMem* const memory = exif_mem_new(&AllocForLibrary, &ReallocForLibrary, &FreeForLibrary);
+	ExifData* const data = memory != nullptr ? exif_data_new_mem(memory) : nullptr;
+	TORVI_CHECK(data != nullptr, OutOfMemoryError());
+	exif_data_unset_option(data, EXIF_DATA_OPTION_IGNORE_UNKNOWN_TAGS);
+	exif_data_unset_option(data, EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
+	exif_data_load_data(data, block.data(), static_cast<unsigned int>(block.size()));
+	TORVI_CHECK(!_isOutOfMemory, OutOfMemoryError());
+	TORVI_CHECK(!_isAboveLimit, FileFormatError("The EXIF data needs more than @ bytes of memory.", MEMORY_LIMIT));
 	return data;
 }
 

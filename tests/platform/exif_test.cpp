@@ -129,6 +129,7 @@ TEST_F(Exif, OddBlocks)
 	const Case cases[] = {
 		{"a byte turns", MakeBlock({Tag(274, 1, 1, "\x06")}), SIX},
 		{"the first of two", MakeBlock({Tag(274, 3, 2, "\0\x06\0\x01"s)}), SIX},
+		{"a tag twice", MakeBlock({six, Tag(274, 3, 1, "\0\x01"s)}), SIX},
 		{"32 bits turn", MakeBlock({Tag(274, 4, 1, "\0\0\0\x06"s)}), SIX},
 		{"signed bits turn", MakeBlock({Tag(274, 9, 1, "\0\0\0\x06"s)}), SIX},
 		{"too many turns", MakeBlock({Tag(274, 4, 1, "\0\x01\0\0"s)}), BROKEN},
@@ -146,7 +147,7 @@ TEST_F(Exif, OddBlocks)
 		{"sizes that overflow", MakeBlock({Tag(270, 12, 0x20000001, self), Tag(271, 5, 0x80000000, self), six}), SIX},
 		{"a directory of itself",
 		 MakeBlock({six, Tag(34665, 4, 1, self), Tag(34853, 4, 1, self), Tag(40965, 4, 1, self)}, 8),
-		 {"274 uint16 6", "131346 uint16 6", "196882 uint16 6", "65810 uint16 6"}},
+		 {"274 uint16 6", "65810 uint16 6"}},
 		{"5000 values of 60 KB", MakeBlock(many), BROKEN},
 		{"behind 64 KiB", MakeBlock({six}) + std::string(200000, 'x'), SIX},
 	};
