@@ -49,7 +49,11 @@ public:
 	TORVI_EXPORT Error& operator=(Error&& other) noexcept;
 	Error(const Error&) = delete;
 	Error& operator=(const Error&) = delete;
-	~Error() { Release(); }
+	~Error()
+	{
+		if (_record != nullptr)
+			Release();
+	}
 
 	/// Makes an error. If there is no memory for it, it is the out-of-memory error instead.
 	TORVI_EXPORT static Error Make(const Id& id, std::string_view message, SourceLocation location) noexcept;

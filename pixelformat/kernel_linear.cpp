@@ -2,7 +2,7 @@
 #include "pixelformat/kernel_linear.h"
 
 #include "pixelformat/kernel_linear_float.h"
-#include "pixelformat/kernel_shuffle.h"
+#include "pixelformat/kernel_simd.h"
 #include "pixelformat/kernel_values.h"
 
 #include <algorithm>
@@ -22,12 +22,34 @@ constexpr bool IS_HALF = std::same_as<T, HalfFloat>;
 template <class D, class S>
 void ConvertValues(Byte* __restrict destination, const Byte* __restrict source, Int count);
 
-/// Bytes to 16 bits, which hold each byte twice: a shuffle of bytes.
-void RepeatBytes(Byte* destination, const Byte* source, Int count)
+#if TORVI_HAS_VECTORS && HWY_TARGET <= HWY_AVX2
+constexpr bool HAS_REPEAT_BYTES = true;
+
+/// Bytes to 16 bits, which hold each byte twice. Fewer than 16 at the end are converted together with some before them.
+void RepeatBytes(Byte* __restrict destination, const Byte* __restrict source, Int count)
 {
-	static const ShuffleMap MAP = MakeShuffleMap(1, 1, std::array<ChannelPick, 2>{{{0, 0}, {0, 0}}});
-	ShufflePixels(destination, source, count, MAP);
+	constexpr Int STEP = 16;
+	constexpr simd::FixedTag<UChar, 2 * STEP> TAG;
+	alignas(2 * STEP) static constexpr std::array<Byte, 2 * STEP> ORDER = {0, 0, 1, 1, 2,  2,  3,  3,  4,  4,  5,  5,  6,  6,  7,  7,
+																		   8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15};
+	const auto order = simd::Load(TAG, ORDER.data());
+	const auto repeat = [&](Int at)
+	{ simd::StoreU(simd::TableLookupBytes(simd::LoadDup128(TAG, source + at), order), TAG, destination + 2 * at); };
+	if (count < STEP)
+	{
+		for (Int i = 0; i < count; ++i)
+			destination[2 * i] = destination[2 * i + 1] = source[i];
+		return;
+	}
+#pragma GCC unroll 4
+	for (Int done = 0; done + STEP <= count; done += STEP)
+		repeat(done);
+	repeat(count - STEP);
 }
+#else
+constexpr bool HAS_REPEAT_BYTES = false; // the compiler's vectors will do
+void RepeatBytes(Byte*, const Byte*, Int) {}
+#endif
 
 /// Half floats meet other types as float32; signed integers as unsigned ones.
 template <class D, class MIDDLE, class S>
@@ -48,7 +70,7 @@ void ConvertValues(Byte* __restrict destination, const Byte* __restrict source, 
 {
 	if constexpr (std::same_as<D, S>)
 		std::memcpy(destination, source, static_cast<std::size_t>(count) * sizeof(D));
-	else if constexpr (std::same_as<D, UInt16> && std::same_as<S, UChar>)
+	else if constexpr (HAS_REPEAT_BYTES && std::same_as<D, UInt16> && std::same_as<S, UChar>)
 		RepeatBytes(destination, source, count);
 	else if constexpr (HAS_CONVERT_FLOATS<D, S>)
 		ConvertFloats<D, S>(destination, source, count);

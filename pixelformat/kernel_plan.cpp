@@ -348,6 +348,11 @@ void ConversionPlan::RunInChunks(const KernelRun& run, bool isStreamed) const
 	for (Int done = 0; done < run._count; done += _chunk)
 	{
 		const KernelRun part = PartOf(run, done, std::min(_chunk, run._count - done));
+		if (isStreamed)
+		{
+			const Int behind = done + part._count;
+			FetchAhead(run._source + behind * run._sourceStride, std::min(_chunk, run._count - behind) * run._sourceStride);
+		}
 		std::size_t next = 0;
 		const auto nextBuffer = [&]() { return buffers[next ^= 1].data(); };
 		const Byte* pixels = part._source + _source.GetFirstOffset();

@@ -41,21 +41,6 @@ void ShuffleValues(Byte* destination, const Byte* source, Int count, const Shuff
 	FUNCTIONS[static_cast<std::size_t>(map._destinationCount - 1)](destination, source, count, map);
 }
 
-void ShuffleOneByOne(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
-{
-	switch (map._valueSize)
-	{
-	case 1:
-		return ShuffleValues<UChar>(destination, source, count, map);
-	case 2:
-		return ShuffleValues<UInt16>(destination, source, count, map);
-	case 4:
-		return ShuffleValues<UInt32>(destination, source, count, map);
-	default:
-		return ShuffleValues<UInt64>(destination, source, count, map);
-	}
-}
-
 #if TORVI_HAS_VECTORS
 
 constexpr simd::FixedTag<UChar, VECTOR> TAG;
@@ -99,6 +84,7 @@ void ExpandPixels(Byte* __restrict destination, const Byte* __restrict source, I
 	constexpr Int OUTPUT_BYTES = VECTOR * Int(OUTPUTS);
 	const Int bytes = count * map.GetSourceSize(); // becomes OUTPUTS times as many
 	Int done = 0;
+#pragma GCC unroll 4
 	for (; done + VECTOR <= bytes; done += VECTOR)
 		expand(destination + done * Int(OUTPUTS), source + done);
 	if (done < bytes)
@@ -201,6 +187,21 @@ ShuffleMap::Function FunctionFor(const ShuffleMap& map)
 
 } // namespace
 
+void ShuffleOneByOne(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
+{
+	switch (map._valueSize)
+	{
+	case 1:
+		return ShuffleValues<UChar>(destination, source, count, map);
+	case 2:
+		return ShuffleValues<UInt16>(destination, source, count, map);
+	case 4:
+		return ShuffleValues<UInt32>(destination, source, count, map);
+	default:
+		return ShuffleValues<UInt64>(destination, source, count, map);
+	}
+}
+
 ShuffleMap MakeShuffleMap(Int valueSize, Int sourceCount, Block<const ChannelPick> picks)
 {
 	ShuffleMap map = {valueSize, CountOf(picks), sourceCount};
@@ -228,17 +229,12 @@ ShuffleMap MakeShuffleMap(Int valueSize, Int sourceCount, Block<const ChannelPic
 	}
 #if TORVI_HAS_VECTORS
 	if (map._pixelsAtATime > 0)
+	{
 		map._function = FunctionFor(map);
+		map._shortest = std::max(map._pixelsAtATime, (VECTOR + from - 1) / from);
+	}
 #endif
 	return map;
-}
-
-void ShufflePixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
-{
-	if (map._function != nullptr && count >= map._pixelsAtATime && count * map.GetSourceSize() >= VECTOR)
-		map._function(destination, source, count, map);
-	else
-		ShuffleOneByOne(destination, source, count, map);
 }
 
 } // namespace torvi

@@ -33,7 +33,8 @@ struct ShuffleMap
 	// The pixels that are shuffled at a time: as many as 16 bytes hold of the larger side, none where a pixel has more. Of a smaller source
 	// whose pixels fill 16 bytes it is these, and they become several vectors, all of them full.
 	using Function = void (*)(Byte* destination, const Byte* source, Int count, const ShuffleMap& map);
-	Function _function = nullptr; // for runs of at least these pixels and 16 bytes of source
+	Function _function = nullptr; // for runs of at least `_shortest` pixels
+	Int _shortest = INT64_MAX;
 	Int _pixelsAtATime = 0;
 	Int _reach = 0; // a vector of 16 bytes at a pixel stays in the run while so many pixels follow
 	Int _outputs = 1;
@@ -45,7 +46,16 @@ struct ShuffleMap
 
 ShuffleMap MakeShuffleMap(Int valueSize, Int sourceCount, Block<const ChannelPick> picks);
 
+/// As ShufflePixels, for runs that are too short for the map's function, and for maps without one.
+void ShuffleOneByOne(Byte* destination, const Byte* source, Int count, const ShuffleMap& map);
+
 /// `count` pixels. The sides must not overlap and need no alignment.
-void ShufflePixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map);
+inline void ShufflePixels(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
+{
+	if (count >= map._shortest)
+		map._function(destination, source, count, map);
+	else
+		ShuffleOneByOne(destination, source, count, map);
+}
 
 } // namespace torvi

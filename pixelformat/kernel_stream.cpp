@@ -25,4 +25,11 @@ void EndStream()
 	hwy::FlushStream();
 }
 
+void FetchAhead(const Byte* source, Int bytes)
+{
+	constexpr Int LINE = 64;
+	for (Int i = 0; i < bytes; i += LINE)
+		hwy::Prefetch(source + i);
+}
+
 } // namespace torvi

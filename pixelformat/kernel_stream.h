@@ -14,4 +14,7 @@ void StreamCopy(Byte* destination, const Byte* source, Int bytes);
 
 void EndStream();
 
+/// Begins to bring `bytes` bytes into the cache.
+void FetchAhead(const Byte* source, Int bytes);
+
 } // namespace torvi

@@ -16,6 +16,7 @@ BUILD_PACKAGES=(
 	libcli11-dev
 	nlohmann-json3-dev
 	libutf8proc-dev
+	libexif-dev
 	libhwy-dev
 )
 

@@ -427,6 +427,8 @@ TEST_F(TextureBridge, ExifReachesTheTexture)
 {
 	class Exif final : public DataDictionaryObjectImpl, public virtual ExifInterface
 	{
+	public:
+		Result<DataDictionary> GetExifDictionary() const override { return DataDictionary(); }
 	};
 	const ExifRef exif = TORVI_MUST(NewObject<Exif>());
 	MediaStreamExifDataRef stream;
