@@ -1,15 +1,10 @@
 // Loading and saving an uncompressed file in the page cache: time against read and one kernel pass, and the memory that it takes at most.
-#include "bench/picture.h"
+#include "bench/file_tools.h"
 #include "torvi/ids_formats.h"
 #include "torvi/mediasession_fileformats.h"
 
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace torvi::bench
 {
@@ -17,60 +12,10 @@ namespace torvi::bench
 namespace
 {
 
-Result<void> Save(const ImageTextureRef& texture, const std::string& path)
-{
-	const auto exporter = TORVI_TRY(CreateObject<MediaOutputUrlInterface>(ids::CLASS_BMPEXPORT));
-	TORVI_TRY(exporter->SetOutputUrl(TORVI_TRY(Url::FromSystemPath(path))));
-	return texture->Save(exporter, MEDIASESSIONFLAGS::NONE, nullptr);
-}
-
-Result<ImageTextureRef> Load(const std::string& path)
-{
-	return LoadTexture(TORVI_TRY(Url::FromSystemPath(path)), TimeValue(), MEDIASESSIONFLAGS::NONE, ClassRef(), nullptr);
-}
-
 Result<ImageTextureRef> MakeSquare(Int side)
 {
 	return MakeTexture(GetPixelFormat(ids::PIXELFORMAT_RGB_U8), side, side);
 }
-
-/// A name for a file that goes away with this object.
-class TemporaryFile
-{
-public:
-	TemporaryFile() : _path((std::filesystem::temp_directory_path() / ("torvi-bench-" + std::to_string(getpid()) + ".bmp")).string()) {}
-	TemporaryFile(const TemporaryFile&) = delete;
-	TemporaryFile& operator=(const TemporaryFile&) = delete;
-	~TemporaryFile()
-	{
-		std::error_code code;
-		std::filesystem::remove(_path, code);
-	}
-
-	const std::string& GetPath() const { return _path; }
-
-private:
-	std::string _path;
-};
-
-/// Memory that no page of is there before it is written.
-class FreshMemory
-{
-public:
-	explicit FreshMemory(Int size) : _bytes(static_cast<Byte*>(Alloc(size))) {}
-	FreshMemory(FreshMemory&& other) noexcept : _bytes(std::exchange(other._bytes, nullptr)) {}
-	FreshMemory& operator=(FreshMemory&& other) noexcept
-	{
-		std::swap(_bytes, other._bytes);
-		return *this;
-	}
-	~FreshMemory() { Free(_bytes); }
-
-	Byte* GetBytes() const { return _bytes; }
-
-private:
-	Byte* _bytes = nullptr;
-};
 
 /// The bytes of a whole file, by plain system calls.
 Result<FreshMemory> ReadFile(const std::string& path)
@@ -90,8 +35,8 @@ Result<FreshMemory> ReadFile(const std::string& path)
 
 Result<void> LoadAgainstRead(benchmark::State& state, double seconds, Int side)
 {
-	const TemporaryFile file;
-	TORVI_TRY(Save(TORVI_TRY(MakeSquare(side)), file.GetPath()));
+	const TemporaryFile file(".bmp");
+	TORVI_TRY(Save(TORVI_TRY(MakeSquare(side)), ids::CLASS_BMPEXPORT, file.GetPath()));
 	const PixelFormat format = TORVI_TRY(Load(file.GetPath()))->GetPixelFormat();
 	const ConvertPixelFunc kernel = TORVI_TRY(FindKernel(format, format));
 	const Int pictureBytes = side * format->GetBytesPerLine(side, 1);
@@ -120,73 +65,18 @@ Result<void> LoadAgainstRead(benchmark::State& state, double seconds, Int side)
 	return CompareByTurns(state, seconds, Task{load}, Task{readAndConvert}, giveBack);
 }
 
-/// Bytes of memory that this process holds, or held at most since it was forked.
-Int GetResidentBytes()
-{
-	Int all = 0, resident = 0;
-	std::ifstream("/proc/self/statm") >> all >> resident;
-	return resident * sysconf(_SC_PAGESIZE);
-}
-
-Int GetPeakBytes()
-{
-	rusage usage = {};
-	getrusage(RUSAGE_SELF, &usage);
-	return Int(usage.ru_maxrss) * 1024;
-}
-
-/// The bytes by which the work raises the memory of a process at most. It runs in a child, which starts with what this process holds.
-template <class Work>
-Result<Int> MeasurePeak(Work work)
-{
-	int ends[2] = {};
-	TORVI_CHECK(pipe(ends) == 0, IoError("There is no pipe."));
-	const pid_t child = fork();
-	if (child == 0)
-	{
-		const Int before = GetResidentBytes();
-		const Bool isDone = work().IsOk();
-		const Int growth = GetPeakBytes() - before;
-		const Bool isWritten = write(ends[1], &growth, sizeof(growth)) == sizeof(growth);
-		_exit(isDone && isWritten ? 0 : 1);
-	}
-	close(ends[1]);
-	Int growth = 0;
-	const Bool isRead = child > 0 && read(ends[0], &growth, sizeof(growth)) == sizeof(growth);
-	close(ends[0]);
-	int status = 1;
-	const Bool hasEnded = child > 0 && waitpid(child, &status, 0) == child && status == 0;
-	TORVI_CHECK(isRead && hasEnded, IllegalStateError("The work in the child process failed."));
-	return growth;
-}
-
-/// Reports the growth and the size of the picture's storage.
-template <class Work>
-Result<void> ReportPeak(benchmark::State& state, const PixelFormat& format, Int side, Work work)
-{
-	state.counters["peak_bytes"] = static_cast<double>(TORVI_TRY(MeasurePeak(work)));
-	state.counters["picture_bytes"] = static_cast<double>(side * format->GetBytesPerLine(side, 1));
-	return OK;
-}
-
 Result<void> PeakOfLoad(benchmark::State& state, Int side)
 {
-	const TemporaryFile file;
-	TORVI_TRY(Save(TORVI_TRY(MakeSquare(side)), file.GetPath()));
-	const PixelFormat format = TORVI_TRY(Load(file.GetPath()))->GetPixelFormat();
-	return ReportPeak(state, format, side,
-					  [&]() -> Result<void>
-					  {
-						  TORVI_TRY(Load(file.GetPath()));
-						  return OK;
-					  });
+	const TemporaryFile file(".bmp");
+	TORVI_TRY(Save(TORVI_TRY(MakeSquare(side)), ids::CLASS_BMPEXPORT, file.GetPath()));
+	return ReportPeakOfLoad(state, file.GetPath(), side);
 }
 
 Result<void> PeakOfSave(benchmark::State& state, Int side)
 {
-	const TemporaryFile file;
+	const TemporaryFile file(".bmp");
 	const ImageTextureRef texture = TORVI_TRY(MakeSquare(side));
-	return ReportPeak(state, texture->GetPixelFormat(), side, [&]() { return Save(texture, file.GetPath()); });
+	return ReportPeak(state, texture->GetPixelFormat(), side, [&]() { return Save(texture, ids::CLASS_BMPEXPORT, file.GetPath()); });
 }
 
 } // namespace

@@ -18,6 +18,8 @@ TYPES = ("u8", "u16", "u32", "s32", "f16", "f32", "f64")
 COLOURS = ("rgb", "bgr")
 # Mpixel/s: twice what the fastest other library reached that has the mode.
 BLEND_RATES = {"multiply": 158, "softlight": 116, "hue": 56}
+# Least speed of load and save against the plain loop over the format's library.
+CODEC_RATES = {"png": (0.95, 0.95), "jpg": (0.93, 0.95)}
 GREYS = ("grey", "greya", "agrey")
 
 
@@ -120,13 +122,24 @@ def file_lines(measurements):
         yield at_most("module start to first lookup", entry["start_ms"], 20, "ms")
 
 
+def codec_lines(measurements):
+    for codec, budgets in CODEC_RATES.items():
+        for work, budget, counted in zip(("load", "save"), budgets, (1, 0)):
+            for entry in select(measurements, f"file/{codec}-{work}").values():
+                rate = f"{1000 / entry['fastest_ns']:.0f} Mpixel/s"
+                yield at_least(f"{work} of a {codec.upper()} against its library", versus_reference(entry), budget, "x", rate)
+            for entry in select(measurements, f"file/{codec}-peak-of-{work}").values():
+                beyond = (entry["peak_bytes"] - counted * entry["picture_bytes"]) / MEBIBYTE
+                yield at_most(f"peak memory of a {work} of a {codec.upper()}", beyond, 16, "MiB")
+
+
 def budget_lines(measurements):
     """One line for each budget that something was measured for."""
-    parts = (pair_lines, layout_lines, colour_lines, call_lines, blend_lines, composition_lines, file_lines)
+    parts = (pair_lines, layout_lines, colour_lines, call_lines, blend_lines, composition_lines, file_lines, codec_lines)
     return [line for lines in parts for line in lines(measurements)]
 
 
-BUDGET_COUNT = 25
+BUDGET_COUNT = 33
 
 
 def describe_sizes(measurements):

@@ -56,6 +56,8 @@ public:
 	Bool IsOpen() const noexcept { return static_cast<bool>(_stream); }
 	/// Closes the stream and drops it; success if none is open.
 	Result<void> Close();
+	/// Whether any position can be sought, also behind.
+	Bool CanSeek() const { return _stream && _stream->SeekSupported(); }
 
 	void SetByteOrder(ByteOrder order) noexcept { _order = order; }
 	ByteOrder GetByteOrder() const noexcept { return _order; }

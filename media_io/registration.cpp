@@ -2,6 +2,8 @@
 #include "media_io/registration.h"
 
 #include "media_io/media_io_bmp.h"
+#include "media_io/media_io_jpg.h"
+#include "media_io/media_io_png.h"
 
 namespace torvi
 {
@@ -12,6 +14,10 @@ namespace
 constexpr RegistrationStep STEPS[] = {
 	{"base of picture file formats", &RegisterFileFormatImageBase},
 	{"BMP", &RegisterImageFormat<BMP_FORMAT>},
+	{"PNG", &RegisterImageFormat<PNG_FORMAT>},
+	{"streams and library of PNG", &RegisterPngStreamsAndLibrary},
+	{"JPEG", &RegisterImageFormat<JPG_FORMAT>},
+	{"streams and library of JPEG", &RegisterJpgStreamsAndLibrary},
 };
 
 } // namespace

@@ -53,6 +53,15 @@ ColorProfile ExportRun::GetColorProfile(const PixelFormat& target) const
 	return isUsable ? profile : target->GetDefaultColorProfile();
 }
 
+ColorProfile ExportRun::GetNonlinearColorProfile(const PixelFormat& target) const
+{
+	const ColorProfile profile = GetProperties()->GetOr<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE, {});
+	if (profile.HasProfile() && profile.CheckCompatiblePixelFormat(*target))
+		return profile;
+	const ColorSpace colorSpace = target->GetColorSpace();
+	return colorSpace ? colorSpace->GetDefaultNonlinearColorProfile() : ColorProfile();
+}
+
 ColorProfile ExportRun::GetColorProfileWithoutEmbedding() const
 {
 	if (GetExportSetting<Bool>(_settings, ids::EXPORT_DESCRIPTION, ids::EXPORT_DISABLESRGBCONVERSION, false))

@@ -52,6 +52,8 @@ public:
 	Float64 GetAspectRatio() const;
 	/// The profile that the picture has, or that of its format; where that is none for pixels of `target`, the profile of `target`.
 	ColorProfile GetColorProfile(const PixelFormat& target) const;
+	/// The picture's own profile if it is an ICC profile for pixels of `target`, else that of integer samples of target's colour space.
+	ColorProfile GetNonlinearColorProfile(const PixelFormat& target) const;
 	/// The profile to convert to for a file that holds none: sRGB, unless the settings turn the conversion off.
 	ColorProfile GetColorProfileWithoutEmbedding() const;
 

@@ -8,6 +8,7 @@ BUILD_PACKAGES=(
 	ccache=ccache
 	pkg-config=pkg-config
 	libpng-dev
+	libjpeg-dev
 	zlib1g-dev
 	liblcms2-dev
 	libopencolorio-dev
@@ -15,6 +16,7 @@ BUILD_PACKAGES=(
 	libcli11-dev
 	nlohmann-json3-dev
 	libutf8proc-dev
+	libexif-dev
 	libhwy-dev
 )
 

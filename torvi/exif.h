@@ -17,10 +17,19 @@ public:
 
 using ExifRef = Ref<ExifInterface>;
 
-/// The key of a tag by its number in the block.
-constexpr InternedId MakeExifTag(UInt64 tag) noexcept
+/// Whose tags they are: the same number means another thing in another directory of the block.
+enum class ExifDirectory
 {
-	return InternedId::FromNumber(tag);
+	PICTURE = 0, ///< of the picture and how it was taken: the first directory (0th IFD) and the Exif IFD
+	THUMBNAIL = 1,
+	GPS = 2,
+	INTEROPERABILITY = 3
+};
+
+/// The key of a tag by its number in the block; for tags of the picture it is that number.
+constexpr InternedId MakeExifTag(UInt64 tag, ExifDirectory directory = ExifDirectory::PICTURE) noexcept
+{
+	return InternedId::FromNumber(static_cast<UInt64>(directory) << 16 | tag);
 }
 
 /// The parser of EXIF blocks; the class ids::CLASS_EXIFSTATIC of the host. Any number of threads may use one.

@@ -119,5 +119,7 @@ inline constexpr Id EXPORT_DATARATE = "net.torvi.mediasession.export.datarate"; 
 inline constexpr Id EXPORT_CUSTOMDATA = "net.torvi.mediasession.export.customdata"; ///< array: a compressor's own state
 inline constexpr Id EXPORT_DISABLESRGBCONVERSION = "net.torvi.mediasession.export.disablesrgbconversion"; ///< Bool
 inline constexpr Id BMPEXPORT_BITMAPINFOHEADER = "net.torvi.mediasession.bmp.export.bitmapinfoheader";    ///< Id: "V3", "V4", "V5"
+inline constexpr Id PNGEXPORT_INTERLACED = "net.torvi.mediasession.png.export.interlaced";                ///< Bool
+inline constexpr Id JPGEXPORT_BASELINE = "net.torvi.mediasession.jpg.export.baseline"; ///< Bool: quantisation tables of 8 bits
 
 } // namespace torvi::ids

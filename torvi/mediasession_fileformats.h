@@ -22,6 +22,23 @@ inline constexpr Id FILEFORMAT_BMP = "net.torvi.fileformat.imagebmp";
 inline constexpr Id FILEFORMATHANDLER_BMP = "net.torvi.fileformathandler.imageloaderbmp";
 inline constexpr Id CLASS_BMPIMPORT = "net.torvi.mediasession.bmp.import";
 inline constexpr Id CLASS_BMPEXPORT = "net.torvi.mediasession.bmp.export";
+
+inline constexpr Id FILEFORMAT_PNG = "net.torvi.fileformat.imagepng";
+inline constexpr Id FILEFORMATHANDLER_PNG = "net.torvi.fileformathandler.imageloaderpng";
+inline constexpr Id CLASS_PNGIMPORT = "net.torvi.mediasession.png.import";
+inline constexpr Id CLASS_PNGEXPORT = "net.torvi.mediasession.png.export";
+/// The streams of PNG importers; they behave as all streams of pictures do.
+inline constexpr Id CLASS_MEDIASTREAMIMAGEDATAIMPORTPNG = "net.torvi.image.class.mediastreamimagedataimportpng";
+inline constexpr Id MODULEINFO_LIBPNG = "net.torvi.moduleinfo.libpng";
+
+inline constexpr Id FILEFORMAT_JPG = "net.torvi.fileformat.imagejpg";
+inline constexpr Id FILEFORMATHANDLER_JPG = "net.torvi.fileformathandler.imageloaderjpg";
+inline constexpr Id CLASS_JPGIMPORT = "net.torvi.mediasession.jpg.import";
+inline constexpr Id CLASS_JPGEXPORT = "net.torvi.mediasession.jpg.export";
+/// The streams of JPEG importers; they behave as all streams of pictures and of EXIF data do.
+inline constexpr Id CLASS_MEDIASTREAMIMAGELAYERJPGIMPORT = "net.torvi.image.class.mediastreamimagelayerjpgimport";
+inline constexpr Id CLASS_MEDIASTREAMEXIFDATAJPG = "net.torvi.image.class.mediastreamexifdatajpg";
+inline constexpr Id MODULEINFO_JPEGLIB = "net.torvi.moduleinfo.jpeglib";
 } // namespace ids
 
 } // namespace torvi

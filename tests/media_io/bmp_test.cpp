@@ -24,7 +24,7 @@ using DataBmpTest = MediaTest<&RegisterMediaFormats>;
 
 std::vector<Byte> GetGoodFile(const std::string& name)
 {
-	return ReadWholeFile(std::filesystem::path(TORVI_TEST_DATA) / "bmp" / "good" / name);
+	return GetSampleFile("bmp", name);
 }
 
 void PutUInt32(std::vector<Byte>& bytes, std::size_t offset, UInt32 value)
@@ -38,14 +38,9 @@ UInt32 GetUInt32(Block<const Byte> bytes, std::size_t offset)
 	return ByteReader(bytes.subspan(offset)).ReadUInt32().GetValue();
 }
 
-/// The first published picture of a file, by the importer itself, without detection.
 Result<MediaStreamFormat> DescribePicture(Block<const Byte> bytes)
 {
-	const auto importer = TORVI_TRY(CreateObject<UrlImporterInterface>(ids::CLASS_BMPIMPORT));
-	importer->SetUrl(MakeMemoryUrl(bytes));
-	TORVI_TRY(importer->Analyze({}, TimeValue(), MEDIASESSIONFLAGS::NONE));
-	const MediaStreamRef stream = TORVI_TRY(importer->GetOutputStreams(false)).at(0);
-	return stream->GetFormat(stream->GetSelectedFormat());
+	return test::DescribePicture(ids::CLASS_BMPIMPORT, bytes);
 }
 
 TEST_F(BmpTest, SampleFiles)
@@ -223,21 +218,9 @@ TEST_F(BmpTest, ReadsFilesThatCannotSeekAndHandsOnEveryReadError)
 	}
 }
 
-struct SavedFile
-{
-	std::vector<Byte> _bytes;
-	Result<void> _result = OK;
-};
-
 SavedFile SaveBmp(const ImageTextureRef& texture, const DataDictionary& settings = {})
 {
-	const Ref<IoMemory> memory = TORVI_MUST(NewObject<IoMemory>());
-	if (!settings.IsEmpty())
-		TORVI_MUST(texture->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, settings));
-	SavedFile file;
-	file._result = SaveFile(texture, ids::CLASS_BMPEXPORT, TORVI_MUST(memory->GetUrl()));
-	file._bytes.assign(memory->GetBytes().begin(), memory->GetBytes().end());
-	return file;
+	return SaveToMemory(texture, ids::CLASS_BMPEXPORT, settings);
 }
 
 DataDictionary MakeSettings(const Id& generation)

@@ -121,6 +121,11 @@ std::vector<SampleFile> GetSampleFiles(const std::string& format, const std::str
 	return files;
 }
 
+std::vector<Byte> GetSampleFile(const std::string& format, const std::string& name)
+{
+	return ReadWholeFile(FolderOf(format) / "good" / name);
+}
+
 std::vector<std::vector<std::string>> ReadTable(const fs::path& path)
 {
 	std::vector<std::vector<std::string>> rows;

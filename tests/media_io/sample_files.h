@@ -21,6 +21,9 @@ std::vector<Byte> ReadWholeFile(const std::filesystem::path& path);
 /// The files of tests/data/<format>/<folder>, in order of their names; empty if there is no such folder.
 std::vector<SampleFile> GetSampleFiles(const std::string& format, const std::string& folder);
 
+/// One file of tests/data/<format>/good.
+std::vector<Byte> GetSampleFile(const std::string& format, const std::string& name);
+
 /// The fields of each line of a text file with tabs between them.
 std::vector<std::vector<std::string>> ReadTable(const std::filesystem::path& path);
 

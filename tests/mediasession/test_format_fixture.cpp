@@ -103,6 +103,26 @@ Result<void> SaveFile(const ImageTextureRef& texture, const Id& exporter, const 
 	return texture->Save(output, MEDIASESSIONFLAGS::NONE, nullptr);
 }
 
+Result<MediaStreamFormat> DescribePicture(const Id& importerClass, Block<const Byte> bytes)
+{
+	const auto importer = TORVI_TRY(CreateObject<UrlImporterInterface>(importerClass));
+	importer->SetUrl(MakeMemoryUrl(bytes));
+	TORVI_TRY(importer->Analyze({}, TimeValue(), MEDIASESSIONFLAGS::NONE));
+	const MediaStreamRef stream = TORVI_TRY(importer->GetOutputStreams(false)).at(0);
+	return stream->GetFormat(stream->GetSelectedFormat());
+}
+
+SavedFile SaveToMemory(const ImageTextureRef& texture, const Id& exporter, const DataDictionary& settings)
+{
+	const Ref<IoMemory> memory = TORVI_MUST(NewObject<IoMemory>());
+	if (!settings.IsEmpty())
+		TORVI_MUST(texture->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, settings));
+	SavedFile file;
+	file._result = SaveFile(texture, exporter, TORVI_MUST(memory->GetUrl()));
+	file._bytes.assign(memory->GetBytes().begin(), memory->GetBytes().end());
+	return file;
+}
+
 Result<ImageTextureRef> MakeTexture(const Id& pixelFormat, Int width, Int height, Block<const Byte> lines)
 {
 	const PixelFormat format = GetPixelFormat(pixelFormat);

@@ -71,8 +71,20 @@ Result<PixelArray> LoadPixels(const Url& url);
 /// The picture of index `index` of a texture; null if there is none.
 ImageBaseRef GetPicture(const ImageTextureRef& texture, Int index);
 
+/// What the first published picture of a file says, by an importer of that class, without detection.
+Result<MediaStreamFormat> DescribePicture(const Id& importer, Block<const Byte> bytes);
+
 /// Saves a texture through an exporter of that class.
 Result<void> SaveFile(const ImageTextureRef& texture, const Id& exporter, const Url& url);
+
+struct SavedFile
+{
+	std::vector<Byte> _bytes;
+	Result<void> _result = OK;
+};
+
+/// Saves a texture, which keeps the settings if there are any, into memory.
+SavedFile SaveToMemory(const ImageTextureRef& texture, const Id& exporter, const DataDictionary& settings = {});
 
 /// A texture with one picture of the format and those lines, packed.
 Result<ImageTextureRef> MakeTexture(const Id& pixelFormat, Int width, Int height, Block<const Byte> lines);

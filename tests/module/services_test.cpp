@@ -1,4 +1,5 @@
 // The services of the platform are there once the module runs, and nothing else needs them.
+#include "torvi/exif.h"
 #include "torvi/gfx_image_colorprofile.h"
 #include "torvi/module.h"
 
@@ -21,6 +22,12 @@ TEST(Services, ProfilesOfConfigurationsDependOnTheOption)
 	const Array<Byte> icc = TORVI_MUST(GetBuiltInColorProfile(ids::COLORPROFILE_LINEARRGB).WriteProfileToMemory());
 	EXPECT_TRUE(TORVI_MUST(ColorProfile::OpenProfileFromMemory(icc)).HasProfile());
 	EndModule();
+}
+
+TEST(Services, ExifDataDependsOnTheOption)
+{
+	const ModuleScope module;
+	EXPECT_EQ(CreateObject<ExifStaticInterface>(ids::CLASS_EXIFSTATIC).IsOk(), TORVI_HAS_EXIF);
 }
 
 } // namespace

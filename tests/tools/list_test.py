@@ -49,8 +49,9 @@ class ListTest(ToolTest):
 		self.assertEqual(members, [row["id"] for row in self.list("formats")])
 
 	def test_codecs(self):
-		self.assertIn({"id": "net.torvi.fileformat.imagebmp", "suffixes": ["bmp"], "read": True, "write": True,
-			"exporter": "net.torvi.mediasession.bmp.export"}, self.list("codecs"))
+		for name, suffixes in (("bmp", ["bmp"]), ("png", ["png"]), ("jpg", ["jpg", "jpeg"])):
+			self.assertIn({"id": f"net.torvi.fileformat.image{name}", "suffixes": suffixes, "read": True, "write": True,
+				"exporter": f"net.torvi.mediasession.{name}.export"}, self.list("codecs"))
 
 	def test_further_subjects(self):
 		self.assertIn("Red", [row["name"] for row in self.list("channels")])
