@@ -1,14 +1,11 @@
 // Loading and saving an uncompressed file in the page cache: time against read and one kernel pass, and the memory that it takes at most.
+#include "bench/file_tools.h"
 #include "bench/picture.h"
 #include "torvi/ids_formats.h"
 #include "torvi/mediasession_fileformats.h"
 
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace torvi::bench
@@ -24,34 +21,10 @@ Result<void> Save(const ImageTextureRef& texture, const std::string& path)
 	return texture->Save(exporter, MEDIASESSIONFLAGS::NONE, nullptr);
 }
 
-Result<ImageTextureRef> Load(const std::string& path)
-{
-	return LoadTexture(TORVI_TRY(Url::FromSystemPath(path)), TimeValue(), MEDIASESSIONFLAGS::NONE, ClassRef(), nullptr);
-}
-
 Result<ImageTextureRef> MakeSquare(Int side)
 {
 	return MakeTexture(GetPixelFormat(ids::PIXELFORMAT_RGB_U8), side, side);
 }
-
-/// A name for a file that goes away with this object.
-class TemporaryFile
-{
-public:
-	TemporaryFile() : _path((std::filesystem::temp_directory_path() / ("torvi-bench-" + std::to_string(getpid()) + ".bmp")).string()) {}
-	TemporaryFile(const TemporaryFile&) = delete;
-	TemporaryFile& operator=(const TemporaryFile&) = delete;
-	~TemporaryFile()
-	{
-		std::error_code code;
-		std::filesystem::remove(_path, code);
-	}
-
-	const std::string& GetPath() const { return _path; }
-
-private:
-	std::string _path;
-};
 
 /// Memory that no page of is there before it is written.
 class FreshMemory
@@ -90,7 +63,7 @@ Result<FreshMemory> ReadFile(const std::string& path)
 
 Result<void> LoadAgainstRead(benchmark::State& state, double seconds, Int side)
 {
-	const TemporaryFile file;
+	const TemporaryFile file(".bmp");
 	TORVI_TRY(Save(TORVI_TRY(MakeSquare(side)), file.GetPath()));
 	const PixelFormat format = TORVI_TRY(Load(file.GetPath()))->GetPixelFormat();
 	const ConvertPixelFunc kernel = TORVI_TRY(FindKernel(format, format));
@@ -120,46 +93,6 @@ Result<void> LoadAgainstRead(benchmark::State& state, double seconds, Int side)
 	return CompareByTurns(state, seconds, Task{load}, Task{readAndConvert}, giveBack);
 }
 
-/// Bytes of memory that this process holds, or held at most since it was forked.
-Int GetResidentBytes()
-{
-	Int all = 0, resident = 0;
-	std::ifstream("/proc/self/statm") >> all >> resident;
-	return resident * sysconf(_SC_PAGESIZE);
-}
-
-Int GetPeakBytes()
-{
-	rusage usage = {};
-	getrusage(RUSAGE_SELF, &usage);
-	return Int(usage.ru_maxrss) * 1024;
-}
-
-/// The bytes by which the work raises the memory of a process at most. It runs in a child, which starts with what this process holds.
-template <class Work>
-Result<Int> MeasurePeak(Work work)
-{
-	int ends[2] = {};
-	TORVI_CHECK(pipe(ends) == 0, IoError("There is no pipe."));
-	const pid_t child = fork();
-	if (child == 0)
-	{
-		const Int before = GetResidentBytes();
-		const Bool isDone = work().IsOk();
-		const Int growth = GetPeakBytes() - before;
-		const Bool isWritten = write(ends[1], &growth, sizeof(growth)) == sizeof(growth);
-		_exit(isDone && isWritten ? 0 : 1);
-	}
-	close(ends[1]);
-	Int growth = 0;
-	const Bool isRead = child > 0 && read(ends[0], &growth, sizeof(growth)) == sizeof(growth);
-	close(ends[0]);
-	int status = 1;
-	const Bool hasEnded = child > 0 && waitpid(child, &status, 0) == child && status == 0;
-	TORVI_CHECK(isRead && hasEnded, IllegalStateError("The work in the child process failed."));
-	return growth;
-}
-
 /// Reports the growth and the size of the picture's storage.
 template <class Work>
 Result<void> ReportPeak(benchmark::State& state, const PixelFormat& format, Int side, Work work)
@@ -171,7 +104,7 @@ Result<void> ReportPeak(benchmark::State& state, const PixelFormat& format, Int 
 
 Result<void> PeakOfLoad(benchmark::State& state, Int side)
 {
-	const TemporaryFile file;
+	const TemporaryFile file(".bmp");
 	TORVI_TRY(Save(TORVI_TRY(MakeSquare(side)), file.GetPath()));
 	const PixelFormat format = TORVI_TRY(Load(file.GetPath()))->GetPixelFormat();
 	return ReportPeak(state, format, side,
@@ -184,7 +117,7 @@ Result<void> PeakOfLoad(benchmark::State& state, Int side)
 
 Result<void> PeakOfSave(benchmark::State& state, Int side)
 {
-	const TemporaryFile file;
+	const TemporaryFile file(".bmp");
 	const ImageTextureRef texture = TORVI_TRY(MakeSquare(side));
 	return ReportPeak(state, texture->GetPixelFormat(), side, [&]() { return Save(texture, file.GetPath()); });
 }

@@ -27,6 +27,7 @@ void AddColours(const Options& options);
 void AddHandlers(const Options& options);
 void AddComposition(const Options& options);
 void AddFiles(const Options& options);
+void AddPsd(const Options& options);
 void AddStart();
 
 /// Starts the module and looks a conversion up, the first time in this process; the measurement "module/start" reports how long that took.

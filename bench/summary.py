@@ -120,13 +120,26 @@ def file_lines(measurements):
         yield at_most("module start to first lookup", entry["start_ms"], 20, "ms")
 
 
+def psd_lines(measurements):
+    loads = {name: 1000 / entry["fastest_ns"] for name, entry in select(measurements, "psd/load/").items()}
+    for name, subject, budget in (("merged", "load of a PSD: merged picture", 272), ("layers", "load of a PSD: four layers, pixels of a layer", 140)):
+        if name in loads:
+            yield at_least(subject, loads[name], budget, "Mpixel/s")
+    if "merged-grey" in loads:
+        yield at_least("load of a PSD: packed bytes into a storage", loads["merged-grey"] / 1000, 1, "GB/s")
+    if {"merged", "merged-of-layers"} <= loads.keys():
+        yield at_least("load of a PSD: without its layers against none", loads["merged-of-layers"] / loads["merged"], 0.9, "x")
+    for entry in select(measurements, "psd/peak-of-load").values():
+        yield at_most("peak memory of a PSD beyond its pictures", (entry["peak_bytes"] - entry["picture_bytes"]) / MEBIBYTE, 16, "MiB")
+
+
 def budget_lines(measurements):
     """One line for each budget that something was measured for."""
-    parts = (pair_lines, layout_lines, colour_lines, call_lines, blend_lines, composition_lines, file_lines)
+    parts = (pair_lines, layout_lines, colour_lines, call_lines, blend_lines, composition_lines, file_lines, psd_lines)
     return [line for lines in parts for line in lines(measurements)]
 
 
-BUDGET_COUNT = 25
+BUDGET_COUNT = 30
 
 
 def describe_sizes(measurements):

@@ -2,6 +2,7 @@
 #include "media_io/registration.h"
 
 #include "media_io/media_io_bmp.h"
+#include "media_io/media_io_psd.h"
 
 namespace torvi
 {
@@ -12,6 +13,9 @@ namespace
 constexpr RegistrationStep STEPS[] = {
 	{"base of picture file formats", &RegisterFileFormatImageBase},
 	{"BMP", &RegisterImageFormat<BMP_FORMAT>},
+	{"streams of PSD and PSB", &RegisterPsdStreams},
+	{"PSD", &RegisterImageFormat<PSD_FORMAT>},
+	{"PSB", &RegisterImageFormat<PSB_FORMAT>},
 };
 
 } // namespace

@@ -22,6 +22,16 @@ inline constexpr Id FILEFORMAT_BMP = "net.torvi.fileformat.imagebmp";
 inline constexpr Id FILEFORMATHANDLER_BMP = "net.torvi.fileformathandler.imageloaderbmp";
 inline constexpr Id CLASS_BMPIMPORT = "net.torvi.mediasession.bmp.import";
 inline constexpr Id CLASS_BMPEXPORT = "net.torvi.mediasession.bmp.export";
+
+inline constexpr Id FILEFORMAT_PSD = "net.torvi.fileformat.imagepsd";
+inline constexpr Id FILEFORMATHANDLER_PSD = "net.torvi.fileformathandler.imageloaderpsd";
+inline constexpr Id CLASS_PSDIMPORT = "net.torvi.mediasession.psd.import";
+inline constexpr Id FILEFORMAT_PSB = "net.torvi.fileformat.imagepsb";
+inline constexpr Id FILEFORMATHANDLER_PSB = "net.torvi.fileformathandler.imageloaderpsb";
+inline constexpr Id CLASS_PSBIMPORT = "net.torvi.mediasession.psb.import";
+/// The streams of both: pictures, alpha channels, layers and masks, and folders.
+inline constexpr Id CLASS_MEDIASTREAMIMAGEDATAPSDIMPORT = "net.torvi.image.class.mediastreamimagedatapsdimport";
+inline constexpr Id CLASS_MEDIASTREAMIMAGELAYERFOLDERPSD = "net.torvi.image.class.mediastreamimagelayerfolderpsd";
 } // namespace ids
 
 } // namespace torvi
