@@ -34,8 +34,8 @@ int main(int argumentCount, char** arguments)
 		std::fprintf(stderr, "torvi-bench: %s\n", result.GetError().ToString().c_str());
 		return 1;
 	}
-	for (const auto add : {&AddConversions, &AddBlending, &AddLayouts, &AddThreads, &AddColours, &AddHandlers, &AddComposition, &AddFiles,
-						   &AddPsd})
+	for (const auto add :
+		 {&AddConversions, &AddBlending, &AddLayouts, &AddThreads, &AddColours, &AddHandlers, &AddComposition, &AddFiles, &AddPsd})
 		add(options);
 	AddStart();
 	benchmark::RunSpecifiedBenchmarks();

@@ -1,4 +1,5 @@
-// Loading of PSD files with packed rows, in the page cache: the merged picture alone, layers, and the merged picture of a file that has layers.
+// Loading of PSD files with packed rows, in the page cache: the merged picture alone, layers, and the merged picture of a file that has
+// layers.
 #include "bench/file_tools.h"
 #include "bench/measure.h"
 #include "torvi/mediasession_session.h"
@@ -153,8 +154,8 @@ Result<void> MeasureLoad(benchmark::State& state, double seconds, Int side, cons
 	const auto analyze = [&]() -> Result<void>
 	{
 		const ClassRef noData = TORVI_TRY(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NODATA));
-		texture = TORVI_TRY(
-			LoadTexture(TORVI_TRY(Url::FromSystemPath(file.GetPath())), TimeValue(), MEDIASESSIONFLAGS::NONE, noData, nullptr));
+		texture =
+			TORVI_TRY(LoadTexture(TORVI_TRY(Url::FromSystemPath(file.GetPath())), TimeValue(), MEDIASESSIONFLAGS::NONE, noData, nullptr));
 		return OK;
 	};
 	const auto pixels = static_cast<double>(side * side * measured._pictures);

@@ -1,4 +1,5 @@
-// Reading of PSD and PSB files. The mutator changes one section of a file and sets its length right again, so that what follows is still found.
+// Reading of PSD and PSB files. The mutator changes one section of a file and sets its length right again, so that what follows is still
+// found.
 #include "fuzz/fuzz_format.h"
 
 #include <algorithm>

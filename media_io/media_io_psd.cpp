@@ -1,6 +1,6 @@
-// Photoshop documents, in the ordinary form and the large one: header, palette, image resources, layers, and the picture that all layers merge into.
-// The merged picture is the root of a tree of streams, with alpha channels, layers, folders and masks below it. Big-endian throughout. The parts of
-// the file stand in psd_document, psd_layers, psd_channels and psd_pixels.
+// Photoshop documents, in the ordinary form and the large one: header, palette, image resources, layers, and the picture that all layers
+// merge into. The merged picture is the root of a tree of streams, with alpha channels, layers, folders and masks below it. Big-endian
+// throughout. The parts of the file stand in psd_document, psd_layers, psd_channels and psd_pixels.
 #include "media_io/media_io_psd.h"
 
 #include "host/byteorder.h"

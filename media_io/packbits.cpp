@@ -1,5 +1,5 @@
-// Expansion of PackBits. Where a longest run fits on both sides, runs are moved in whole pieces that may write behind their end, which the next
-// run overwrites; the last bytes of a row go run by run.
+// Expansion of PackBits. Where a longest run fits on both sides, runs are moved in whole pieces that may write behind their end, which the
+// next run overwrites; the last bytes of a row go run by run.
 #include "media_io/packbits.h"
 
 #include <algorithm>
@@ -95,8 +95,7 @@ PackBitsProgress ExpandPackBits(Block<const Byte> packed, Block<Byte> row) noexc
 Result<void> ExpandPackBitsRow(Block<const Byte> packed, Block<Byte> row)
 {
 	const PackBitsProgress done = ExpandPackBits(packed, row);
-	TORVI_CHECK(done._written == CountOf(row),
-				IllegalStateError("A packed row ends @ bytes too early.", CountOf(row) - done._written));
+	TORVI_CHECK(done._written == CountOf(row), IllegalStateError("A packed row ends @ bytes too early.", CountOf(row) - done._written));
 	for (const Byte rest : packed.subspan(static_cast<std::size_t>(done._consumed)))
 		TORVI_CHECK(rest == NO_OPERATION, IllegalStateError("A packed row goes on behind its last pixel."));
 	return OK;

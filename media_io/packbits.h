@@ -14,8 +14,8 @@ struct PackBitsProgress
 	Int _written = 0;  ///< bytes of the row
 };
 
-/// Expands until the row is full or the packed bytes end. A run that is longer than the row is cut, and consumed whole as far as it is there;
-/// one whose bytes are missing at the end gives those that are there. `packed` and `row` do not overlap.
+/// Expands until the row is full or the packed bytes end. A run that is longer than the row is cut, and consumed whole as far as it is
+/// there; one whose bytes are missing at the end gives those that are there. `packed` and `row` do not overlap.
 PackBitsProgress ExpandPackBits(Block<const Byte> packed, Block<Byte> row) noexcept;
 
 /// Expands bytes that hold exactly one row; only bytes of 128 may follow what fills it. IllegalStateError for a row that is not filled, and

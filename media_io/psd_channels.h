@@ -1,5 +1,5 @@
-// The channels of PSD and PSB files as rows of samples: plain, PackBits, and deflated with prediction. Channels lie one behind the other; each has
-// a window of its own on the file, so that the rows of several can be read side by side.
+// The channels of PSD and PSB files as rows of samples: plain, PackBits, and deflated with prediction. Channels lie one behind the other;
+// each has a window of its own on the file, so that the rows of several can be read side by side.
 #pragma once
 
 #include "host/binaryreader.h"
@@ -54,7 +54,8 @@ struct PsdRowShape
 /// anything is allocated, for a table that the file has no room for.
 Result<Array<UInt32>> ReadPsdRowSizes(BinaryReader& reader, Int end, const PsdRowShape& shape, Bool hasWideFields);
 
-/// One channel, read row by row. Each way to open it checks that the file can hold the rows, before anything is made for them: the read error.
+/// One channel, read row by row. Each way to open it checks that the file can hold the rows, before anything is made for them: the read
+/// error.
 class PsdPlane
 {
 public:
@@ -72,7 +73,8 @@ public:
 	Result<void> SkipRows(Int count);
 
 private:
-	PsdPlane(PsdCompression compression, const PsdRowShape& shape, ByteOrder order) : _compression(compression), _shape(shape), _order(order)
+	PsdPlane(PsdCompression compression, const PsdRowShape& shape, ByteOrder order)
+		: _compression(compression), _shape(shape), _order(order)
 	{
 	}
 	Result<void> ReadZipRow(Block<Byte> row);

@@ -208,10 +208,18 @@ struct ResourceRow
 };
 
 constexpr ResourceRow RESOURCES[] = {
-	{1005, &ReadResolutions},      {1006, &ReadAlphaNames}, {1007, &ReadDisplayInfo},
-	{1026, &ReadLayerGroups},      {1039, &ReadProfile},    {1045, &ReadUnicodeAlphaNames},
-	{1046, &ReadColorCount},       {1047, &ReadTransparentIndex}, {1053, &ReadAlphaIdentifiers},
-	{1058, &ReadExif},             {1059, &ReadExif},       {1064, &ReadAspectRatio},
+	{1005, &ReadResolutions},
+	{1006, &ReadAlphaNames},
+	{1007, &ReadDisplayInfo},
+	{1026, &ReadLayerGroups},
+	{1039, &ReadProfile},
+	{1045, &ReadUnicodeAlphaNames},
+	{1046, &ReadColorCount},
+	{1047, &ReadTransparentIndex},
+	{1053, &ReadAlphaIdentifiers},
+	{1058, &ReadExif},
+	{1059, &ReadExif},
+	{1064, &ReadAspectRatio},
 };
 
 Result<void> SkipResourceName(BinaryReader& reader)

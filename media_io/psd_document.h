@@ -1,6 +1,6 @@
-// What a PSD or PSB file says of the document as a whole: the header, the pixel formats that colour mode and depth stand for, the palette and the
-// image resources. Layers stand in psd_layers.h, pixels in psd_pixels.h. Everything takes the byte order of its reader, since other files carry
-// parts of this format in theirs.
+// What a PSD or PSB file says of the document as a whole: the header, the pixel formats that colour mode and depth stand for, the palette
+// and the image resources. Layers stand in psd_layers.h, pixels in psd_pixels.h. Everything takes the byte order of its reader, since other
+// files carry parts of this format in theirs.
 #pragma once
 
 #include "host/binaryreader.h"
@@ -58,7 +58,7 @@ Result<PsdDocument> ReadPsdHeader(BinaryReader& reader, UInt16 version);
 struct PsdPalette
 {
 	Int _colorCount = 0;
-	Int _storedCount = 0;    ///< entries of each plane that were kept: those that an index can name
+	Int _storedCount = 0;     ///< entries of each plane that were kept: those that an index can name
 	Array<Byte> _planes = {}; ///< red, green, blue
 };
 
@@ -82,10 +82,10 @@ struct PsdResources
 {
 	Float64 _dpi = 0.0;
 	Float64 _aspectRatio = 1.0;
-	Array<PsdAlphaRecord> _alphas;                      ///< as many as there are before reading
-	Array<UInt16> _layerGroups;                         ///< of the layers, bottom first
-	ColorProfile _profile;                              ///< null without one
-	Int _colorCount = 0;                                ///< of the palette; a resource may lower it
+	Array<PsdAlphaRecord> _alphas;                     ///< as many as there are before reading
+	Array<UInt16> _layerGroups;                        ///< of the layers, bottom first
+	ColorProfile _profile;                             ///< null without one
+	Int _colorCount = 0;                               ///< of the palette; a resource may lower it
 	UInt16 _transparentIndex = PSD_NOTRANSPARENTINDEX; ///< of the palette
 	Array<Byte> _exif;
 };

@@ -34,9 +34,9 @@ constexpr UInt32 LAYER_KEYS[] = {PsdKey("Layr"), PsdKey("Lr16"), PsdKey("Lr32")}
 
 /// Adjustment and fill layers.
 constexpr UInt32 FILTER_KEYS[] = {
-	PsdKey("GdFl"), PsdKey("PtFl"), PsdKey("SoCo"), PsdKey("blnc"), PsdKey("blwh"), PsdKey("brit"), PsdKey("curv"), PsdKey("expA"),
-	PsdKey("grdm"), PsdKey("hue "), PsdKey("hue2"), PsdKey("levl"), PsdKey("mixr"), PsdKey("nvrt"), PsdKey("phfl"), PsdKey("post"),
-	PsdKey("selc"), PsdKey("thrs"),
+	PsdKey("GdFl"), PsdKey("PtFl"), PsdKey("SoCo"), PsdKey("blnc"), PsdKey("blwh"), PsdKey("brit"),
+	PsdKey("curv"), PsdKey("expA"), PsdKey("grdm"), PsdKey("hue "), PsdKey("hue2"), PsdKey("levl"),
+	PsdKey("mixr"), PsdKey("nvrt"), PsdKey("phfl"), PsdKey("post"), PsdKey("selc"), PsdKey("thrs"),
 };
 
 /// What ordinary layers carry and nothing here needs.
@@ -96,7 +96,7 @@ private:
 	Block<const UInt16> _layerGroups;
 	Int _end;
 	PsdLayers _layers;
-	Int _current = -1;     ///< the divider of the innermost open group
+	Int _current = -1; ///< the divider of the innermost open group
 	Array<Int> _outer; ///< those of the groups around it
 };
 

@@ -1,5 +1,5 @@
-// The layers of a PSD or PSB file, and of other files that carry them: the records in front of the pixels, the groups that dividers between them
-// make, and the streams that they are published as.
+// The layers of a PSD or PSB file, and of other files that carry them: the records in front of the pixels, the groups that dividers between
+// them make, and the streams that they are published as.
 #pragma once
 
 #include "media_io/psd_document.h"
@@ -27,8 +27,8 @@ struct PsdRect
 
 struct PsdChannel
 {
-	Int _id = 0;              ///< a colour from 0, or one of the numbers above
-	Int _length = 0;          ///< bytes of its data
+	Int _id = 0;             ///< a colour from 0, or one of the numbers above
+	Int _length = 0;         ///< bytes of its data
 	StreamHandle _mask = -1; ///< of a mask
 };
 

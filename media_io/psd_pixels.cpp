@@ -1,5 +1,5 @@
-// The channels of one picture are read side by side, a row of each into a line of planes, and the line goes to the sink: no picture is held but
-// the sink's own.
+// The channels of one picture are read side by side, a row of each into a line of planes, and the line goes to the sink: no picture is held
+// but the sink's own.
 #include "media_io/psd_pixels.h"
 
 #include "media_io/psd_channels.h"
@@ -103,8 +103,8 @@ Result<void> PlaneGroup::Deliver(Int pictureWidth, Int pictureHeight, BITS bitsP
 		for (std::size_t slot = 0; slot < _planes.size(); ++slot)
 		{
 			if (_planes[slot])
-				TORVI_TRY(_planes[slot]->ReadRow({line.data() + slot * static_cast<std::size_t>(distance),
-												  static_cast<std::size_t>(_shape._bytesPerRow)}));
+				TORVI_TRY(_planes[slot]->ReadRow(
+					{line.data() + slot * static_cast<std::size_t>(distance), static_cast<std::size_t>(_shape._bytesPerRow)}));
 		}
 		TORVI_TRY(sink->SetRun({visible._left, y, visible.GetWidth()}, first, bitsPerSample));
 	}

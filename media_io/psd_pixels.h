@@ -13,12 +13,12 @@ Result<void> ReadPsdLayerPixels(BinaryReader& reader, ImportRun& run, const PsdD
 struct PsdMergedStreams
 {
 	StreamHandle _picture = -1;
-	Bool _hasTransparency = false;  ///< the first extra channel is the picture's alpha
-	Array<StreamHandle> _alphas; ///< of the other extra channels; -1 for one without a stream
+	Bool _hasTransparency = false; ///< the first extra channel is the picture's alpha
+	Array<StreamHandle> _alphas;   ///< of the other extra channels; -1 for one without a stream
 };
 
-/// Reads the merged picture and its alpha channels from `position` on, as far as they are wanted. Data that is compressed otherwise than with
-/// PackBits leaves them cleared.
+/// Reads the merged picture and its alpha channels from `position` on, as far as they are wanted. Data that is compressed otherwise than
+/// with PackBits leaves them cleared.
 Result<void> ReadPsdMergedPixels(BinaryReader& reader, ImportRun& run, const PsdDocument& document, const PsdMergedStreams& streams,
 								 Int position);
 

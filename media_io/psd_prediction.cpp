@@ -1,6 +1,6 @@
-// Sums go 16 bytes at a time: a vector is added to itself moved by one sample, two, four and so on, then to the last sum before it. The other
-// loops are plain ones that compilers turn into vectors. What is left at the end of a row, and all where there are no vectors, goes sample by
-// sample.
+// Sums go 16 bytes at a time: a vector is added to itself moved by one sample, two, four and so on, then to the last sum before it. The
+// other loops are plain ones that compilers turn into vectors. What is left at the end of a row, and all where there are no vectors, goes
+// sample by sample.
 #include "media_io/psd_prediction.h"
 
 #include <bit>
@@ -104,7 +104,8 @@ void JoinBytePlanes(Block<const Byte> planes, Block<Byte> samples) noexcept
 	Byte* const __restrict to = samples.data();
 	for (Int i = 0; i < count; ++i)
 	{
-		const UInt32 sample = UInt32(from[i]) << 24 | UInt32(from[count + i]) << 16 | UInt32(from[2 * count + i]) << 8 | from[3 * count + i];
+		const UInt32 sample =
+			UInt32(from[i]) << 24 | UInt32(from[count + i]) << 16 | UInt32(from[2 * count + i]) << 8 | from[3 * count + i];
 		Store(sample, to + 4 * i);
 	}
 }

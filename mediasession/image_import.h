@@ -24,8 +24,8 @@ struct ImportStreamInfo
 	std::optional<Int> _subImageIndex = {};
 	std::optional<ColorProfile> _colorProfile = {};
 	Id _streamClass = ids::CLASS_MEDIASTREAMIMAGEDATAIMPORT;
-	CString _workName = nullptr;           ///< of the progress job; null: the importer's
-	CString _deliveryName = nullptr;       ///< of a second job with half the weight, for handing on what was decoded; null: none
+	CString _workName = nullptr;             ///< of the progress job; null: the importer's
+	CString _deliveryName = nullptr;         ///< of a second job with half the weight, for handing on what was decoded; null: none
 	std::optional<Float64> _workWeight = {}; ///< of the job; width x height if it is not said
 };
 

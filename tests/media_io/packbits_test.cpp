@@ -66,9 +66,11 @@ TEST(PackBitsTest, AgreesWithPlainLoop)
 			for (int i = 0; i < length && at < packed.size(); ++i)
 			{
 				wanted.push_back(packed[at]);
-				at += control < 128 ? 1 : 0;
+				if (control < 128)
+					++at;
 			}
-			at += control > 128 && at < packed.size() ? 1 : 0;
+			if (control > 128 && at < packed.size())
+				++at;
 		}
 		wanted.resize(std::min(wanted.size(), size));
 		Bytes row(size + 64, 0xEE);

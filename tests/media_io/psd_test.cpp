@@ -57,8 +57,8 @@ T GetOr(const ImageBaseRef& image, const Id& key, T fallback)
 std::string BoundsOf(const ImageBaseRef& image)
 {
 	const auto side = [&](const Id& key) { return std::to_string(GetOr<Int>(image, key, -99)); };
-	return side(ids::IMAGE_LAYER_BOUNDINGBOX_X) + "," + side(ids::IMAGE_LAYER_BOUNDINGBOX_Y) + " " +
-		   side(ids::IMAGE_LAYER_BOUNDINGBOX_W) + "x" + side(ids::IMAGE_LAYER_BOUNDINGBOX_H);
+	return side(ids::IMAGE_LAYER_BOUNDINGBOX_X) + "," + side(ids::IMAGE_LAYER_BOUNDINGBOX_Y) + " " + side(ids::IMAGE_LAYER_BOUNDINGBOX_W) +
+		   "x" + side(ids::IMAGE_LAYER_BOUNDINGBOX_H);
 }
 
 /// A line for each layer: kind, name, mode, opacity and fill of 255, flags, bounds, group, filter, masks with the value around them.
@@ -72,7 +72,8 @@ void DescribeLayers(const ImageBaseRef& parent, const std::string& indent, std::
 		const auto percent = [&](const Id& key) { return std::to_string(std::lround(GetOr(layer, key, -1.0) * 255.0)); };
 		text += indent + (isFolder ? "folder " : type == ImageType::FILTER ? "filter " : "layer ");
 		text += GetOr(layer, ids::IMAGE_NAME, String()).c_str();
-		text += " " + mode.substr(mode.rfind('.') + 1) + " " + percent(ids::IMAGE_LAYER_OPACITY) + "/" + percent(ids::IMAGE_LAYER_FILLOPACITY);
+		text +=
+			" " + mode.substr(mode.rfind('.') + 1) + " " + percent(ids::IMAGE_LAYER_OPACITY) + "/" + percent(ids::IMAGE_LAYER_FILLOPACITY);
 		text += GetOr(layer, ids::IMAGE_LAYER_ENABLED, false) ? "" : " hidden";
 		text += GetOr(layer, ids::IMAGE_LAYER_TRANSPARENCYPROTECTED, true) ? " protected" : "";
 		text += GetOr(layer, ids::IMAGE_LAYER_ISOPEN, false) ? " open" : "";
@@ -123,8 +124,8 @@ TEST_F(PsdTest, LayersHangInGroups)
 		{"layers-8.psb", LAYERS},
 		{"layers-16.psb", LAYERS},
 		{"layers-32.psb", LAYERS},
-		{"groups-nested.psd", folder("A") + " open around 0 #0\n  " + folder("B") + " around 0 #0\n    " + layer("c") + "  " + layer("d") +
-								  layer("e")},
+		{"groups-nested.psd",
+		 folder("A") + " open around 0 #0\n  " + folder("B") + " around 0 #0\n    " + layer("c") + "  " + layer("d") + layer("e")},
 		{"groups-unclosed.psd", folder("a") + " around 0 #0\n  " + layer("b") + "  " + folder("c") + " around 0 #0\n    " + layer("d")},
 		{"groups-unopened.psd", layer("a") + layer("d") + layer("e")},
 		{"groups-other-type.psd", folder("c") + " around 0 #0\n  " + layer("b") + layer("d")},
@@ -222,8 +223,8 @@ std::vector<std::string> TakeStreams(const Url& url, const Id& importerClass, UI
 		TORVI_MUST(stream->SubscribeStream(stream->GetSelectedFormat()));
 		TORVI_MUST(stream->SetCallbackHandler(
 			note("init"),
-			[&text, &channels = planes[i]](const MediaStreamImageDataImportRef&, const MediaStreamProperties&, const ChannelOffsets& offsets,
-										   SETPIXELHANDLERFLAGS) -> Result<SetPixelHandlerStruct>
+			[&text, &channels = planes[i]](const MediaStreamImageDataImportRef&, const MediaStreamProperties&,
+										   const ChannelOffsets& offsets, SETPIXELHANDLERFLAGS) -> Result<SetPixelHandlerStruct>
 			{
 				channels.assign(offsets.begin(), offsets.begin() + std::max<std::ptrdiff_t>(1, std::ssize(offsets) - 1));
 				SetPixelHandlerStruct record;
@@ -320,7 +321,7 @@ TEST_F(PsdTest, PublishesWhatTheResourcesSay)
 		const char* _picture;
 		std::vector<String> _alphas;
 	};
-	const String first = MakeString("Fir\u015Ft"), second = MakeString("Old");
+	const String first = MakeString("Fir\u015Dt"), second = MakeString("Old");
 	for (const Names& test : {Names{"rgb8-alphas.psd", "", {first, second}}, {"rgb8-transparency.psd", first.c_str(), {second}}})
 	{
 		const ImageBaseRef picture = GetPicture(TORVI_MUST(LoadFile(MakeMemoryUrl(GetGoodFile(test._file)))), 0);
@@ -381,8 +382,9 @@ TEST_F(PsdTest, DetectsByVersion)
 TEST_F(PsdTest, BlendKeysGoBothWays)
 {
 	const auto isDeclared = [](const Id& mode) { return static_cast<bool>(FindDeclared<ImagePixelBlendInterface>(mode)); };
-	for (const UInt32 key : {PsdKey("norm"), PsdKey("diss"), PsdKey("dark"), PsdKey("mul "), PsdKey("idiv"), PsdKey("lbrn"), PsdKey("lite"), PsdKey("scrn"), PsdKey("div "), PsdKey("lddg"), PsdKey("over"), PsdKey("sLit"), PsdKey("hLit"), PsdKey("lLit"),
-								PsdKey("pLit"), PsdKey("hMix"), PsdKey("diff"), PsdKey("smud"), PsdKey("pass")})
+	for (const UInt32 key : {PsdKey("norm"), PsdKey("diss"), PsdKey("dark"), PsdKey("mul "), PsdKey("idiv"), PsdKey("lbrn"), PsdKey("lite"),
+							 PsdKey("scrn"), PsdKey("div "), PsdKey("lddg"), PsdKey("over"), PsdKey("sLit"), PsdKey("hLit"), PsdKey("lLit"),
+							 PsdKey("pLit"), PsdKey("hMix"), PsdKey("diff"), PsdKey("smud"), PsdKey("pass")})
 	{
 		EXPECT_TRUE(isDeclared(FindPsdBlendMode(key))) << key;
 		EXPECT_EQ(FindPsdBlendKey(FindPsdBlendMode(key)), key) << key;

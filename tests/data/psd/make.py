@@ -89,7 +89,8 @@ def header(width, height, channels, depth, mode, version=1):
 
 def resource(number, data, name=b""):
     padded = bytes((len(name),)) + name
-    return b"8BIM" + struct.pack(">H", number) + padded + b"\0" * (len(padded) % 2) + struct.pack(">I", len(data)) + data + b"\0" * (len(data) % 2)
+    head = b"8BIM" + struct.pack(">H", number) + padded + b"\0" * (len(padded) % 2)
+    return head + struct.pack(">I", len(data)) + data + b"\0" * (len(data) % 2)
 
 
 def section(data, wide=False):
@@ -192,22 +193,26 @@ def make_pictures():
     channels = [samples(300, 3, channel) for channel in range(3)]
     good("rgb8-wide.psd", document(header(300, 3, 3, 8, RGB), merged(channels, 8, PACKBITS)), rgba(channels, TO_PIXELS[RGB]))
     padded = struct.pack(">HHHH", PACKBITS, 5, 4, 4) + bytes((254, 9, 128, 128, 128, 128, 254, 7, 128, 2, 1, 2, 3))
-    good("grey8-padded.psd", document(header(3, 3, 1, 8, GREY), padded), [[(v, v, v, 255) for v in row] for row in ((9,) * 3, (7,) * 3, (1, 2, 3))])
+    values = ((9,) * 3, (7,) * 3, (1, 2, 3))
+    good("grey8-padded.psd", document(header(3, 3, 1, 8, GREY), padded), [[(v, v, v, 255) for v in row] for row in values])
     cleared = document(header(2, 2, 3, 8, RGB), struct.pack(">H", ZIP) + zlib.compress(bytes(12)))
     good("rgb8-zip.psd", cleared, [[(0, 0, 0, 255)] * 2] * 2)
 
 
 def make_alphas():
     channels = [samples(9, 5, channel) for channel in range(5)]
-    names = resource(1006, b"\5First\0\3Old") + resource(1045, unicode_text("Fir\u015dt", 1) + struct.pack(">I", 0) + unicode_text("Zw\u00f6lf", 1))
+    unicode_names = unicode_text("Fir\u015dt", 1) + struct.pack(">I", 0) + unicode_text("Third", 1)
+    names = resource(1006, b"\5First\3Old") + resource(1045, unicode_names)
     names += resource(1007, bytes(range(28))) + resource(1053, struct.pack(">II", 3, 4))
     head = header(9, 5, 5, 8, RGB)
     picture = merged(channels, 8, PACKBITS)
     good("rgb8-alphas.psd", document(head, picture, resources=names), rgba(channels[:4], lambda r, g, b, a: (r, g, b, a)))
     layers = layer_section(layer_info([]))
     one = layer_section(layer_info([Layer(b"Only", (0, 0, 0, 0))], -1))
-    good("rgb8-transparency.psd", document(head, picture, resources=names, layers=one), rgba(channels[:4], lambda r, g, b, a: (r, g, b, a)))
-    good("rgb8-no-layers.psd", document(header(9, 5, 3, 8, RGB), merged(channels[:3], 8, RAW), layers=layers), rgba(channels[:3], TO_PIXELS[RGB]))
+    with_alpha = rgba(channels[:4], lambda r, g, b, a: (r, g, b, a))
+    good("rgb8-transparency.psd", document(head, picture, resources=names, layers=one), with_alpha)
+    opaque = document(header(9, 5, 3, 8, RGB), merged(channels[:3], 8, RAW), layers=layers)
+    good("rgb8-no-layers.psd", opaque, rgba(channels[:3], TO_PIXELS[RGB]))
 
 
 def make_indexed():
@@ -236,7 +241,8 @@ def layer_sample(layer, channel, x, y):
 def layer_rows(layer, channel, width, height, depth):
     def sample(x, y):
         value = layer_sample(layer, channel, x, y)
-        return struct.pack(">B", value >> 8) if depth == 8 else struct.pack(">H", value) if depth == 16 else struct.pack(">f", value / 65536)
+        code, number = {8: (">B", value >> 8), 16: (">H", value), 32: (">f", value / 65536)}[depth]
+        return struct.pack(code, number)
     return [b"".join(sample(x, y) for x in range(width)) for y in range(height)]
 
 
@@ -251,7 +257,7 @@ def mask_data(rect, default):
 
 
 def make_layers(mode, depth, wide, key=None):
-    """A background, and a group with a masked layer that hangs over two edges, an adjustment and a layer outside; all compressions."""
+    """A background, and a group with a masked layer that hangs over two edges, an adjustment and a layer outside."""
     colors = {GREY: 1, RGB: 3, CMYK: 4}[mode]
     ids, full = list(range(colors)), (0, 0, 12, 9)
 
@@ -263,7 +269,8 @@ def make_layers(mode, depth, wide, key=None):
         Layer(b"Background", full, channels(0, full, RAW, ids), flags=1),
         Layer(b"</Layer group>", blocks=divider(3)),
         Layer(b"Hanging", hanging, channels(2, hanging, PACKBITS, [-1] + ids) + [layer_channel(2, -2, mask, depth, PACKBITS, wide)],
-              b"mul ", 128, 2, mask_data(mask, 255), block(b"lyid", bytes(4)) + block(b"luni", unicode_text("H\u00e4nging", 1)) + block(b"iOpa", b"\x40")),
+              b"mul ", 128, 2, mask_data(mask, 255),
+              block(b"lyid", bytes(4)) + block(b"luni", unicode_text("H\u00e4nging", 1)) + block(b"iOpa", b"\x40")),
         Layer(b"Invert", blocks=block(b"nvrt", b"data") + block(b"levl", b"more"), channels=[(-1, b"\0\0"), (0, b"\0\0")]),
         Layer(b"Outside", outside, channels(4, outside, PREDICTION, ids + [-1]), b"xxxx", blocks=block(b"luni", unicode_text(""))),
         Layer(b"Group", channels=[(0, b"\0\0"), layer_channel(5, -2, group_mask, depth, PREDICTION, wide)], blend=b"norm", opacity=200,
@@ -309,8 +316,9 @@ def make_bad():
     bad("bomb-raw.psd", document(header(300000, 300000, 3, 8, RGB), rgb), IO, "*")
     bad("bomb-zip.psd", document(header(300000, 300000, 3, 8, RGB), struct.pack(">H", PREDICTION)), IO, "*")
     bad("bomb-channels.psd", document(header(3, 2, 32767, 8, RGB), rgb), IO, "*")
-    for name, mode, depth, message in (("lab", 9, 8, "Unsupported color mode: 9"), ("bitmap-8", BITMAP, 8, "Unsupported color depth: 8"),
-                                       ("indexed-16", INDEXED, 16, "Unsupported color depth: 16"), ("cmyk-32", CMYK, 32, "invalid cmyk format")):
+    for name, mode, depth, message in (
+            ("lab", 9, 8, "Unsupported color mode: 9"), ("bitmap-8", BITMAP, 8, "Unsupported color depth: 8"),
+            ("indexed-16", INDEXED, 16, "Unsupported color depth: 16"), ("cmyk-32", CMYK, 32, "invalid cmyk format")):
         bad(name + ".psd", document(header(3, 2, 4, depth, mode), rgb), WRONG_TYPE, message)
     bad("channels-few.psd", document(header(3, 2, 2, 8, RGB), rgb), WRONG_TYPE)
     bad("depth-4.psd", document(header(3, 2, 3, 4, RGB), rgb), ILLEGAL_STATE, "*")
@@ -325,7 +333,8 @@ def make_bad():
     for name, layer, error_id, message in (
             ("no-channels", Layer(channels=[]), ILLEGAL_STATE, "*"),
             ("no-blend", Layer(signature=b"8BIN"), ILLEGAL_STATE, "*"),
-            ("name-long", Layer(blocks=block(b"luni", struct.pack(">I", 3) + b"abcd")), WRONG_TYPE, "Invalid text length: 3. Rest of chunk is: 4."),
+            ("name-long", Layer(blocks=block(b"luni", struct.pack(">I", 3) + b"abcd")), WRONG_TYPE,
+             "Invalid text length: 3. Rest of chunk is: 4."),
             ("zip", Layer(b"", rect, [(0, b"\0\2abc")]), ILLEGAL_STATE, "Unsupported compression"),
             ("zip-short", Layer(b"", rect, [(0, b"\0\3x")]), ILLEGAL_STATE, "*"),
             ("zip-few-rows", Layer(b"", rect, [(0, b"\0\3" + zlib.compress(b"ab"))]), ILLEGAL_STATE, "*"),
@@ -334,9 +343,10 @@ def make_bad():
             ("raw-short", Layer(b"", rect, [(0, b"\0\0ab")]), IO, "The data ends 1 bytes too early."),
             ("packed-long", Layer(b"", rect, [(0, b"\0\1\0\7" + bytes(7))]), ILLEGAL_STATE, "*"),
             ("bomb", Layer(b"", (0, 0, 1 << 30, 1 << 30), [(0, b"\0\3" + zlib.compress(bytes(9)))]), IO, "*")):
-        bad("layer-%s.psd" % name, document(grey, struct.pack(">H3B", RAW, 1, 2, 3), layers=layer_section(layer_info([layer]))), error_id, message)
-    bad("layer-bitmap.psd", document(header(9, 1, 1, 1, BITMAP), b"\0\0\xFF\0", layers=layer_section(layer_info([Layer(b"", rect)]))), FILE_FORMAT,
-        "Invalid color mode.")
+        picture = struct.pack(">H3B", RAW, 1, 2, 3)
+        bad("layer-%s.psd" % name, document(grey, picture, layers=layer_section(layer_info([layer]))), error_id, message)
+    layers = layer_section(layer_info([Layer(b"", rect)]))
+    bad("layer-bitmap.psd", document(header(9, 1, 1, 1, BITMAP), b"\0\0\xFF\0", layers=layers), FILE_FORMAT, "Invalid color mode.")
     bad("layer-count.psd", document(grey, rgb, layers=layer_section(layer_info([Layer()], 9))), IO, "*")
     bad("layer-length.psb", document(header(3, 1, 1, 8, GREY, 2), rgb, layers=struct.pack(">Q", 1 << 63)), FILE_FORMAT, "*")
 
@@ -344,7 +354,8 @@ def make_bad():
 make_pictures()
 make_alphas()
 make_indexed()
-for arguments in ((RGB, 8, False), (CMYK, 16, False), (GREY, 32, False), (GREY, 8, True), (RGB, 16, True, b"Lr16"), (RGB, 32, True, b"Lr32")):
+for arguments in ((RGB, 8, False), (CMYK, 16, False), (GREY, 32, False),
+                  (GREY, 8, True), (RGB, 16, True, b"Lr16"), (RGB, 32, True, b"Lr32")):
     make_layers(*arguments)
 make_groups()
 make_bad()
