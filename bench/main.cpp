@@ -35,7 +35,7 @@ int main(int argumentCount, char** arguments)
 		return 1;
 	}
 	for (const auto add : {&AddConversions, &AddBlending, &AddLayouts, &AddThreads, &AddColours, &AddHandlers, &AddComposition, &AddFiles,
-						   &AddPng, &AddJpeg})
+						   &AddPng, &AddJpeg, &AddPsd})
 		add(options);
 	AddStart();
 	benchmark::RunSpecifiedBenchmarks();

@@ -29,6 +29,7 @@ void AddComposition(const Options& options);
 void AddFiles(const Options& options);
 void AddPng(const Options& options);
 void AddJpeg(const Options& options);
+void AddPsd(const Options& options);
 void AddStart();
 
 /// Starts the module and looks a conversion up, the first time in this process; the measurement "module/start" reports how long that took.

@@ -16,13 +16,22 @@ namespace torvi::fuzz
 /// Pictures above this many bytes are left out: they take time, not new roads.
 inline constexpr Int LARGEST_PICTURE = Int(4) << 20;
 
+/// Whether all pictures of a file are small together, with their layers, masks and alpha channels.
 inline Bool IsSmall(const ImageTextureRef& texture)
 {
+	Array<ImageBaseRef> images = GetImageChildren(*texture, IMAGEHIERARCHY::IMAGE);
 	Int bytes = 0;
-	for (const ImageBaseRef& image : GetImageChildren(*texture, IMAGEHIERARCHY::IMAGE))
+	while (!images.empty() && bytes <= LARGEST_PICTURE)
 	{
+		const ImageBaseRef image = images.back();
+		images.pop_back();
 		const Int line = BytesOf(image->GetWidth() * image->GetPixelFormat()->GetBitsPerPixel());
 		bytes += line > 0 && image->GetHeight() > LARGEST_PICTURE / line ? LARGEST_PICTURE + 1 : line * image->GetHeight();
+		for (const IMAGEHIERARCHY branch : {IMAGEHIERARCHY::ALPHA, IMAGEHIERARCHY::LAYER, IMAGEHIERARCHY::MASK})
+		{
+			const Array<ImageBaseRef> children = GetImageChildren(*image, branch);
+			images.insert(images.end(), children.begin(), children.end());
+		}
 	}
 	return bytes <= LARGEST_PICTURE;
 }

@@ -4,6 +4,7 @@
 #include "media_io/media_io_bmp.h"
 #include "media_io/media_io_jpg.h"
 #include "media_io/media_io_png.h"
+#include "media_io/media_io_psd.h"
 
 namespace torvi
 {
@@ -18,6 +19,9 @@ constexpr RegistrationStep STEPS[] = {
 	{"streams and library of PNG", &RegisterPngStreamsAndLibrary},
 	{"JPEG", &RegisterImageFormat<JPG_FORMAT>},
 	{"streams and library of JPEG", &RegisterJpgStreamsAndLibrary},
+	{"streams of PSD and PSB", &RegisterPsdStreams},
+	{"PSD", &RegisterImageFormat<PSD_FORMAT>},
+	{"PSB", &RegisterImageFormat<PSB_FORMAT>},
 };
 
 } // namespace

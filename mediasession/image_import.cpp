@@ -50,18 +50,20 @@ Result<StreamHandle> StreamTreeBuilder::Add(const ImportStreamInfo& info, Int wo
 	MediaStreamFormat format = TORVI_TRY(MakeFormat(info));
 	auto stream = TORVI_TRY(CreateObject<MediaStreamImageDataImportInterface>(info._streamClass));
 	TORVI_TRY(stream->AddFormat(TORVI_TRY(Data::Make<Int>(0)), format));
-	if (work < 0)
-	{
-		work = CountOf(_works);
-		_works.push_back({static_cast<Float64>(info._width) * static_cast<Float64>(info._height), info._workName});
-	}
 	_streams.push_back({std::move(stream), std::move(format), work});
 	return CountOf(_streams) - 1;
 }
 
+Int StreamTreeBuilder::AddWork(const ImportStreamInfo& info)
+{
+	const Float64 weight = info._workWeight.value_or(static_cast<Float64>(info._width) * static_cast<Float64>(info._height));
+	_works.push_back({weight, info._workName, info._deliveryName});
+	return CountOf(_works) - 1;
+}
+
 Result<StreamHandle> StreamTreeBuilder::AddImage(const ImportStreamInfo& info)
 {
-	const StreamHandle handle = TORVI_TRY(Add(info, -1));
+	const StreamHandle handle = TORVI_TRY(Add(info, AddWork(info)));
 	TORVI_TRY(_importer.AddOutputStream(_streams.back()._stream));
 	return handle;
 }
@@ -71,7 +73,8 @@ Result<StreamHandle> StreamTreeBuilder::AddChild(StreamHandle parent, const Impo
 	const Stream parentStream = _streams[static_cast<std::size_t>(parent)];
 	TORVI_CHECK(parentStream._depth < LAYER_NESTING_LIMIT,
 				FileFormatError("The layers of a picture are nested in more than @ levels.", LAYER_NESTING_LIMIT));
-	const StreamHandle handle = TORVI_TRY(Add(info, work == ImportWork::OFPARENT ? parentStream._work : -1));
+	const Int workIndex = work == ImportWork::OWN ? AddWork(info) : work == ImportWork::OFPARENT ? parentStream._work : -1;
+	const StreamHandle handle = TORVI_TRY(Add(info, workIndex));
 	_streams.back()._depth = parentStream._depth + 1;
 	TORVI_TRY(_streams.back()._stream->InsertAsLastChildOf(parentStream._stream, BranchOf(info._type)));
 	return handle;
@@ -129,7 +132,12 @@ Result<void> ImportRun::ReportProgress(StreamHandle handle, Int done, Int all)
 
 Result<void> ImportRun::SetFraction(Stream& stream, Float64 fraction)
 {
-	return _progress && stream._job >= 0 ? _progress->SetProgressAndCheckBreak(stream._job, fraction) : Result<void>(OK);
+	for (const Int job : {stream._jobs._decoding, stream._jobs._delivery})
+	{
+		if (_progress && job >= 0)
+			TORVI_TRY(_progress->SetProgressAndCheckBreak(job, fraction));
+	}
+	return OK;
 }
 
 Result<void> ImportRun::Finish(StreamHandle handle)
@@ -178,6 +186,8 @@ Result<void> ImageImportBase::Analyze(Block<const MediaConverterRef> inputs, con
 		[&]() -> Result<void>
 		{
 			TORVI_CHECK(inputs.empty(), IllegalStateError("An importer takes no input."));
+			if (_isAnalyzed && _traits._analyzesOnce)
+				return OK;
 			Reset();
 			TORVI_TRY(_reader.Close());
 			TORVI_TRY(_reader.Open(_url, _traits._byteOrder));
@@ -191,6 +201,7 @@ Result<void> ImageImportBase::Analyze(Block<const MediaConverterRef> inputs, con
 			_published = std::move(streams._streams);
 			_works = std::move(streams._works);
 			_exifStreams = std::move(streams._exifStreams);
+			_isAnalyzed = true;
 			return OK;
 		});
 }
@@ -198,6 +209,7 @@ Result<void> ImageImportBase::Analyze(Block<const MediaConverterRef> inputs, con
 /// Forgets an earlier Analyze.
 void ImageImportBase::Reset()
 {
+	_isAnalyzed = false;
 	_isDone = false;
 	_published.clear();
 	_works.clear();
@@ -231,19 +243,30 @@ Result<void> ImageImportBase::PrepareExecute(Block<const MediaConverterRef> inpu
 		{
 			_progress = nullptr;
 			for (StreamTreeBuilder::Work& work : _works)
-				work._job = -1;
+				work._jobs = {};
 			if (!TORVI_TRY(CheckStage(inputs)))
 				return OK;
 			if (const MediaSessionRef session = GetSession())
 				_progress = session->GetProgress();
 			for (const StreamTreeBuilder::Stream& stream : _published)
 			{
-				StreamTreeBuilder::Work& work = _works[static_cast<std::size_t>(stream._work)];
-				if (_progress && work._job < 0 && stream._stream->IsSubscribed())
-					work._job = TORVI_TRY(_progress->AddProgressJob(work._weight, work._name != nullptr ? work._name : _traits._workName));
+				if (_progress && stream._work >= 0 && stream._stream->IsSubscribed())
+					TORVI_TRY(AddJobs(_works[static_cast<std::size_t>(stream._work)]));
 			}
 			return OK;
 		});
+}
+
+/// The jobs of a piece of work, once for all streams that share it.
+Result<void> ImageImportBase::AddJobs(StreamTreeBuilder::Work& work)
+{
+	constexpr Float64 DELIVERY_SHARE = 0.5;
+	if (work._jobs._decoding >= 0)
+		return OK;
+	work._jobs._decoding = TORVI_TRY(_progress->AddProgressJob(work._weight, work._name != nullptr ? work._name : _traits._workName));
+	if (work._deliveryName != nullptr)
+		work._jobs._delivery = TORVI_TRY(_progress->AddProgressJob(work._weight * DELIVERY_SHARE, work._deliveryName));
+	return OK;
 }
 
 Result<void> ImageImportBase::Execute(Block<const MediaConverterRef> inputs, const TimeValue&, MEDIASESSIONFLAGS)
@@ -260,7 +283,8 @@ Result<void> ImageImportBase::Execute(Block<const MediaConverterRef> inputs, con
 			for (std::size_t i = 0; i < streams.size(); ++i)
 			{
 				streams[i]._stream = _published[i]._stream;
-				streams[i]._job = _works[static_cast<std::size_t>(_published[i]._work)]._job;
+				if (_published[i]._work >= 0)
+					streams[i]._jobs = _works[static_cast<std::size_t>(_published[i]._work)]._jobs;
 			}
 			ImportRun run(std::move(streams), _progress);
 			return run.EndAll(NoThrow([&]() { return ReadStreams(_reader, run); }));
@@ -281,6 +305,7 @@ Result<void> ImageImportBase::DeliverExif()
 
 Result<void> ImageImportBase::Close(Block<const MediaConverterRef>)
 {
+	_isAnalyzed = false;
 	_isDone = false;
 	_progress = nullptr;
 	return _reader.Close();

@@ -26,14 +26,24 @@ struct ImportStreamInfo
 	std::optional<Int> _subImageIndex = {};
 	std::optional<ColorProfile> _colorProfile = {};
 	Id _streamClass = ids::CLASS_MEDIASTREAMIMAGEDATAIMPORT;
-	CString _workName = nullptr; ///< of the progress job; null: the importer's
+	CString _workName = nullptr;             ///< of the progress job; null: the importer's
+	CString _deliveryName = nullptr;         ///< of a second job with half the weight, for handing on what was decoded; null: none
+	std::optional<Float64> _workWeight = {}; ///< of the job; width x height if it is not said
 };
 
-/// Whether a child stream is a piece of work of its own, or comes along with its parent's lines.
+/// Whether a child stream is a piece of work of its own, comes along with its parent's lines, or has no lines at all, as a folder.
 enum class ImportWork
 {
 	OWN,
-	OFPARENT
+	OFPARENT,
+	NONE
+};
+
+/// The progress jobs of one piece of work: decoding, and handing on if it is a job of its own. -1 stands for no job.
+struct ImportJobs
+{
+	Int _decoding = -1;
+	Int _delivery = -1;
 };
 
 /// Publishes the streams of a file.
@@ -62,13 +72,14 @@ private:
 	{
 		Float64 _weight;
 		CString _name;
-		Int _job = -1; ///< of the progress; -1 while nobody wants the work
+		CString _deliveryName;
+		ImportJobs _jobs = {}; ///< none while nobody wants the work
 	};
 	struct Stream
 	{
 		MediaStreamImageDataImportRef _stream;
 		MediaStreamFormat _format;
-		Int _work;      ///< index of the piece of work
+		Int _work;      ///< index of the piece of work; -1 without one
 		Int _depth = 0; ///< levels below its picture
 	};
 	struct ExifStream
@@ -77,6 +88,7 @@ private:
 		std::function<Result<void>()> _deliver;
 	};
 	Result<StreamHandle> Add(const ImportStreamInfo& info, Int work);
+	Int AddWork(const ImportStreamInfo& info);
 
 	MediaConverterInterface& _importer;
 	Array<Stream> _streams;
@@ -112,7 +124,7 @@ public:
 		MediaStreamImageDataImportRef _stream;
 		MediaStreamProperties _properties;
 		PixelSink _sink;
-		Int _job = -1; ///< of the progress; -1 without one
+		ImportJobs _jobs;
 	};
 	ImportRun(Array<Stream> streams, ProgressRef progress) : _streams(std::move(streams)), _progress(std::move(progress)) {}
 	ImportRun(const ImportRun&) = delete;
@@ -149,6 +161,7 @@ struct ImporterTraits
 	CString _workName; ///< of the progress jobs, "BMP image"
 	Bool _supportsVideo = false;
 	Bool _supportsAudio = false;
+	Bool _analyzesOnce = false; ///< Analyze after a successful one does nothing until Close
 };
 
 /// Takes the Url that a handler was asked to open.
@@ -183,10 +196,12 @@ private:
 	void Reset();
 	Result<Bool> CheckStage(Block<const MediaConverterRef> inputs) const;
 	Result<void> DeliverExif();
+	Result<void> AddJobs(StreamTreeBuilder::Work& work);
 
 	const ImporterTraits& _traits;
 	Url _url;
 	BinaryReader _reader;
+	Bool _isAnalyzed = false;
 	Bool _isDone = false;
 	Array<StreamTreeBuilder::Stream> _published;
 	Array<StreamTreeBuilder::Work> _works;

@@ -39,6 +39,15 @@ inline constexpr Id CLASS_JPGEXPORT = "net.torvi.mediasession.jpg.export";
 inline constexpr Id CLASS_MEDIASTREAMIMAGELAYERJPGIMPORT = "net.torvi.image.class.mediastreamimagelayerjpgimport";
 inline constexpr Id CLASS_MEDIASTREAMEXIFDATAJPG = "net.torvi.image.class.mediastreamexifdatajpg";
 inline constexpr Id MODULEINFO_JPEGLIB = "net.torvi.moduleinfo.jpeglib";
+inline constexpr Id FILEFORMAT_PSD = "net.torvi.fileformat.imagepsd";
+inline constexpr Id FILEFORMATHANDLER_PSD = "net.torvi.fileformathandler.imageloaderpsd";
+inline constexpr Id CLASS_PSDIMPORT = "net.torvi.mediasession.psd.import";
+inline constexpr Id FILEFORMAT_PSB = "net.torvi.fileformat.imagepsb";
+inline constexpr Id FILEFORMATHANDLER_PSB = "net.torvi.fileformathandler.imageloaderpsb";
+inline constexpr Id CLASS_PSBIMPORT = "net.torvi.mediasession.psb.import";
+/// The streams of both: pictures, alpha channels, layers and masks, and folders.
+inline constexpr Id CLASS_MEDIASTREAMIMAGEDATAPSDIMPORT = "net.torvi.image.class.mediastreamimagedatapsdimport";
+inline constexpr Id CLASS_MEDIASTREAMIMAGELAYERFOLDERPSD = "net.torvi.image.class.mediastreamimagelayerfolderpsd";
 } // namespace ids
 
 } // namespace torvi
