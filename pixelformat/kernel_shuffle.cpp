@@ -50,7 +50,8 @@ using Vector = simd::VFromD<decltype(TAG)>;
 constexpr simd::FixedTag<UChar, 2 * VECTOR> PAIR_TAG;
 #endif
 
-/// Pixels that become so many full vectors. Fewer than fit into a vector at the end are converted together with some before them.
+/// Full vectors of pixels that become so many full vectors. Fewer than fit into a vector at the end are converted together with some before
+/// them.
 template <std::size_t OUTPUTS, bool FILLS>
 void ExpandPixels(Byte* __restrict destination, const Byte* __restrict source, Int count, const ShuffleMap& map)
 {
@@ -84,6 +85,18 @@ void ExpandPixels(Byte* __restrict destination, const Byte* __restrict source, I
 	constexpr Int OUTPUT_BYTES = VECTOR * Int(OUTPUTS);
 	const Int bytes = count * map.GetSourceSize(); // becomes OUTPUTS times as many
 	Int done = 0;
+#if HWY_TARGET <= HWY_AVX2
+	if constexpr (OUTPUTS == 1)
+	{
+		const auto orderPair = simd::Combine(PAIR_TAG, orders[0], orders[0]), fillPair = simd::Combine(PAIR_TAG, fills[0], fills[0]);
+#pragma GCC unroll 4
+		for (; done + 2 * VECTOR <= bytes; done += 2 * VECTOR)
+		{
+			const auto pixels = simd::TableLookupBytesOr0(simd::LoadU(PAIR_TAG, source + done), orderPair);
+			simd::StoreU(FILLS ? simd::Or(pixels, fillPair) : pixels, PAIR_TAG, destination + done);
+		}
+	}
+#endif
 #pragma GCC unroll 4
 	for (; done + VECTOR <= bytes; done += VECTOR)
 		expand(destination + done * Int(OUTPUTS), source + done);
@@ -153,9 +166,8 @@ template <bool FROM_FULL, bool TO_FULL, bool FILLS>
 void ShuffleRun(Byte* destination, const Byte* source, Int count, const ShuffleMap& map)
 {
 	const Int from = map.GetSourceSize(), to = map.GetDestinationSize(), step = map._pixelsAtATime;
-	const Int reach = FROM_FULL && TO_FULL ? step - 1 : map._reach; // pixels that must follow the first of a vector
 	const auto order = simd::LoadU(TAG, map._vectors[0]._order.data()), fills = simd::LoadU(TAG, map._vectors[0]._fills.data());
-	Int pixel = ShuffleVectors<FROM_FULL, TO_FULL, FILLS>(destination, source, count - reach, map);
+	Int pixel = ShuffleVectors<FROM_FULL, TO_FULL, FILLS>(destination, source, count - map._reach, map);
 	for (; pixel < count; pixel += step)
 	{
 		const Int start = std::min(pixel, count - step);
@@ -171,16 +183,15 @@ ShuffleMap::Function FunctionFor(const ShuffleMap& map)
 {
 	const std::size_t fills =
 		std::ranges::all_of(map._vectors, [](const auto& vector) { return vector._fills == std::array<Byte, VECTOR>(); }) ? 0 : 1;
-	constexpr std::array EXPANDING = {&ExpandPixels<2, false>, &ExpandPixels<2, true>,  &ExpandPixels<3, false>,
-									  &ExpandPixels<3, true>,  &ExpandPixels<4, false>, &ExpandPixels<4, true>};
-	if (map._outputs > 1)
-		return EXPANDING[static_cast<std::size_t>(map._outputs - 2) * 2 + fills];
-	constexpr std::array IN_PLACE = {&ShuffleRun<false, false, false>, &ShuffleRun<false, false, true>, &ShuffleRun<false, true, false>,
-									 &ShuffleRun<false, true, true>,   &ShuffleRun<true, false, false>, &ShuffleRun<true, false, true>,
-									 &ShuffleRun<true, true, false>,   &ShuffleRun<true, true, true>};
-	const std::size_t fromFull = map._pixelsAtATime * map.GetSourceSize() == VECTOR ? 4 : 0;
-	const std::size_t toFull = map._pixelsAtATime * map.GetDestinationSize() == VECTOR ? 2 : 0;
-	return IN_PLACE[fromFull | toFull | fills];
+	const bool fromFull = map._pixelsAtATime * map.GetSourceSize() == VECTOR,
+			   toFull = map._pixelsAtATime * map.GetDestinationSize() == VECTOR;
+	constexpr std::array FULL = {&ExpandPixels<1, false>, &ExpandPixels<1, true>, &ExpandPixels<2, false>, &ExpandPixels<2, true>,
+								 &ExpandPixels<3, false>, &ExpandPixels<3, true>, &ExpandPixels<4, false>, &ExpandPixels<4, true>};
+	if (map._outputs > 1 || (fromFull && toFull))
+		return FULL[static_cast<std::size_t>(map._outputs - 1) * 2 + fills];
+	constexpr std::array OTHERS = {&ShuffleRun<false, false, false>, &ShuffleRun<false, false, true>, &ShuffleRun<false, true, false>,
+								   &ShuffleRun<false, true, true>,   &ShuffleRun<true, false, false>, &ShuffleRun<true, false, true>};
+	return OTHERS[(fromFull ? 4u : 0u) + (toFull ? 2u : 0u) + fills];
 }
 
 #endif

@@ -39,11 +39,16 @@ HWY_INLINE void StoreAt(VFromD<Tag> vector, Tag tag, Byte* destination)
 	StoreU(vector, tag, reinterpret_cast<TFromD<Tag>*>(destination));
 }
 
-/// Cuts floats below 2^31. What is below -2^31 and NaN become negative numbers, or 0.
+/// Cuts floats below 2^31. What is below -2^31 and NaN become negative numbers, or 0; the library's own ConvertTo makes the largest number
+/// of NaN on x86.
 HWY_INLINE VFromD<Ints> Truncate(VFromD<Floats> floats)
 {
 #if HWY_TARGET == HWY_AVX2
 	return VFromD<Ints>{_mm256_cvttps_epi32(floats.raw)};
+#elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
+	return VFromD<Ints>{_mm512_cvttps_epi32(floats.raw)};
+#elif HWY_ARCH_X86
+	return VFromD<Ints>{_mm_cvttps_epi32(floats.raw)};
 #else
 	return ConvertTo(Ints(), floats);
 #endif
@@ -54,6 +59,11 @@ HWY_INLINE VFromD<Ints> Truncate(VFromD<Doubles> low, VFromD<Doubles> high)
 {
 #if HWY_TARGET == HWY_AVX2
 	return VFromD<Ints>{_mm256_set_m128i(_mm256_cvttpd_epi32(high.raw), _mm256_cvttpd_epi32(low.raw))};
+#elif HWY_ARCH_X86 && HWY_TARGET < HWY_AVX2
+	const __m512i lowHalf = _mm512_castsi256_si512(_mm512_cvttpd_epi32(low.raw));
+	return VFromD<Ints>{_mm512_inserti64x4(lowHalf, _mm512_cvttpd_epi32(high.raw), 1)};
+#elif HWY_ARCH_X86
+	return VFromD<Ints>{_mm_unpacklo_epi64(_mm_cvttpd_epi32(low.raw), _mm_cvttpd_epi32(high.raw))};
 #else
 	return Combine(Ints(), DemoteTo(DoubleInts(), high), DemoteTo(DoubleInts(), low));
 #endif
