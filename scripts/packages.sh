@@ -17,6 +17,10 @@ BUILD_PACKAGES=(
 	nlohmann-json3-dev
 	libutf8proc-dev
 	libexif-dev
+	libfreetype-dev
+	libfontconfig-dev
+	libfribidi-dev
+	fonts-dejavu-core
 	libhwy-dev
 )
 

@@ -46,15 +46,25 @@ Result<PixelFormat> ParseDynamicFormat(std::string_view list)
 	return FindOrCreatePixelFormat(channels);
 }
 
+void PrintLine(const std::string& file, const std::string& text)
+{
+	std::string line = "torvi-image: " + file + ": " + text;
+	std::ranges::replace(line, '\n', ' ');
+	ClearProgressLine();
+	std::cerr << line + "\n" << std::flush;
+}
+
 } // namespace
 
 void PrintError(const std::string& file, const Error& error)
 {
 	const Error& innermost = error.GetInnermostCause();
-	std::string line = "torvi-image: " + file + ": " + ToStd(innermost.GetId().GetText()) + ": " + ToStd(innermost.GetMessage());
-	std::ranges::replace(line, '\n', ' ');
-	ClearProgressLine();
-	std::cerr << line + "\n" << std::flush;
+	PrintLine(file, ToStd(innermost.GetId().GetText()) + ": " + ToStd(innermost.GetMessage()));
+}
+
+void PrintNote(const std::string& file, const std::string& text)
+{
+	PrintLine(file, "note: " + text);
 }
 
 int Report(const std::string& file, const Result<void>& result)
@@ -76,6 +86,22 @@ Result<PixelFormat> ParsePixelFormat(const std::string& name)
 			return format;
 	}
 	return IllegalArgumentError("There is no pixel format @.", name);
+}
+
+std::string NamePixelFormat(const PixelFormat& format)
+{
+	std::string templateId;
+	for (const auto& group : g_torvi->GetRegistry(ids::REGISTRY_PIXELFORMATGROUPS).TakeValue()->GetEntries<PixelFormatGroupInterface>())
+	{
+		for (Registry::Iterator it = group->GetEntries(); it.HasValue(); it.MoveToNext())
+		{
+			if (it.GetEntry() == format)
+				return ToStd(it.GetEntryId().GetText());
+			if (const PixelFormat entry = Cast<PixelFormatInterface>(it.GetEntry()); entry && entry->GetClassId() == format->GetClassId())
+				templateId = ToStd(it.GetEntryId().GetText());
+		}
+	}
+	return templateId.empty() ? std::string(format->GetShortName()) : templateId;
 }
 
 Result<ColorProfile> ParseProfile(const std::string& name)

@@ -1,5 +1,6 @@
 // torvi-image convert: one file into another, or many files into a folder.
 #include "host/description.h"
+#include "tools/exporter.h"
 #include "tools/files.h"
 #include "tools/picture.h"
 #include "tools/watch.h"
@@ -33,25 +34,6 @@ struct ConvertOptions
 	int _jobs = 1;
 	Bool _keepGoing = true;
 };
-
-Result<Bool> HasSuffix(const FileFormatRef& format, std::string_view suffix)
-{
-	const auto suffixes = TORVI_TRY(format->Get<Array<String>>(ids::FILEFORMAT_COMMONSUFFIXES));
-	return std::ranges::any_of(suffixes,
-							   [&](const String& known) { return ComparePart(known, suffix, StringCompareMode::CASEINSENSITIVE) == 0; });
-}
-
-/// The exporter that writes files of a suffix.
-Result<MediaOutputUrlRef> CreateExporter(std::string_view suffix)
-{
-	for (const auto& record : TORVI_TRY(g_torvi->GetRegistry(ids::REGISTRY_IMAGESAVERCLASSES))->GetEntries<Class>())
-	{
-		MediaOutputUrlRef exporter = TORVI_TRY(record->Create<MediaOutputUrlInterface>());
-		if (TORVI_TRY(HasSuffix(TORVI_TRY(exporter->GetFileFormat()), suffix)))
-			return exporter;
-	}
-	return IllegalArgumentError("No format that is written here has the suffix \"@\".", suffix);
-}
 
 /// The exporter of the format that a texture came from, for standard output, which has no suffix.
 Result<MediaOutputUrlRef> CreateExporterOfSource(const ImageTextureInterface& texture)
@@ -185,12 +167,6 @@ Result<ImageTextureRef> LoadWanted(const ConvertOptions& options, const std::str
 	if (!ChoosesPart(options._choice) && profile.IsEmpty())
 		return texture;
 	return TakePart(texture, TORVI_TRY(FindPart(TORVI_TRY(GetFirstImage(texture)), options._choice)), profile);
-}
-
-std::string SuffixOf(const std::string& name)
-{
-	const std::string suffix = std::filesystem::path(name).extension().string();
-	return suffix.empty() ? suffix : suffix.substr(1);
 }
 
 Result<void> ApplySettings(const ConvertOptions& options, const Id& exporter, ImageTextureInterface& texture)

@@ -49,20 +49,7 @@ std::string NameOf(const ImageBaseInterface& image, const Id& key)
 Json FormatOf(const ImageBaseInterface& image)
 {
 	const PixelFormat format = image.GetPixelFormat();
-	if (!format)
-		return {};
-	std::string templateId; // a format with a palette of its own has the class of its template
-	for (const auto& group : g_torvi->GetRegistry(ids::REGISTRY_PIXELFORMATGROUPS).TakeValue()->GetEntries<PixelFormatGroupInterface>())
-	{
-		for (Registry::Iterator it = group->GetEntries(); it.HasValue(); it.MoveToNext())
-		{
-			if (it.GetEntry() == format)
-				return ToStd(it.GetEntryId().GetText());
-			if (const PixelFormat entry = Cast<PixelFormatInterface>(it.GetEntry()); entry && entry->GetClassId() == format->GetClassId())
-				templateId = ToStd(it.GetEntryId().GetText());
-		}
-	}
-	return templateId.empty() ? std::string(format->GetShortName()) : templateId;
+	return format ? Json(NamePixelFormat(format)) : Json();
 }
 
 Json ProfileOf(const ImageBaseInterface& image)
@@ -84,13 +71,8 @@ Json SettingsOf(const DataDictionaryObjectInterface& object)
 
 Json BoundsOf(const ImageBaseInterface& image)
 {
-	const auto stored = [&](const Id& key, Int fallback)
-	{
-		const Int* value = FindStored<Int>(image, key);
-		return value != nullptr ? *value : fallback;
-	};
-	return {stored(ids::IMAGE_LAYER_BOUNDINGBOX_X, 0), stored(ids::IMAGE_LAYER_BOUNDINGBOX_Y, 0),
-			stored(ids::IMAGE_LAYER_BOUNDINGBOX_W, image.GetWidth()), stored(ids::IMAGE_LAYER_BOUNDINGBOX_H, image.GetHeight())};
+	const DrawRectInt bounds = GetBounds(image);
+	return {bounds.position.x, bounds.position.y, bounds.size.width, bounds.size.height};
 }
 
 Json DescribeMask(const ImageBaseInterface& mask)
@@ -102,8 +84,7 @@ Json DescribeMask(const ImageBaseInterface& mask)
 
 std::string KindOf(const ImageBaseInterface& layer)
 {
-	const Int32* type = FindStored<Int32>(layer, ids::IMAGE_TYPE);
-	const auto kind = type != nullptr ? static_cast<ImageType>(*type) : ImageType::LAYER;
+	const ImageType kind = GetLayerType(layer);
 	return kind == ImageType::FOLDER ? "folder" : kind == ImageType::FILTER ? "filter" : "layer";
 }
 

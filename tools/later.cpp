@@ -16,7 +16,6 @@ struct LaterCommand
 
 constexpr LaterCommand COMMANDS[] = {
 	{"audio", "Writes the sound of a file.", "This build reads no sound."},
-	{"sheet", "Draws all pictures and layers of a file on one sheet.", "This build draws no sheets."},
 };
 
 } // namespace

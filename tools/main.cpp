@@ -36,6 +36,7 @@ int Main(int argumentCount, char** arguments)
 	AddConvertPixels(app, run);
 	AddBlend(app, run);
 	AddList(app, run);
+	AddSheet(app, run);
 	AddLaterCommands(app, run);
 	if (const int status = Parse(app, argumentCount, arguments); status != STATUS_OK)
 		return status < 0 ? STATUS_OK : status;

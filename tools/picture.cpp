@@ -243,6 +243,19 @@ ImageBaseRef FindAlphaOf(const ImageBaseInterface& picture)
 	return {};
 }
 
+DrawRectInt GetBounds(const ImageBaseInterface& image)
+{
+	return {{image.GetOr<Int>(ids::IMAGE_LAYER_BOUNDINGBOX_X, 0), image.GetOr<Int>(ids::IMAGE_LAYER_BOUNDINGBOX_Y, 0)},
+			{image.GetOr<Int>(ids::IMAGE_LAYER_BOUNDINGBOX_W, image.GetWidth()),
+			 image.GetOr<Int>(ids::IMAGE_LAYER_BOUNDINGBOX_H, image.GetHeight())}};
+}
+
+ImageType GetLayerType(const ImageBaseInterface& layer)
+{
+	const auto type = static_cast<ImageType>(layer.GetOr<Int32>(ids::IMAGE_TYPE, 0));
+	return type == ImageType::FOLDER || type == ImageType::FILTER ? type : ImageType::LAYER;
+}
+
 Result<ImageBaseRef> GetFirstImage(const ImageTextureRef& texture)
 {
 	ImageBaseRef image = Cast<ImageBaseInterface>(texture->GetFirstChild(static_cast<Int32>(IMAGEHIERARCHY::IMAGE)));

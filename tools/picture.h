@@ -45,6 +45,12 @@ Bool ChoosesPart(const PictureChoice& choice);
 /// The first alpha channel of the picture's size, if the picture has no alpha of its own.
 ImageBaseRef FindAlphaOf(const ImageBaseInterface& picture);
 
+/// Where a layer or mask lies in its picture: the box that is stored, else its own size at the top left.
+DrawRectInt GetBounds(const ImageBaseInterface& image);
+
+/// LAYER, FOLDER or FILTER.
+ImageType GetLayerType(const ImageBaseInterface& layer);
+
 /// The first image of a texture.
 Result<ImageBaseRef> GetFirstImage(const ImageTextureRef& texture);
 

@@ -38,17 +38,6 @@ void SetHandler(int signal, void (*handler)(int))
 	sigaction(signal, &action, nullptr);
 }
 
-void DrawProgressLine(Float64 fraction)
-{
-	static const Bool s_isTerminal = isatty(STDERR_FILENO) == 1;
-	if (!s_isTerminal || Clock::now() - s_start < QUIET_TIME)
-		return;
-	const Float64 all = (static_cast<Float64>(s_filesDone) + fraction) / static_cast<Float64>(s_fileCount);
-	const std::lock_guard guard(s_lineLock);
-	std::fprintf(stderr, "\r%3d %%", static_cast<int>(std::min(all, 1.0) * 100.0));
-	s_isLineDrawn = true;
-}
-
 } // namespace
 
 void CatchSignals()
@@ -74,8 +63,19 @@ Result<void> CheckInterrupt()
 Result<void> WatchProgress(const ProgressRef& progress)
 {
 	TORVI_TRY(CheckInterrupt());
-	DrawProgressLine(progress->GetProgress());
+	ShowProgress(progress->GetProgress());
 	return OK;
+}
+
+void ShowProgress(Float64 fraction)
+{
+	static const Bool s_isTerminal = isatty(STDERR_FILENO) == 1;
+	if (!s_isTerminal || Clock::now() - s_start < QUIET_TIME)
+		return;
+	const Float64 all = (static_cast<Float64>(s_filesDone) + fraction) / static_cast<Float64>(s_fileCount);
+	const std::lock_guard guard(s_lineLock);
+	std::fprintf(stderr, "\r%3d %%", static_cast<int>(std::min(all, 1.0) * 100.0));
+	s_isLineDrawn = true;
 }
 
 void SetFileCount(std::size_t count)

@@ -17,6 +17,9 @@ Result<void> CheckInterrupt();
 /// The observer of a session's progress: CheckInterrupt, and the line on the terminal once the program has run for half a second.
 Result<void> WatchProgress(const ProgressRef& progress);
 
+/// Draws the same line for work without a session; `fraction` is 0 to 1.
+void ShowProgress(Float64 fraction);
+
 /// How many files the line is about, and that one of them is done.
 void SetFileCount(std::size_t count);
 void CountFile();
