@@ -157,19 +157,16 @@ String ColorProfileRecordImpl::GetInfo(ColorProfileInfo selector) const
 
 ColorSpace ColorProfileRecordImpl::GetColorSpace() const
 {
-	if (IsOcio())
-		return FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_RGB);
-	const Id id = HasProfile() ? ColorSpaceIdOf(cmsGetColorSpace(GetHandle())) : Id();
+	const Id id = IsOcio() ? ids::COLORSPACE_RGB : ColorSpaceIdOf(cmsGetColorSpace(GetHandle()));
 	return id.IsEmpty() ? ColorSpace() : FindDeclared<ColorSpaceInterface>(id);
 }
 
-Result<ColorProfileRecordImplRef> MakeIccRecord(IccProfile handle, Array<Byte> data, UInt32 crc)
+Result<ColorProfileRecordImplRef> MakeIccRecord(IccProfile handle, Array<Byte> data, UInt32 crc, const LcmsMemoryWatch& watch)
 {
-	const LcmsMemoryWatch watch;
 	ColorProfileContent content;
-	content._description = ReadIccText(handle, cmsInfoDescription);
-	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	content._handle = std::move(handle);
+	content._description = ReadIccText(content._handle, cmsInfoDescription);
+	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	content._data = std::move(data);
 	content._crc = crc;
 	return MakeRecord(std::move(content));
@@ -185,7 +182,7 @@ Result<ColorProfileRecordImplRef> ReadProfile(Block<const Byte> bytes, UInt32 cr
 	IccProfile handle = OpenIccProfile(data);
 	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	TORVI_CHECK(handle, MediaSessionWrongTypeError("cmsOpenProfileFromMem failed."));
-	return MakeIccRecord(std::move(handle), std::move(data), crc);
+	return MakeIccRecord(std::move(handle), std::move(data), crc, watch);
 }
 
 Result<ColorProfile> ColorProfileStaticImpl::OpenProfileFromMemory(Block<const Byte> bytes)
