@@ -3,6 +3,7 @@
 
 #include "color/crc32c.h"
 #include "color/ocio_blob.h"
+#include "color/ocio_config_list.h"
 #include "torvi/gfx_image_pixelformat.h"
 #include "torvi/mediasession_errors.h"
 
@@ -66,15 +67,15 @@ std::string_view TextOf(CString text) noexcept
 	return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
-/// An object of the host's class that has read the configuration; null for the empty path.
+/// An object of the host's class that has read the configuration, or an equal one that other profiles have; null for the empty path.
 Result<OcioConfigRef> LoadOcioConfig(const String& path)
 {
 	if (path.empty())
 		return OcioConfigRef();
 	const Url url = TORVI_TRY(Url::FromSystemPath(path));
-	OcioConfigRef config = TORVI_TRY(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
+	const OcioConfigRef config = TORVI_TRY(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
 	TORVI_TRY(config->Load(url));
-	return config;
+	return GetOcioConfigList().FindOrInsert(config);
 }
 
 Result<ColorProfileRecordImplRef> ReadOcioProfile(Block<const Byte> bytes)
