@@ -112,7 +112,7 @@ Result<ColorProfile> MakeBuiltInProfile(const BuiltInProfile& row)
 	Array<Byte> bytes = written.TakeValue();
 	SetFixedDate(bytes);
 	const UInt32 crc = Crc32c(bytes);
-	return ColorProfile(GetProfileMap().FindOrInsert(TORVI_TRY(MakeIccRecord(std::move(handle), std::move(bytes), crc))));
+	return ColorProfile(GetProfileMap().FindOrInsert(TORVI_TRY(MakeIccRecord(std::move(handle), std::move(bytes), crc, watch))));
 }
 
 Result<void> AddProfile(Module& module, const Id& id, ColorProfile profile)

@@ -1,7 +1,8 @@
 // The colour step of the lookup. Its function converts packed pixels; pixels in another layout, such as planes, are packed on the way.
 #include "color/color_conversion_stage.h"
 
-#include "color/conversion_run.h"
+#include "color/gfx_image_colorprofile_convert_impl.h"
+#include "color/staged_conversion.h"
 
 namespace torvi
 {
@@ -9,61 +10,15 @@ namespace torvi
 namespace
 {
 
-constexpr Int LARGEST_SCRATCH = 8192; // bytes on the stack for each side
-
-/// Profiles between layouts that are not the formats' own.
-class LayoutEngine final : public ObjectInterface
+/// From one layout of a format to another; unset where they are the same.
+Result<PackingStage> MakeStage(const PixelFormat& format, const ChannelOffsets& dstOffsets, const ChannelOffsets& srcOffsets)
 {
-public:
-	LayoutEngine(ColorProfileConvert convert, ConvertPixelFunc pack, BITS sourceBits, ConvertPixelFunc unpack, BITS destinationBits)
-		: _convert(std::move(convert)), _pack(std::move(pack)), _sourceBits(sourceBits), _unpack(std::move(unpack)),
-		  _destinationBits(destinationBits)
-	{
-	}
-
-	Result<void> Run(const PixelBuffer& source, const PixelBuffer& destination, Int count) const
-	{
-		alignas(64) Byte sourceBytes[LARGEST_SCRATCH];
-		alignas(64) Byte destinationBytes[LARGEST_SCRATCH];
-		const PixelBuffer packed(sourceBytes, _sourceBits), converted(destinationBytes, _destinationBits);
-		return ConvertInChunks(source, destination, count, CHUNK_PIXELS,
-							   [&](const PixelBuffer& from, const PixelBuffer& to, Int chunk) -> Result<void>
-							   {
-								   TORVI_TRY(_pack(packed, chunk, from, 0));
-								   TORVI_TRY(_convert->Convert(packed, converted, chunk));
-								   return _unpack(to, chunk, converted, 0);
-							   });
-	}
-
-private:
-	ColorProfileConvert _convert;
-	ConvertPixelFunc _pack;
-	BITS _sourceBits;
-	ConvertPixelFunc _unpack;
-	BITS _destinationBits;
-};
-
-Bool IsOwnLayout(const PixelFormatInterface& format, const ChannelOffsets& offsets)
-{
-	return std::ranges::equal(offsets, format.GetChannelOffsets());
-}
-
-Result<BITS> CheckBits(const PixelFormat& format)
-{
-	const BITS bits = format->GetBitsPerPixel();
-	TORVI_CHECK(bits * CHUNK_PIXELS <= LARGEST_SCRATCH * 8, UnsupportedOperationError("Pixels of @ are too large to be packed.", format));
-	return bits;
-}
-
-Result<ConvertPixelFunc> ConvertLayouts(const ColorProfileConvert& convert, const PixelFormat& dstFormat, const PixelFormat& srcFormat,
-										const ChannelOffsets& srcOffsets, const ChannelOffsets& dstOffsets)
-{
-	const BITS sourceBits = TORVI_TRY(CheckBits(srcFormat)), destinationBits = TORVI_TRY(CheckBits(dstFormat));
-	const ConvertPixelFunc pack = TORVI_TRY(FindPlainConversion(*srcFormat, srcFormat, {}, srcOffsets));
-	const ConvertPixelFunc unpack = TORVI_TRY(FindPlainConversion(*dstFormat, dstFormat, dstOffsets, {}));
-	auto engine = TORVI_TRY(NewObject<LayoutEngine>(convert, pack, sourceBits, unpack, destinationBits));
-	return ConvertPixelFunc([engine](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32)
-							{ return engine->Run(source, destination, count); });
+	PackingStage stage;
+	if (std::ranges::equal(dstOffsets, srcOffsets))
+		return stage;
+	stage._convert = TORVI_TRY(FindPlainConversion(*format, format, dstOffsets, srcOffsets));
+	stage._bits = format->GetBitsPerPixel();
+	return stage;
 }
 
 /// Whether the pixels are to change from one profile to the other.
@@ -94,10 +49,15 @@ Result<ConvertPixelFunc> ColorConversionStageImpl::MakeFunction(const PixelForma
 		std::swap(srcProfile, dstProfile);
 		flags ^= ColorProfileConvertStaticInterface::REVERSE;
 	}
-	const ColorProfileConvert convert =
+	ColorProfileConvert convert =
 		TORVI_TRY(_conversions->Init(srcFormat, srcProfile, dstFormat, dstProfile, COLORCONVERSIONINTENT::PERCEPTUAL, flags));
-	if (!IsOwnLayout(*srcFormat, srcOffsets) || !IsOwnLayout(*dstFormat, dstOffsets))
-		return ConvertLayouts(convert, dstFormat, srcFormat, srcOffsets, dstOffsets);
+	PackingStage before = TORVI_TRY(MakeStage(srcFormat, srcFormat->GetChannelOffsets(), srcOffsets));
+	PackingStage after = TORVI_TRY(MakeStage(dstFormat, dstOffsets, dstFormat->GetChannelOffsets()));
+	if (before._convert || after._convert)
+	{
+		ConvertRunFunc run = TORVI_TRY(MakeStagedConversion(std::move(before), RunOf(convert), std::move(after)));
+		convert = TORVI_TRY(NewObject<ColorProfileConvertImpl>(std::move(run), ColorProfileGpuRef(), convert->GetHashCodeImpl()));
+	}
 	return ConvertPixelFunc([convert](const PixelBuffer& destination, Int count, const PixelBuffer& source, UInt32)
 							{ return convert->Convert(source, destination, count); });
 }

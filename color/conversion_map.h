@@ -23,7 +23,7 @@ public:
 		if (const auto found = _entries.find(key); found != _entries.end())
 			return found->second.GetResult();
 		Result<ColorProfileConvert> built = NoThrow(build);
-		if (!built.IsOk() && built.GetError().GetId() == errorids::OUTOFMEMORY)
+		if (!built.IsOk() && built.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY)
 			return built;
 		Entry entry;
 		if (built.IsOk())

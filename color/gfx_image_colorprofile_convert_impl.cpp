@@ -1,11 +1,11 @@
 // Making conversions between profiles.
 #include "color/gfx_image_colorprofile_convert_impl.h"
 
-#include "color/conversion_map.h"
 #include "color/lcms_engine.h"
 #include "color/native_formats.h"
 #include "color/ocio_engine.h"
 #include "color/srgb_curves.h"
+#include "color/staged_conversion.h"
 #include "torvi/ids_formats.h"
 
 namespace torvi
@@ -15,18 +15,6 @@ namespace
 {
 
 constexpr UInt32 GPU_REVERSE = 1; // in the first word of flags
-
-ConversionMap<RunConversionKey>& GetConversions() noexcept
-{
-	static ConversionMap<RunConversionKey> s_map;
-	return s_map;
-}
-
-ConversionMap<GpuConversionKey>& GetGpuConversions() noexcept
-{
-	static ConversionMap<GpuConversionKey> s_map;
-	return s_map;
-}
 
 template <SrgbCurve CURVE, Int CHANNELS>
 Result<void> RunSrgbCurve(const PixelBuffer& source, const PixelBuffer& destination, Int count)
@@ -62,7 +50,7 @@ Result<ConvertRunFunc> MakeEngine(const RunConversionKey& key)
 		TORVI_CHECK(profile.HasProfile() || profile.GetOcioConfig(), NullptrError());
 	if (from.GetCrc() == to.GetCrc())
 		return ConvertRunFunc();
-	if (const OcioNames names = ReadOcioNames(key._srcProfile, key._dstProfile); names.IsUsable())
+	if (const OcioNames names = TORVI_TRY(ReadOcioNames(key._srcProfile, key._dstProfile)); names.IsUsable())
 		return MakeOcioEngine(names, key._srcFormat, key._dstFormat, isReverse);
 	if (ConvertRunFunc curve = FindSrgbCurve(key, from, to))
 		return curve;
@@ -75,55 +63,6 @@ Result<ColorProfileConvert> MakeConvert(ConvertRunFunc convert, ColorProfileGpuR
 	return NewObject<ColorProfileConvertImpl>(std::move(convert), std::move(gpuHandler), hashCode);
 }
 
-Result<ColorProfileConvert> FindOrMake(const RunConversionKey& key)
-{
-	return GetConversions().FindOrBuild(
-		key, [&]() -> Result<ColorProfileConvert> { return MakeConvert(TORVI_TRY(MakeEngine(key)), {}, key.GetHashCode()); });
-}
-
-/// Colours of a table, turned into pixels for a conversion that takes those.
-class IndexedEngine final : public ObjectInterface
-{
-public:
-	IndexedEngine(ConvertPixelFunc toColours, BITS bits, ColorProfileConvert convert)
-		: _toColours(std::move(toColours)), _bits(bits), _convert(std::move(convert))
-	{
-	}
-
-	Result<void> Run(const PixelBuffer& source, const PixelBuffer& destination, Int count) const
-	{
-		constexpr BITS LARGEST = 4 * 32;
-		ChunkBuffer<LARGEST> buffer;
-		const PixelBuffer colours(buffer._bytes, _bits);
-		return ConvertInChunks(source, destination, count, CHUNK_PIXELS,
-							   [&](const PixelBuffer& from, const PixelBuffer& to, Int chunk) -> Result<void>
-							   {
-								   TORVI_TRY(_toColours(colours, chunk, from, 0));
-								   return _convert->Convert(colours, to, chunk);
-							   });
-	}
-
-private:
-	ConvertPixelFunc _toColours;
-	BITS _bits;
-	ColorProfileConvert _convert;
-};
-
-/// Palettes belong to pictures and can change, so nothing that depends on one is kept: what is kept is the conversion of its colours.
-Result<ColorProfileConvert> MakeIndexed(const RunConversionKey& key)
-{
-	RunConversionKey ofColours = key;
-	const Bool isOcio = key._srcProfile.GetOcioConfig() || key._dstProfile.GetOcioConfig();
-	ofColours._srcFormat = isOcio ? GetPixelFormat(ids::PIXELFORMAT_RGBA_F32) : TORVI_TRY(FindNearestNativeFormat(key._srcFormat));
-	const ColorProfileConvert convert = TORVI_TRY(FindOrMake(ofColours));
-	const PixelFormat colours = ofColours._srcFormat;
-	const ConvertPixelFunc toColours = TORVI_TRY(FindPlainConversion(*colours, key._srcFormat));
-	auto engine = TORVI_TRY(NewObject<IndexedEngine>(toColours, colours->GetBitsPerPixel(), convert));
-	const auto run = [engine](const PixelBuffer& source, const PixelBuffer& destination, Int count)
-	{ return engine->Run(source, destination, count); };
-	return MakeConvert(run, {}, key.GetHashCode());
-}
-
 Bool IsIndexed(const PixelFormat& format)
 {
 	return static_cast<Bool>(Cast<PixelFormatIndexedColorInterface>(format));
@@ -132,7 +71,7 @@ Bool IsIndexed(const PixelFormat& format)
 Result<ColorProfileGpuRef> MakeGpuHandler(const GpuConversionKey& key)
 {
 	TORVI_CHECK(!key._srcProfile.IsEmpty() && !key._dstProfile.IsEmpty(), NullptrError());
-	if (const OcioNames names = ReadOcioNames(key._srcProfile, key._dstProfile); names.IsUsable())
+	if (const OcioNames names = TORVI_TRY(ReadOcioNames(key._srcProfile, key._dstProfile)); names.IsUsable())
 	{
 		const OcioProcessorRef processor = TORVI_TRY(names.CreateGpuProcessor(key._flags1, key._flags2));
 		TORVI_CHECK(processor, NullptrError("The OCIO configuration made no processor."));
@@ -152,6 +91,25 @@ Result<void> CheckStarted()
 }
 
 } // namespace
+
+Result<ColorProfileConvert> ColorProfileConvertStaticImpl::FindOrMake(const RunConversionKey& key)
+{
+	return _conversions.FindOrBuild(
+		key, [&]() -> Result<ColorProfileConvert> { return MakeConvert(TORVI_TRY(MakeEngine(key)), {}, key.GetHashCode()); });
+}
+
+/// Palettes belong to pictures and can change, so nothing that depends on one is kept: what is kept is the conversion of its colours.
+Result<ColorProfileConvert> ColorProfileConvertStaticImpl::MakeIndexed(const RunConversionKey& key)
+{
+	RunConversionKey ofColours = key;
+	const Bool isOcio = key._srcProfile.GetOcioConfig() || key._dstProfile.GetOcioConfig();
+	ofColours._srcFormat = isOcio ? GetPixelFormat(ids::PIXELFORMAT_RGBA_F32) : TORVI_TRY(FindNearestNativeFormat(key._srcFormat));
+	const ColorProfileConvert convert = TORVI_TRY(FindOrMake(ofColours));
+	const PixelFormat colours = ofColours._srcFormat;
+	const ConvertPixelFunc toColours = TORVI_TRY(FindPlainConversion(*colours, key._srcFormat));
+	ConvertRunFunc run = TORVI_TRY(MakeStagedConversion({toColours, colours->GetBitsPerPixel()}, RunOf(convert), {}));
+	return MakeConvert(std::move(run), {}, key.GetHashCode());
+}
 
 Result<ColorProfileConvert> ColorProfileConvertStaticImpl::Init(const PixelFormat& srcFormat, const ColorProfile& srcProfile,
 																const PixelFormat& dstFormat, const ColorProfile& dstProfile,
@@ -182,7 +140,7 @@ Result<ColorProfileConvert> ColorProfileConvertStaticImpl::InitGPU(const ColorPr
 		{
 			TORVI_TRY(CheckStarted());
 			const GpuConversionKey key = {srcProfile, dstProfile, flags1, flags2};
-			return GetGpuConversions().FindOrBuild(
+			return _gpuConversions.FindOrBuild(
 				key, [&]() -> Result<ColorProfileConvert> { return MakeConvert({}, TORVI_TRY(MakeGpuHandler(key)), key.GetHashCode()); });
 		});
 }
@@ -199,10 +157,10 @@ Result<ColorProfileGpuRef> ColorProfileLegacyProcessorImpl::CreateHandler(const 
 		});
 }
 
-void ClearConversions() noexcept
+void ColorProfileConvertStaticImpl::Clear() noexcept
 {
-	GetConversions().Clear();
-	GetGpuConversions().Clear();
+	_conversions.Clear();
+	_gpuConversions.Clear();
 }
 
 } // namespace torvi

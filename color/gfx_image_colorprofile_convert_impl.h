@@ -1,6 +1,7 @@
 // Conversions between profiles: which engine does which, and the memory of those that were made.
 #pragma once
 
+#include "color/conversion_map.h"
 #include "color/conversion_run.h"
 #include "torvi/gfx_image_colorprofile_convert.h"
 
@@ -33,11 +34,21 @@ private:
 class ColorProfileConvertStaticImpl final : public ColorProfileConvertStaticInterface
 {
 public:
+	/// Drops all conversions that were made.
+	void Clear() noexcept;
+
 	Result<ColorProfileConvert> Init(const PixelFormat& srcFormat, const ColorProfile& srcProfile, const PixelFormat& dstFormat,
 									 const ColorProfile& dstProfile, COLORCONVERSIONINTENT intent, UInt32 flags) override;
 	Result<PixelFormat> GetNearestNativeFormat(const PixelFormat& format) override;
 	Result<ColorProfileConvert> InitGPU(const ColorProfile& srcProfile, const ColorProfile& dstProfile, UInt32 flags1,
 										UInt32 flags2) override;
+
+private:
+	Result<ColorProfileConvert> FindOrMake(const RunConversionKey& key);
+	Result<ColorProfileConvert> MakeIndexed(const RunConversionKey& key);
+
+	ConversionMap<RunConversionKey> _conversions;
+	ConversionMap<GpuConversionKey> _gpuConversions;
 };
 
 /// Makes handlers for graphics processors out of the host's class for conversions that OCIO does not do.
@@ -47,8 +58,5 @@ public:
 	Result<ColorProfileGpuRef> CreateHandler(const ColorProfile& srcProfile, const ColorProfile& dstProfile, UInt32 flags1,
 											 UInt32 flags2) override;
 };
-
-/// Drops all conversions that were made.
-void ClearConversions() noexcept;
 
 } // namespace torvi

@@ -3,6 +3,7 @@
 
 #include "color/crc32c.h"
 #include "color/ocio_blob.h"
+#include "color/ocio_config_list.h"
 #include "torvi/gfx_image_pixelformat.h"
 #include "torvi/mediasession_errors.h"
 
@@ -66,15 +67,15 @@ std::string_view TextOf(CString text) noexcept
 	return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
-/// An object of the host's class that has read the configuration; null for the empty path.
+/// An object of the host's class that has read the configuration, or an equal one that other profiles have; null for the empty path.
 Result<OcioConfigRef> LoadOcioConfig(const String& path)
 {
 	if (path.empty())
 		return OcioConfigRef();
 	const Url url = TORVI_TRY(Url::FromSystemPath(path));
-	OcioConfigRef config = TORVI_TRY(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
+	const OcioConfigRef config = TORVI_TRY(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
 	TORVI_TRY(config->Load(url));
-	return config;
+	return GetOcioConfigList().FindOrInsert(config);
 }
 
 Result<ColorProfileRecordImplRef> ReadOcioProfile(Block<const Byte> bytes)
@@ -157,19 +158,16 @@ String ColorProfileRecordImpl::GetInfo(ColorProfileInfo selector) const
 
 ColorSpace ColorProfileRecordImpl::GetColorSpace() const
 {
-	if (IsOcio())
-		return FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_RGB);
-	const Id id = HasProfile() ? ColorSpaceIdOf(cmsGetColorSpace(GetHandle())) : Id();
+	const Id id = IsOcio() ? ids::COLORSPACE_RGB : ColorSpaceIdOf(cmsGetColorSpace(GetHandle()));
 	return id.IsEmpty() ? ColorSpace() : FindDeclared<ColorSpaceInterface>(id);
 }
 
-Result<ColorProfileRecordImplRef> MakeIccRecord(IccProfile handle, Array<Byte> data, UInt32 crc)
+Result<ColorProfileRecordImplRef> MakeIccRecord(IccProfile handle, Array<Byte> data, UInt32 crc, const LcmsMemoryWatch& watch)
 {
-	const LcmsMemoryWatch watch;
 	ColorProfileContent content;
-	content._description = ReadIccText(handle, cmsInfoDescription);
-	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	content._handle = std::move(handle);
+	content._description = ReadIccText(content._handle, cmsInfoDescription);
+	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	content._data = std::move(data);
 	content._crc = crc;
 	return MakeRecord(std::move(content));
@@ -185,7 +183,7 @@ Result<ColorProfileRecordImplRef> ReadProfile(Block<const Byte> bytes, UInt32 cr
 	IccProfile handle = OpenIccProfile(data);
 	TORVI_CHECK(!watch.HasFailed(), OutOfMemoryError());
 	TORVI_CHECK(handle, MediaSessionWrongTypeError("cmsOpenProfileFromMem failed."));
-	return MakeIccRecord(std::move(handle), std::move(data), crc);
+	return MakeIccRecord(std::move(handle), std::move(data), crc, watch);
 }
 
 Result<ColorProfile> ColorProfileStaticImpl::OpenProfileFromMemory(Block<const Byte> bytes)

@@ -33,7 +33,7 @@ public:
 	Bool HasProfile() const override { return _content._handle != nullptr; }
 	ColorSpace GetColorSpace() const override;
 	OcioConfigRef GetOcioConfig() const override { return _content._ocioConfig; }
-	Bool IsOcio() const override { return _content._ocioConfig || !_content._name.empty(); }
+	Bool IsOcio() const override { return !HasProfile(); }
 	CString GetOcioName() const override { return _content._name.c_str(); }
 	CString GetOcioSecondName() const override { return _content._secondName.c_str(); }
 
@@ -48,8 +48,8 @@ private:
 
 using ColorProfileRecordImplRef = Ref<ColorProfileRecordImpl>;
 
-/// A record of an open ICC profile and its bytes; `crc` is that of the bytes. It is not in the map.
-Result<ColorProfileRecordImplRef> MakeIccRecord(IccProfile handle, Array<Byte> data, UInt32 crc);
+/// A record of an ICC profile that was opened under `watch`, and its bytes; `crc` is that of the bytes. It is not in the map.
+Result<ColorProfileRecordImplRef> MakeIccRecord(IccProfile handle, Array<Byte> data, UInt32 crc, const LcmsMemoryWatch& watch);
 
 /// A record of an ICC file or an OCIO blob in memory. It is not in the map. NullptrError "mem is nullptr" for no bytes,
 /// MediaSessionWrongTypeError "cmsOpenProfileFromMem failed.", or an error of the blob or of its configuration.

@@ -23,9 +23,7 @@ thread_local LcmsMemoryWatch* t_watch = nullptr;
 /// Enters a new block, or the failure to get one, with the watch of this thread.
 void* Watched(void* memory) noexcept
 {
-	if (t_watch != nullptr)
-		t_watch->OnAllocate(memory);
-	return memory;
+	return t_watch != nullptr ? t_watch->OnAllocate(memory) : memory;
 }
 
 void* Refused() noexcept
@@ -48,14 +46,18 @@ void Release(cmsContext, void* memory) noexcept
 	Free(memory);
 }
 
-void* Reallocate(cmsContext, void* memory, cmsUInt32Number size) noexcept
+void* Reallocate(cmsContext context, void* memory, cmsUInt32Number size) noexcept
 {
+	if (memory == nullptr)
+		return Allocate(context, size);
 	if (size > MAXIMUM_ALLOCATION)
 		return Refused();
 	void* const moved = Realloc(memory, size);
-	if (moved != nullptr && t_watch != nullptr)
-		t_watch->OnFree(memory);
-	return Watched(moved);
+	if (moved == nullptr)
+		return Watched(nullptr);
+	if (t_watch != nullptr)
+		t_watch->OnMove(memory, moved);
+	return moved;
 }
 
 void* AllocateArray(cmsContext, cmsUInt32Number count, cmsUInt32Number size) noexcept
@@ -190,14 +192,15 @@ LcmsMemoryWatch::~LcmsMemoryWatch()
 		Release(nullptr, block);
 }
 
-void LcmsMemoryWatch::OnAllocate(void* memory) noexcept
+void* LcmsMemoryWatch::OnAllocate(void* memory) noexcept
 {
+	if (memory != nullptr && _blockCount < std::size(_blocks))
+		return _blocks[_blockCount++] = memory;
 	for (LcmsMemoryWatch* watch = this; memory == nullptr && watch != nullptr; watch = watch->_outer)
 		watch->_hasFailed = true;
-	if (memory != nullptr && _blockCount < std::size(_blocks))
-		_blocks[_blockCount++] = memory;
-	if (memory == nullptr && _canEscape)
-		Escape();
+	Free(memory);
+	OnRefuse();
+	return nullptr;
 }
 
 void LcmsMemoryWatch::OnRefuse() noexcept
@@ -226,6 +229,12 @@ void LcmsMemoryWatch::OnUnlock() noexcept
 {
 	if (_lockCount > 0)
 		--_lockCount;
+}
+
+void LcmsMemoryWatch::OnMove(void* from, void* to) noexcept
+{
+	for (LcmsMemoryWatch* watch = this; watch != nullptr; watch = watch->_outer)
+		std::replace(watch->_blocks, watch->_blocks + watch->_blockCount, from, to);
 }
 
 void LcmsMemoryWatch::OnFree(void* memory) noexcept

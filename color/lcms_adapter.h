@@ -32,7 +32,9 @@ using IccTransform = std::unique_ptr<void, IccTransformDeleter>;
 
 /// Looks after lcms2 where memory runs out. Not every function of lcms2 reports that: some go on and leave a part out, which others then
 /// miss, and some lose blocks. So what was made under a watch that has failed must be dropped before the watch ends; it then frees what is
-/// left behind. It sees the calls of its own thread. Refusals of absurd sizes, which damaged profiles ask for, do not count.
+/// left behind. It sees the calls of its own thread. Refusals do not count as failures: of absurd sizes, which damaged profiles ask for,
+/// and of more blocks than a watch holds. Honest links of profiles need some hundreds; chains of thousands of steps would keep a
+/// processor busy for minutes.
 class LcmsMemoryWatch
 {
 public:
@@ -56,9 +58,11 @@ public:
 		return true;
 	}
 
-	void OnAllocate(void* memory) noexcept;
+	/// The new block, or null where none was got or it is refused and freed.
+	void* OnAllocate(void* memory) noexcept;
 	/// A size that is refused.
 	void OnRefuse() noexcept;
+	void OnMove(void* from, void* to) noexcept;
 	void OnFree(void* memory) noexcept;
 	void OnLock(void* mutex) noexcept;
 	void OnUnlock() noexcept;
@@ -74,7 +78,7 @@ private:
 	void* _locks[8]; ///< held by this thread, for it to give back when it escapes
 	std::jmp_buf _escape;
 	std::size_t _blockCount = 0;
-	void* _blocks[512]; ///< allocated since then and not yet freed; blocks beyond that are not looked after
+	void* _blocks[4096]; ///< allocated since then and not yet freed
 };
 
 /// Empty for bytes that are no profile, and when memory runs out. The bytes are copied.

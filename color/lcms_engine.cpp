@@ -190,6 +190,7 @@ Result<Side> MakeSide(const PixelFormat& format)
 Result<AlphaPixelFormat> GetAlphaFormat(const PixelFormat& format)
 {
 	Result<AlphaPixelFormat> alpha = format->GetAlphaPixelFormat();
+	TORVI_CHECK(alpha.GetError().GetId() != errorids::OUTOFMEMORY, OutOfMemoryError()); // which says nothing about the format
 	TORVI_CHECK(alpha.IsOk() && alpha.GetValue()._format,
 				IllegalStateError("Error calling GetAlphaPixelFormat for pixel format: @.", format));
 	return alpha;

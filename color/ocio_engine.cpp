@@ -1,6 +1,7 @@
 // Names and runs of OCIO conversions.
 #include "color/ocio_engine.h"
 
+#include "color/staged_conversion.h"
 #include "torvi/ids_formats.h"
 
 namespace torvi
@@ -9,20 +10,16 @@ namespace torvi
 namespace
 {
 
-CString TextOr(Result<CString> text)
-{
-	return text.IsOk() && text.GetValue() != nullptr ? text.GetValue() : "";
-}
-
 /// What a configuration calls an ICC profile; empty unless it is one of the two that every configuration has.
-CString NameOfIcc(const OcioConfigInterface& config, const ColorProfile& profile)
+Result<CString> NameOfIcc(const OcioConfigInterface& config, const ColorProfile& profile)
 {
 	constexpr Int32 SRGB = 0, LINEAR = 1;
+	CString name = "";
 	if (profile.GetCrc() == GetBuiltInColorProfile(ids::COLORPROFILE_LINEARRGB).GetCrc())
-		return TextOr(config.GetColorSpaceName(LINEAR));
-	if (profile.GetCrc() == GetBuiltInColorProfile(ids::COLORPROFILE_SRGB).GetCrc())
-		return TextOr(config.GetColorSpaceName(SRGB));
-	return "";
+		name = TORVI_TRY(config.GetColorSpaceName(LINEAR));
+	else if (profile.GetCrc() == GetBuiltInColorProfile(ids::COLORPROFILE_SRGB).GetCrc())
+		name = TORVI_TRY(config.GetColorSpaceName(SRGB));
+	return name != nullptr ? name : "";
 }
 
 /// Pixels that a processor takes as they are. It works in place, so they are copied to the destination first.
@@ -51,42 +48,6 @@ private:
 	Bool _isEightBit;
 };
 
-class OcioStaged final : public ObjectInterface
-{
-public:
-	OcioStaged(OcioProcessorRef processor, ConvertPixelFunc toFloats, ConvertPixelFunc fromFloats)
-		: _processor(std::move(processor)), _toFloats(std::move(toFloats)), _fromFloats(std::move(fromFloats))
-	{
-	}
-
-	Result<void> Run(const PixelBuffer& source, const PixelBuffer& destination, Int count) const
-	{
-		constexpr BITS STRIDE = 4 * 32;
-		ChunkBuffer<STRIDE> buffer;
-		const PixelBuffer floats(buffer._bytes, STRIDE);
-		return ConvertInChunks(source, destination, count, CHUNK_PIXELS,
-							   [&](const PixelBuffer& from, const PixelBuffer& to, Int chunk) -> Result<void>
-							   {
-								   TORVI_TRY(_toFloats(floats, chunk, from, 0));
-								   TORVI_TRY(_processor->ConvertPixels(reinterpret_cast<Float32*>(buffer._bytes), STRIDE / 8, chunk, 0));
-								   return _fromFloats(to, chunk, floats, 0);
-							   });
-	}
-
-private:
-	OcioProcessorRef _processor;
-	ConvertPixelFunc _toFloats;
-	ConvertPixelFunc _fromFloats;
-};
-
-template <class Engine, class... Arguments>
-Result<ConvertRunFunc> MakeEngine(Arguments... arguments)
-{
-	auto engine = TORVI_TRY(NewObject<Engine>(std::move(arguments)...));
-	return ConvertRunFunc([engine](const PixelBuffer& source, const PixelBuffer& destination, Int count)
-						  { return engine->Run(source, destination, count); });
-}
-
 } // namespace
 
 Result<OcioProcessorRef> OcioNames::CreateProcessor(UInt32 options) const
@@ -103,7 +64,7 @@ Result<OcioProcessorRef> OcioNames::CreateGpuProcessor(UInt32 flags1, UInt32 fla
 	return _config->CreateGpuProcessor(_source, _destination, flags1, flags2);
 }
 
-OcioNames ReadOcioNames(const ColorProfile& srcProfile, const ColorProfile& dstProfile)
+Result<OcioNames> ReadOcioNames(const ColorProfile& srcProfile, const ColorProfile& dstProfile)
 {
 	const OcioConfigRef srcConfig = srcProfile.GetOcioConfig();
 	const OcioConfigRef dstConfig = dstProfile.GetOcioConfig();
@@ -113,8 +74,8 @@ OcioNames ReadOcioNames(const ColorProfile& srcProfile, const ColorProfile& dstP
 	names._config = srcConfig ? srcConfig : dstConfig;
 	if (!names._config)
 		return names;
-	names._source = srcConfig ? srcProfile.GetRecord()->GetOcioName() : NameOfIcc(*dstConfig, srcProfile);
-	names._destination = dstConfig ? dstProfile.GetRecord()->GetOcioName() : NameOfIcc(*srcConfig, dstProfile);
+	names._source = srcConfig ? srcProfile.GetRecord()->GetOcioName() : TORVI_TRY(NameOfIcc(*dstConfig, srcProfile));
+	names._destination = dstConfig ? dstProfile.GetRecord()->GetOcioName() : TORVI_TRY(NameOfIcc(*srcConfig, dstProfile));
 	names._view = dstConfig ? dstProfile.GetRecord()->GetOcioSecondName() : "";
 	return names;
 }
@@ -128,11 +89,17 @@ Result<ConvertRunFunc> MakeOcioEngine(const OcioNames& names, const PixelFormat&
 		(isReverse ? OcioConfigInterface::OPTION_REVERSE : 0u) | (isEightBit ? OcioConfigInterface::OPTION_EIGHT_BIT : 0u);
 	const OcioProcessorRef processor = TORVI_TRY(names.CreateProcessor(options));
 	TORVI_CHECK(processor, NullptrError("The OCIO configuration made no processor."));
+	const PixelFormat converted = isEightBit || isFloat ? dstFormat : GetPixelFormat(ids::PIXELFORMAT_RGBA_F32);
+	const ConvertPixelFunc copy = TORVI_TRY(FindPlainConversion(*converted, converted));
+	auto inPlace = TORVI_TRY(NewObject<OcioInPlace>(processor, copy, isEightBit));
+	ConvertRunFunc run = [inPlace](const PixelBuffer& source, const PixelBuffer& destination, Int count)
+	{ return inPlace->Run(source, destination, count); };
 	if (isEightBit || isFloat)
-		return MakeEngine<OcioInPlace>(processor, TORVI_TRY(FindPlainConversion(*dstFormat, srcFormat)), isEightBit);
-	const PixelFormat floats = GetPixelFormat(ids::PIXELFORMAT_RGBA_F32);
-	const ConvertPixelFunc toFloats = TORVI_TRY(FindPlainConversion(*floats, srcFormat));
-	return MakeEngine<OcioStaged>(processor, toFloats, TORVI_TRY(FindPlainConversion(*dstFormat, floats)));
+		return run;
+	const BITS bits = converted->GetBitsPerPixel();
+	const ConvertPixelFunc toFloats = TORVI_TRY(FindPlainConversion(*converted, srcFormat));
+	const ConvertPixelFunc fromFloats = TORVI_TRY(FindPlainConversion(*dstFormat, converted));
+	return MakeStagedConversion({toFloats, bits}, std::move(run), {fromFloats, bits});
 }
 
 } // namespace torvi

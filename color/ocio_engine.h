@@ -20,8 +20,9 @@ struct OcioNames
 	Result<OcioProcessorRef> CreateGpuProcessor(UInt32 flags1, UInt32 flags2) const;
 };
 
-/// Not usable for profiles of two configurations, and where only one has a configuration and the other is neither sRGB nor linear.
-OcioNames ReadOcioNames(const ColorProfile& srcProfile, const ColorProfile& dstProfile);
+/// Not usable for profiles of two configurations, and where only one has a configuration and the other is neither sRGB nor linear. An
+/// error of the configuration where it has no name for these.
+Result<OcioNames> ReadOcioNames(const ColorProfile& srcProfile, const ColorProfile& dstProfile);
 
 /// The engine for usable names. Both formats rgb.f32, rgba.f32, rgb.u8 or rgba.u8 are converted in place in the destination, others through
 /// rgba.f32.

@@ -24,12 +24,19 @@ Result<void> RegisterProfiles(Module& module)
 	return module.GetHost().DeclareObject(ids::INTERFACE_COLORPROFILESTATIC, TORVI_TRY(NewObject<ColorProfileStaticImpl>()));
 }
 
+void DropConversions()
+{
+	const auto conversions = FindDeclared<ColorProfileConvertStaticImpl>(ids::INTERFACE_COLORPROFILECONVERT);
+	if (conversions)
+		conversions->Clear();
+}
+
 /// The conversions hold profiles, so they are dropped first at the end.
 Result<void> RegisterConversions(Module& module)
 {
-	TORVI_TRY(module.OnEnd(&ClearConversions));
 	HostServices& host = module.GetHost();
 	const auto conversions = TORVI_TRY(NewObject<ColorProfileConvertStaticImpl>());
+	TORVI_TRY(module.OnEnd(&DropConversions));
 	TORVI_TRY(host.DeclareObject(ids::INTERFACE_COLORPROFILECONVERT, conversions));
 	return host.DeclareObject(ids::INTERFACE_COLORCONVERSIONSTAGE, TORVI_TRY(NewObject<ColorConversionStageImpl>(conversions)));
 }

@@ -7,6 +7,8 @@
 #include "host/url.h"
 #include "torvi/ocio.h"
 
+#include <atomic>
+
 namespace torvi
 {
 
@@ -130,26 +132,18 @@ public:
 	String GetInfo(ColorProfileInfo selector) const { return _record ? _record->GetInfo(selector) : String(); }
 	/// 0 for the null profile.
 	UInt32 GetCrc() const { return _record ? _record->GetCrc() : 0; }
+	Bool HasProfile() const { return _record && _record->HasProfile(); }
+	/// True for the null profile, and where the colour space is that of the format.
+	Bool CheckCompatiblePixelFormat(const PixelFormatInterface& format) const;
+	/// A mark of the value, not of the record; copies carry it.
+	Bool IsMonitorProfileMode() const noexcept { return _monitorMode.Get(); }
 	UInt64 GetHashCode() const { return GetCrc(); }
 	std::pair<UInt64, UInt64> GetUniqueHashCode() const
 	{
 		return _record ? std::pair<UInt64, UInt64>(GetCrc(), 42) : std::pair<UInt64, UInt64>();
 	}
-	Bool HasProfile() const { return _record && _record->HasProfile(); }
-	/// True for the null profile, and where the colour space is that of the format.
-	Bool CheckCompatiblePixelFormat(const PixelFormatInterface& format) const;
 	/// Null for the null profile and for profiles of another model; an OCIO profile is always rgb.
 	ColorSpace GetColorSpace() const;
-	OcioConfigRef GetOcioConfig() const { return _record ? _record->GetOcioConfig() : OcioConfigRef(); }
-	Bool IsOcioDisplayViewTransform() const { return _record && _record->GetOcioSecondName()[0] != 0; }
-	/// A mark of the value, not of the record; copies carry it.
-	Bool IsMonitorProfileMode() const noexcept { return _monitorMode; }
-	/// Always true.
-	Bool SetMonitorProfileMode(Bool monitorMode) noexcept
-	{
-		_monitorMode = monitorMode;
-		return true;
-	}
 	/// "<<no profile>>", "@ (OCIO)" with the description, or the ICC description.
 	String ToString(std::string_view = {}) const
 	{
@@ -157,6 +151,14 @@ public:
 			return MakeString("<<no profile>>");
 		return _record->IsOcio() ? Format("@ (OCIO)", _record->GetInfo(ColorProfileInfo::NAME))
 								 : _record->GetInfo(ColorProfileInfo::DESCRIPTION);
+	}
+	OcioConfigRef GetOcioConfig() const { return _record ? _record->GetOcioConfig() : OcioConfigRef(); }
+	Bool IsOcioDisplayViewTransform() const { return _record && _record->GetOcioSecondName()[0] != 0; }
+	/// Always true. Threads may set and ask for the mode of one value at once.
+	Bool SetMonitorProfileMode(Bool monitorMode) noexcept
+	{
+		_monitorMode.Set(monitorMode);
+		return true;
 	}
 	/// One element "_profile", the bytes of WriteProfileToMemory.
 	Result<void> DescribeIO(DataSerialize& serializer)
@@ -180,8 +182,26 @@ private:
 		return object;
 	}
 
+	/// A flag that may be set while others read it.
+	class MonitorMode
+	{
+	public:
+		MonitorMode() noexcept = default;
+		MonitorMode(const MonitorMode& other) noexcept : _isSet(other.Get()) {}
+		MonitorMode& operator=(const MonitorMode& other) noexcept
+		{
+			Set(other.Get());
+			return *this;
+		}
+		Bool Get() const noexcept { return _isSet.load(std::memory_order_relaxed); }
+		void Set(Bool isSet) noexcept { _isSet.store(isSet, std::memory_order_relaxed); }
+
+	private:
+		std::atomic<Bool> _isSet{false};
+	};
+
 	Ref<ColorProfileRecordInterface> _record;
-	Bool _monitorMode = false;
+	MonitorMode _monitorMode;
 };
 
 /// An entry of the registry of built-in profiles.

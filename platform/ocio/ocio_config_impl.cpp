@@ -23,18 +23,7 @@ namespace
 constexpr std::size_t MAXIMUM_SIZE =
 	4 * 1024 * 1024; ///< of a configuration's text, which takes a hundred times that while it is read; published ones have a tenth
 constexpr UInt32 GPU_FLAG_REVERSE = 1;
-
-/// Pictures carry the paths of configurations: opening a pipe or a terminal that one names would wait for ever.
-Result<void> CheckRegularFile(const Url& url)
-{
-	if (url.GetScheme() != "file")
-		return OK;
-	const String path = TORVI_TRY(url.GetSystemPath());
-	std::error_code failure;
-	const std::filesystem::file_status status = std::filesystem::status(std::string_view(path), failure);
-	TORVI_CHECK(!std::filesystem::exists(status) || std::filesystem::is_regular_file(status), IoError("@ is no file.", path));
-	return OK;
-}
+constexpr std::string_view FILE_SCHEME = "file";
 
 Result<std::string> ReadText(const Url& url)
 {
@@ -63,7 +52,7 @@ Result<String> GetAbsolutePath(const Url& url)
 /// The folder that relative paths of the configuration start from; empty for one that is no file.
 Result<std::string> GetWorkingFolder(const Url& url)
 {
-	if (url.GetScheme() != "file")
+	if (url.GetScheme() != FILE_SCHEME)
 		return std::string();
 	const String path = TORVI_TRY(GetAbsolutePath(url));
 	return std::filesystem::path(std::string_view(path)).parent_path().string();
@@ -84,7 +73,11 @@ ocio::ConstConfigRcPtr ParseConfig(const std::string& text, const std::string& f
 
 Result<ocio::ConstConfigRcPtr> ReadConfig(const Url& url)
 {
-	TORVI_TRY(CheckRegularFile(url));
+	if (url.GetScheme() == FILE_SCHEME)
+	{
+		const String path = TORVI_TRY(url.GetSystemPath());
+		TORVI_TRY(CheckRegularFile(path));
+	}
 	const std::string text = TORVI_TRY(ReadText(url));
 	const std::string folder = TORVI_TRY(GetWorkingFolder(url));
 	Result<ocio::ConstConfigRcPtr> config = CallOcio(

@@ -26,8 +26,7 @@ struct Texture
 
 Result<DataDictionary> DescribeTexture(const Texture& texture, const float* values)
 {
-	const std::size_t count = std::size_t(1) * static_cast<std::size_t>(texture._width) * static_cast<std::size_t>(texture._height) *
-							  static_cast<std::size_t>(texture._depth) * static_cast<std::size_t>(texture._channels);
+	const auto count = static_cast<std::size_t>(Int(texture._width) * texture._height * texture._depth * texture._channels);
 	const Byte* const bytes = reinterpret_cast<const Byte*>(values);
 	DataDictionary dictionary;
 	TORVI_TRY(dictionary.Set(ids::COLORPROFILEGPU_SAMPLER, MakeString(texture._sampler)));

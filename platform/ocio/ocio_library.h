@@ -4,6 +4,7 @@
 #include "host/result.h"
 
 #include <OpenColorIO/OpenColorIO.h>
+#include <filesystem>
 
 namespace torvi
 {
@@ -31,6 +32,16 @@ auto CallOcio(Function&& function) noexcept -> std::invoke_result_t<Function>
 				return IllegalStateError("OpenColorIO: @", exception.what());
 			}
 		});
+}
+
+/// Pictures carry the paths of configurations, and these those of tables: opening a pipe or a terminal that one names would wait for ever,
+/// and some devices have no end. Io error for what is there and is no file. May throw std::bad_alloc.
+inline Result<void> CheckRegularFile(std::string_view path)
+{
+	std::error_code failure;
+	const std::filesystem::file_status status = std::filesystem::status(path, failure);
+	TORVI_CHECK(!std::filesystem::exists(status) || std::filesystem::is_regular_file(status), IoError("@ is no file.", path));
+	return OK;
 }
 
 } // namespace torvi

@@ -126,6 +126,8 @@ private:
 			for (int i = 0; i < group->getNumTransforms(); ++i)
 				TORVI_TRY(WalkTransform(group->getTransform(i)));
 		}
+		if (const auto file = std::dynamic_pointer_cast<const ocio::FileTransform>(transform))
+			return CheckTable(file->getSrc());
 		if (const auto conversion = std::dynamic_pointer_cast<const ocio::ColorSpaceTransform>(transform))
 			return WalkConversion(conversion->getSrc(), conversion->getDst());
 		if (const auto view = std::dynamic_pointer_cast<const ocio::DisplayViewTransform>(transform))
@@ -136,6 +138,19 @@ private:
 			return WalkConversion(look->getSrc(), look->getDst());
 		}
 		return OK;
+	}
+
+	/// The way to the table may be that of the other direction, so a missing one is not yet an error.
+	Result<void> CheckTable(const char* source) const
+	{
+		try
+		{
+			return CheckRegularFile(_context->resolveFileLocation(source));
+		}
+		catch (const ocio::Exception&)
+		{
+			return OK;
+		}
 	}
 
 	const ocio::Config& _config;
