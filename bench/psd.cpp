@@ -172,9 +172,10 @@ Result<void> MeasurePeakOfLoad(benchmark::State& state, Int side, const LoadCase
 		TORVI_TRY(measured._load(file.GetPath()));
 		return OK;
 	};
-	const Int merged = measured._pictures > 1 ? 3 : 0; // the picture that comes with the layers
+	constexpr Int MERGED_BYTES_PER_PIXEL = 3; // of the picture that comes with the layers
 	state.counters["peak_bytes"] = static_cast<double>(TORVI_TRY(MeasurePeak(load)));
-	state.counters["picture_bytes"] = static_cast<double>(side * side * (measured._pictures * measured._bytesPerPixel + merged));
+	state.counters["picture_bytes"] =
+		static_cast<double>(side * side * (measured._pictures * measured._bytesPerPixel + MERGED_BYTES_PER_PIXEL));
 	return OK;
 }
 

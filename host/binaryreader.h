@@ -54,8 +54,6 @@ public:
 	Result<void> Open(const Url& url, ByteOrder order);
 	Result<void> Open(InputStreamRef stream, ByteOrder order);
 	Bool IsOpen() const noexcept { return static_cast<bool>(_stream); }
-	/// Whether positions behind the current one can be reached.
-	Bool IsSeekable() const { return _stream && _stream->SeekSupported(); }
 	/// Closes the stream and drops it; success if none is open.
 	Result<void> Close();
 	/// Whether any position can be sought, also behind.

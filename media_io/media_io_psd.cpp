@@ -45,6 +45,7 @@ private:
 
 	Result<void> ReadSections(BinaryReader& reader);
 	Result<void> CheckChannelCount(const BinaryReader& reader) const;
+	Result<void> DescribeExif(StreamTreeBuilder& streams);
 	Result<void> DescribePicture(StreamTreeBuilder& streams);
 	Result<void> DescribeAlphas(StreamTreeBuilder& streams);
 
@@ -80,6 +81,7 @@ Result<void> PsdImportImpl::DescribeStreams(BinaryReader& reader, StreamTreeBuil
 {
 	TORVI_TRY(ReadSections(reader));
 	TORVI_TRY(CheckCancelled());
+	TORVI_TRY(DescribeExif(streams));
 	TORVI_TRY(DescribePicture(streams));
 	TORVI_TRY(DescribeAlphas(streams));
 	return PublishPsdLayers(streams, _state._merged._picture, _state._document, _state._resources._profile, _state._layers);
@@ -109,6 +111,24 @@ Result<void> PsdImportImpl::CheckChannelCount(const BinaryReader& reader) const
 	const Int needed = count * _state._document._height;
 	TORVI_CHECK(count <= MOST_CHANNELS || needed <= reader.GetRemaining(), EndOfDataError(needed - reader.GetRemaining()));
 	return OK;
+}
+
+/// The block is parsed when somebody wants it; one that cannot be parsed is no EXIF data. Without the component that parses there is none.
+Result<void> PsdImportImpl::DescribeExif(StreamTreeBuilder& streams)
+{
+	const ClassRef exifClass = g_torvi->FindClass(ids::CLASS_EXIFSTATIC);
+	if (_state._resources._exif.empty() || !exifClass)
+		return OK;
+	const auto stream = TORVI_TRY(CreateObject<MediaStreamExifDataInterface>(ids::CLASS_MEDIASTREAMEXIFDATA));
+	return streams.AddExif(stream,
+						   [this, stream, exifClass]() -> Result<void>
+						   {
+							   const auto service = TORVI_TRY(exifClass->Create<ExifStaticInterface>());
+							   Result<ExifRef> exif = service->OpenFromMemory(_state._resources._exif);
+							   if (!exif.IsOk() && exif.GetError().GetId() != errorids::OUTOFMEMORY)
+								   return OK;
+							   return stream->HandleExifData(TORVI_TRY(std::move(exif)));
+						   });
 }
 
 Result<void> PsdImportImpl::DescribePicture(StreamTreeBuilder& streams)

@@ -59,7 +59,7 @@ Result<PsdWindow> PsdWindow::Open(BinaryReader& reader, Int position, Int end)
 	window._reader = &reader;
 	window._position = position;
 	window._end = std::max(position, end);
-	if (!reader.IsSeekable())
+	if (!reader.CanSeek())
 	{
 		TORVI_TRY(reader.Seek(position));
 		window._bytes = TORVI_TRY(reader.ReadArray(window.GetRemaining()));

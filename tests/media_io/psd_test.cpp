@@ -5,6 +5,7 @@
 #include "tests/media_io/sample_files.h"
 #include "tests/support/allocation_failure.h"
 #include "tests/support/failing_url.h"
+#include "torvi/exif.h"
 #include "torvi/gfx_image.h"
 #include "torvi/gfx_image_pixelblend.h"
 #include "torvi/ids_keys.h"
@@ -22,11 +23,6 @@ namespace
 using PsdTest = MediaTest<&RegisterMediaFormats>;
 using SlowPsdTest = MediaTest<&RegisterMediaFormats>;
 using DataPsdTest = MediaTest<&RegisterMediaFormats>;
-
-std::vector<Byte> GetGoodFile(const std::string& name)
-{
-	return ReadWholeFile(std::filesystem::path(TORVI_TEST_DATA) / "psd" / "good" / name);
-}
 
 TEST_F(PsdTest, SampleFiles)
 {
@@ -94,7 +90,7 @@ void DescribeLayers(const ImageBaseRef& parent, const std::string& indent, std::
 
 std::string DescribeFile(const std::string& name)
 {
-	const Result<ImageTextureRef> texture = LoadFile(MakeMemoryUrl(GetGoodFile(name)));
+	const Result<ImageTextureRef> texture = LoadFile(MakeMemoryUrl(GetSampleFile("psd", name)));
 	std::string text = TextOf(texture.GetError());
 	if (texture.IsOk())
 		DescribeLayers(GetPicture(texture.GetValue(), 0), "", text);
@@ -185,7 +181,7 @@ TEST_F(PsdTest, PixelsOfLayersAndMasks)
 	{
 		SCOPED_TRACE(name);
 		const Int depth = std::atoi(name + 7);
-		const ImageTextureRef texture = TORVI_MUST(LoadFile(MakeMemoryUrl(GetGoodFile(name))));
+		const ImageTextureRef texture = TORVI_MUST(LoadFile(MakeMemoryUrl(GetSampleFile("psd", name))));
 		const auto layers = GetImageChildren(*GetPicture(texture, 0), IMAGEHIERARCHY::LAYER);
 		const auto inside = GetImageChildren(*layers.at(1), IMAGEHIERARCHY::LAYER);
 		CheckLayer(layers.at(0), 0, {0, 0, 12, 9}, depth);
@@ -254,7 +250,7 @@ TEST_F(PsdTest, DeliversEverySubsetOfItsStreams)
 	for (const char* name : {"layers-8.psd", "layers-16.psb", "layers-32.psb", "rgb8-alphas.psd", "rgb8-transparency.psd", "grey8-raw.psd"})
 	{
 		SCOPED_TRACE(name);
-		const std::vector<Byte> bytes = GetGoodFile(name);
+		const std::vector<Byte> bytes = GetSampleFile("psd", name);
 		const Id importer = std::string_view(name).ends_with("psb") ? ids::CLASS_PSBIMPORT : ids::CLASS_PSDIMPORT;
 		const std::vector<std::string> whole = TakeStreams(MakeMemoryUrl(bytes), importer, ~0u);
 		EXPECT_EQ(TakeStreams(MakeFailingUrl(bytes, {._canSeek = false}), importer, ~0u), whole);
@@ -271,20 +267,32 @@ TEST_F(PsdTest, HandsOnEveryReadErrorAndLackOfMemory)
 {
 	for (const char* name : {"layers-8.psd", "layers-32.psb", "rgb8-alphas.psd"})
 	{
-		const std::vector<Byte> bytes = GetGoodFile(name);
+		const std::vector<Byte> bytes = GetSampleFile("psd", name);
 		for (Int end = 0; end < CountOf(bytes); ++end)
 		{
 			const Result<ImageTextureRef> texture = LoadFile(MakeFailingUrl(bytes, {._readErrorAt = end}));
 			EXPECT_FALSE(texture.IsOk()) << name << " at byte " << end;
 		}
 	}
-	const Url url = MakeMemoryUrl(GetGoodFile("layers-16.psb"));
+	const Url url = MakeMemoryUrl(GetSampleFile("psd", "layers-16.psb"));
 	const auto check = [](const auto& result, Bool hasFailed)
 	{
 		const bool isMemory = hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
 		EXPECT_TRUE(isMemory || result.IsOk()) << TextOf(result.GetError());
 	};
 	EXPECT_GT(ForEachAllocationFailure([&]() { return LoadFile(url); }, check), 100);
+}
+
+/// A grey picture with one resource, from its id on.
+Url MakeUrlWithResource(const std::vector<Byte>& resource)
+{
+	constexpr std::ptrdiff_t SECTION = 30; // behind the header and an empty palette
+	const std::vector<Byte> plain = GetSampleFile("psd", "grey8-raw.psd");
+	std::vector<Byte> bytes(plain.begin(), plain.begin() + SECTION);
+	bytes.insert(bytes.end(), {0, 0, 0, static_cast<Byte>(4 + resource.size()), '8', 'B', 'I', 'M'});
+	bytes.insert(bytes.end(), resource.begin(), resource.end());
+	bytes.insert(bytes.end(), plain.begin() + SECTION + 4, plain.end());
+	return MakeMemoryUrl(bytes);
 }
 
 /// The numbers of the merged picture and its alpha channels, which the pixels do not show.
@@ -303,15 +311,9 @@ TEST_F(PsdTest, PublishesWhatTheResourcesSay)
 		{{4, 0x28, 0, 0, 0, 0, 0, 12, 0, 0, 0, 2, 0x3F, 0xF8, 0, 0, 0, 0, 0, 0}, 0.0, 1.5},
 		{{4, 0x28, 0, 0, 0, 0, 0, 12, 0, 0, 0, 2, 0x7F, 0xF8, 0, 0, 0, 0, 0, 0}, 0.0, 1.0}, // no number
 	};
-	const std::vector<Byte> plain = GetGoodFile("grey8-raw.psd");
 	for (const Case& test : cases)
 	{
-		std::vector<Byte> bytes(plain.begin(), plain.begin() + 30);
-		const auto size = static_cast<Byte>(4 + test._resource.size());
-		bytes.insert(bytes.end(), {0, 0, 0, size, '8', 'B', 'I', 'M'});
-		bytes.insert(bytes.end(), test._resource.begin(), test._resource.end());
-		bytes.insert(bytes.end(), plain.begin() + 34, plain.end());
-		const ImageBaseRef picture = GetPicture(TORVI_MUST(LoadFile(MakeMemoryUrl(bytes))), 0);
+		const ImageBaseRef picture = GetPicture(TORVI_MUST(LoadFile(MakeUrlWithResource(test._resource))), 0);
 		EXPECT_EQ(GetOr(picture, ids::IMAGE_DPI, 0.0), test._dpi);
 		EXPECT_EQ(GetOr(picture, ids::IMAGE_ASPECTRATIO, 0.0), test._aspectRatio);
 	}
@@ -324,13 +326,61 @@ TEST_F(PsdTest, PublishesWhatTheResourcesSay)
 	const String first = MakeString("Fir\u015Dt"), second = MakeString("Old");
 	for (const Names& test : {Names{"rgb8-alphas.psd", "", {first, second}}, {"rgb8-transparency.psd", first.c_str(), {second}}})
 	{
-		const ImageBaseRef picture = GetPicture(TORVI_MUST(LoadFile(MakeMemoryUrl(GetGoodFile(test._file)))), 0);
+		const ImageBaseRef picture = GetPicture(TORVI_MUST(LoadFile(MakeMemoryUrl(GetSampleFile("psd", test._file)))), 0);
 		EXPECT_EQ(GetOr(picture, ids::IMAGE_ALPHANAME, String()), test._picture);
 		std::vector<String> names;
 		for (const ImageBaseRef& alpha : GetImageChildren(*picture, IMAGEHIERARCHY::ALPHA))
 			names.push_back(GetOr(alpha, ids::IMAGE_ALPHANAME, String()));
 		EXPECT_EQ(names, test._alphas) << test._file;
 	}
+}
+
+class TestExif final : public DataDictionaryObjectImpl, public virtual ExifInterface
+{
+public:
+	Result<DataDictionary> GetExifDictionary() const override { return DataDictionary(); }
+};
+
+/// Stands in for the component that parses: takes blocks that begin with "II", and keeps their length.
+class TestExifStatic final : public virtual ExifStaticInterface
+{
+public:
+	Result<ExifRef> OpenFromMemory(Block<const Byte> data) const override
+	{
+		TORVI_CHECK(!data.empty() && data[0] == 'I', IllegalArgumentError());
+		const auto exif = TORVI_TRY(NewObject<TestExif>());
+		TORVI_TRY(exif->Set<UInt16>(EXIFTAG_ORIENTATION, static_cast<UInt16>(data.size())));
+		return ExifRef(exif);
+	}
+	Result<ExifRef> OpenJpgFromUrl(const Url&) const override { return FunctionNotImplementedError(); }
+};
+
+Result<void> RegisterFormatsAndExif(Module& module)
+{
+	TORVI_TRY(module.AddClass<TestExifStatic>(ids::CLASS_EXIFSTATIC));
+	return RegisterMediaFormats(module);
+}
+
+using ExifPsdTest = MediaTest<&RegisterFormatsAndExif>;
+
+std::size_t GetExifLength(const std::vector<Byte>& resource)
+{
+	const ImageTextureRef texture = TORVI_MUST(LoadFile(MakeUrlWithResource(resource)));
+	const Result<ExifRef> exif = texture->Get<ExifRef>(ids::IMAGE_EXIFDATA);
+	return exif.IsOk() ? exif.GetValue()->GetOr<UInt16>(EXIFTAG_ORIENTATION, 0) : 0;
+}
+
+constexpr Byte EXIF_RESOURCES[][14] = {{4, 0x22, 0, 0, 0, 0, 0, 5, 'I', 'I', '*', 0, 9}, {4, 0x23, 0, 0, 0, 0, 0, 4, 'b', 'a', 'd', '!'}};
+
+TEST_F(ExifPsdTest, HandsOnWhatCanBeParsed)
+{
+	EXPECT_EQ(GetExifLength({std::begin(EXIF_RESOURCES[0]), std::end(EXIF_RESOURCES[0])}), 5u);
+	EXPECT_EQ(GetExifLength({std::begin(EXIF_RESOURCES[1]), std::end(EXIF_RESOURCES[1])}), 0u);
+}
+
+TEST_F(PsdTest, LoadsWithoutTheComponentThatParsesExif)
+{
+	EXPECT_EQ(GetExifLength({std::begin(EXIF_RESOURCES[0]), std::end(EXIF_RESOURCES[0])}), 0u);
 }
 
 TEST_F(PsdTest, ReportsTwoJobsForEachPictureAndAnalyzesOnce)
@@ -346,7 +396,7 @@ TEST_F(PsdTest, ReportsTwoJobsForEachPictureAndAnalyzesOnce)
 		return OK;
 	};
 	const auto importer = TORVI_MUST(CreateObject<UrlImporterInterface>(ids::CLASS_PSDIMPORT));
-	importer->SetUrl(MakeMemoryUrl(GetGoodFile("layers-8.psd")));
+	importer->SetUrl(MakeMemoryUrl(GetSampleFile("psd", "layers-8.psd")));
 	const auto session = TORVI_MUST(CreateObject<MediaSessionInterface>(ids::CLASS_MEDIASESSIONOBJECT));
 	TORVI_MUST(session->ConnectMediaConverter(importer, output));
 	TORVI_MUST(TORVI_MUST(session->GetProgress()->ObservableProgressNotification())->AddObserver(watch));
@@ -366,7 +416,7 @@ TEST_F(PsdTest, ReportsTwoJobsForEachPictureAndAnalyzesOnce)
 
 TEST_F(PsdTest, DetectsByVersion)
 {
-	std::vector<Byte> bytes = GetGoodFile("grey8-raw.psd");
+	std::vector<Byte> bytes = GetSampleFile("psd", "grey8-raw.psd");
 	bytes.resize(6);
 	for (const Byte version : {Byte(1), Byte(2), Byte(3)})
 	{
