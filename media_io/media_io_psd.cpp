@@ -54,7 +54,6 @@ private:
 	{
 		PsdDocument _document;
 		PsdResources _resources;
-		PixelFormat _format; ///< of the picture without alpha, with its palette
 		PsdLayers _layers;
 		Int _mergedPosition = 0;
 		PsdMergedStreams _merged;
@@ -98,7 +97,7 @@ Result<void> PsdImportImpl::ReadSections(BinaryReader& reader)
 	resources._alphas.resize(static_cast<std::size_t>(document.GetExtraChannels()));
 	TORVI_TRY(ReadPsdResourceSection(reader, resources));
 	palette._colorCount = resources._colorCount;
-	_state._format = TORVI_TRY(MakePsdPaletteFormat(document, palette, resources._transparentIndex));
+	document._format = TORVI_TRY(MakePsdPaletteFormat(document, palette, resources._transparentIndex));
 	_state._layers = TORVI_TRY(ReadPsdLayerSection(reader, document, resources._layerGroups, _state._mergedPosition));
 	return OK;
 }
@@ -139,7 +138,7 @@ Result<void> PsdImportImpl::DescribePicture(StreamTreeBuilder& streams)
 	PsdMergedStreams& merged = _state._merged;
 	merged._hasTransparency = hasTransparency && document._alphaFormat;
 	merged._picture = TORVI_TRY(streams.AddImage({
-		._pixelFormat = merged._hasTransparency ? document._alphaFormat : _state._format,
+		._pixelFormat = merged._hasTransparency ? document._alphaFormat : document._format,
 		._width = document._width,
 		._height = document._height,
 		._subImageIndex = 0,

@@ -37,7 +37,7 @@ struct PsdDocument
 
 	// What mode and depth stand for.
 	Int _colorChannels = 0;
-	PixelFormat _format;        ///< without alpha
+	PixelFormat _format;        ///< without alpha; indexed ones get their palette later
 	PixelFormat _alphaFormat;   ///< with alpha; null in modes that have none
 	PixelFormat _channelFormat; ///< of alpha channels and masks
 

@@ -9,6 +9,7 @@
 #include "torvi/gfx_image.h"
 #include "torvi/gfx_image_pixelblend.h"
 #include "torvi/ids_keys.h"
+#include "torvi/mediasession_errors.h"
 
 #include <cmath>
 #include <cstring>
@@ -427,6 +428,8 @@ TEST_F(PsdTest, DetectsByVersion)
 		EXPECT_EQ(detect(ids::FILEFORMAT_PSD), version == 1);
 		EXPECT_EQ(detect(ids::FILEFORMAT_PSB), version == 2);
 	}
+	const Error error = DescribePicture(ids::CLASS_PSDIMPORT, GetSampleFile("psd", "rgb8-packed.psb")).TakeError();
+	EXPECT_EQ(error.GetId(), errorids::MEDIASESSIONWRONGTYPE);
 }
 
 TEST_F(PsdTest, BlendKeysGoBothWays)
