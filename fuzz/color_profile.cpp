@@ -52,12 +52,17 @@ extern "C" int LLVMFuzzerTestOneInput(const torvi::Byte* data, std::size_t size)
 	constexpr int INPUTS_PER_MODULE = 1000; // conversions are kept until the module ends
 	static std::optional<ModuleScope> s_module;
 	static int s_inputs = 0;
+	struct EndAtExit
+	{
+		~EndAtExit() { s_module.reset(); }
+	};
 	if (s_inputs++ % INPUTS_PER_MODULE == 0)
 	{
 		s_module.reset();
 		if (!s_module.emplace().GetResult().IsOk())
 			std::abort();
 	}
+	static const EndAtExit s_end; // made behind what the module needs, and so destroyed before it
 	const Result<ColorProfile> profile = ColorProfile::OpenProfileFromMemory({data, size});
 	if (profile.IsOk())
 		static_cast<void>(fuzz::Use(profile.GetValue()));

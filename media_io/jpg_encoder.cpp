@@ -31,9 +31,10 @@ void InitDestination(jpeg_compress_struct* library)
 Bool TryWrite(const JpgDestination& destination, Int count)
 {
 	Result<void> written = destination._writer->WriteBlock(Block<const Byte>(destination._buffer, static_cast<std::size_t>(count)));
-	if (!written.IsOk())
-		destination._guard->KeepCause(written.TakeError());
-	return written.IsOk();
+	if (written.IsOk())
+		return true;
+	destination._guard->KeepCause(written.TakeError());
+	return false;
 }
 
 /// The whole buffer is full, whatever the library says of it.
