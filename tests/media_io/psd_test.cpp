@@ -42,7 +42,7 @@ TEST_F(SlowPsdTest, DamagedFilesThroughout)
 
 TEST_F(DataPsdTest, RealFiles)
 {
-	CheckCorpus("psd", 44);
+	CheckCorpus("psd", 43);
 }
 
 template <class T>
