@@ -82,8 +82,8 @@ Result<StreamHandle> StreamTreeBuilder::AddChild(StreamHandle parent, const Impo
 
 Result<void> StreamTreeBuilder::AddExif(const MediaStreamExifDataRef& stream, std::function<Result<void>()> deliver)
 {
-	TORVI_TRY(stream->AddFormat(TORVI_TRY(Data::Make<Int>(0)),
-								TORVI_TRY(CreateObject<MediaStreamFormatInterface>(ids::CLASS_MEDIASTREAMFORMAT))));
+	const auto format = TORVI_TRY(CreateObject<MediaStreamFormatInterface>(ids::CLASS_MEDIASTREAMFORMAT));
+	TORVI_TRY(stream->AddFormat(TORVI_TRY(Data::Make<Int>(0)), format)); // without one nobody could subscribe
 	TORVI_TRY(_importer.AddOutputStream(stream));
 	_exifStreams.push_back({stream, std::move(deliver)});
 	return OK;

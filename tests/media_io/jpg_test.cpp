@@ -295,13 +295,14 @@ TEST_F(TurnedJpgTest, HandsOnEveryReadError)
 	{
 		const std::vector<Byte> bytes = GetSampleFile("jpeg", name);
 		EXPECT_EQ(LoadPixels(MakeFailingUrl(bytes, {._canSeek = false})).GetValue(), LoadPixels(MakeMemoryUrl(bytes)).GetValue());
+		bool isDetected = false;
 		for (Int end = 0; end < CountOf(bytes); ++end)
 		{
-			const Result<PixelArray> failed = LoadPixels(MakeFailingUrl(bytes, {._readErrorAt = end}));
-			const Int DETECTED = CountOf(bytes) / 2; // what is not known by its first markers is no picture
-			ASSERT_EQ(TextOf(failed.GetError()), end < DETECTED && TextOf(failed.GetError()) == UNDETECTED ? UNDETECTED : READ_FAILED)
-				<< name << " at byte " << end;
+			const std::string error = TextOf(LoadPixels(MakeFailingUrl(bytes, {._readErrorAt = end})).GetError());
+			isDetected = isDetected || error != UNDETECTED; // its first markers were read
+			EXPECT_EQ(error, isDetected ? READ_FAILED : UNDETECTED) << name << " at byte " << end;
 		}
+		EXPECT_TRUE(isDetected);
 	}
 }
 
