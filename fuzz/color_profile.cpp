@@ -4,7 +4,6 @@
 #include "torvi/module.h"
 
 #include <cstdlib>
-#include <optional>
 
 namespace torvi::fuzz
 {
@@ -50,12 +49,14 @@ extern "C" int LLVMFuzzerTestOneInput(const torvi::Byte* data, std::size_t size)
 {
 	using namespace torvi;
 	constexpr int INPUTS_PER_MODULE = 1000; // conversions are kept until the module ends
-	static std::optional<ModuleScope> s_module;
+	static const ModuleScope s_module;
 	static int s_inputs = 0;
-	if (s_inputs++ % INPUTS_PER_MODULE == 0)
+	if (!s_module.GetResult().IsOk())
+		std::abort();
+	if (++s_inputs % INPUTS_PER_MODULE == 0)
 	{
-		s_module.reset();
-		if (!s_module.emplace().GetResult().IsOk())
+		EndModule();
+		if (!StartModule().IsOk())
 			std::abort();
 	}
 	const Result<ColorProfile> profile = ColorProfile::OpenProfileFromMemory({data, size});
