@@ -14,13 +14,6 @@ namespace torvi::test
 namespace
 {
 
-class FakeColorSpace final : public ColorSpaceInterface
-{
-public:
-	ColorProfile GetDefaultNonlinearColorProfile() const override { return {}; }
-	ColorProfile GetDefaultLinearColorProfile() const override { return {}; }
-};
-
 template <class T>
 void HalveColours(T* pixels, Int distance, Int count)
 {
@@ -157,45 +150,15 @@ Bool FakeOcioConfig::IsEqual(const ObjectInterface& other) const
 	return config != nullptr && config->_url == _url;
 }
 
-Result<void> ColorTest::Start()
+void ColorTest::Start()
 {
-	_host.emplace();
-	TORVI_TRY(_host->_services.Init());
-	g_torvi = &_host->_services;
-	for (const Id& id : {ids::COLORSPACE_RGB, ids::COLORSPACE_GREY, ids::COLORSPACE_CMYK, ids::COLORSPACE_YUV})
-		TORVI_TRY(_host->_module.AddObject(ids::REGISTRY_COLORSPACES, id, TORVI_TRY(NewObject<FakeColorSpace>())));
-	TORVI_TRY(_host->_module.AddClass<FakeOcioConfig>(ids::CLASS_OCIOCONFIG));
-	return RegisterColor(_host->_module);
-}
-
-void ColorTest::Stop() noexcept
-{
-	_host->_module.RunEnd();
-	_host->_services.Clear();
-	g_torvi = nullptr;
+	const auto addFake = [](Module& module) -> Result<void>
+	{
+		TORVI_TRY(module.AddClass<FakeOcioConfig>(ids::CLASS_OCIOCONFIG));
+		return OK;
+	};
 	_host.reset();
-}
-
-void ConversionTest::SetUp()
-{
-	_host.emplace();
-	ASSERT_TRUE(_host->_services.Init().IsOk());
-	g_torvi = &_host->_services;
-	ASSERT_TRUE(RegisterPixelFormats(_host->_module).IsOk());
-	ASSERT_TRUE(_host->_module.AddClass<FakeOcioConfig>(ids::CLASS_OCIOCONFIG).IsOk());
-	ASSERT_TRUE(RegisterColor(_host->_module).IsOk());
-	_srgb = GetBuiltInColorProfile(ids::COLORPROFILE_SRGB);
-	_linear = GetBuiltInColorProfile(ids::COLORPROFILE_LINEARRGB);
-	_wide = MakeWideProfile();
-}
-
-void ConversionTest::TearDown()
-{
-	_srgb = _linear = _wide = {};
-	_host->_module.RunEnd();
-	_host->_services.Clear();
-	g_torvi = nullptr;
-	_host.reset();
+	_host.emplace(std::initializer_list<HostScope::Registration>{&RegisterPixelFormats, addFake, &RegisterColor});
 }
 
 ColorProfile ConversionTest::MakeWideProfile()
@@ -232,6 +195,13 @@ ColorProfileConvert ConversionTest::MakeConversion(std::string_view source, cons
 		GetConversions()->Init(FormatOf(source), srcProfile, FormatOf(destination), dstProfile, COLORCONVERSIONINTENT::PERCEPTUAL, flags);
 	EXPECT_TRUE(made.IsOk()) << source << " to " << destination << ": " << TextOf(made.GetError());
 	return std::move(made).ValueOr(ColorProfileConvert());
+}
+
+std::vector<Byte> ConversionTest::Convert(std::string_view source, const ColorProfile& srcProfile, std::string_view destination,
+										  const ColorProfile& dstProfile, const std::vector<Byte>& pixels, UInt32 flags)
+{
+	const ColorProfileConvert conversion = MakeConversion(source, srcProfile, destination, dstProfile, flags);
+	return conversion ? ConvertPacked(conversion, pixels, FormatOf(source), FormatOf(destination)) : std::vector<Byte>();
 }
 
 std::string ConversionTest::FailureOf(std::string_view source, const ColorProfile& srcProfile, std::string_view destination,

@@ -1,8 +1,8 @@
-// A started module of colour profiles with the objects of other folders that it asks for: colour spaces and the host's OCIO configuration.
+// A started module of colour with a host's OCIO configuration that notes what it is asked for.
 #pragma once
 
 #include "color/lcms_adapter.h"
-#include "host/module.h"
+#include "tests/support/host_scope.h"
 #include "torvi/gfx_image_colorprofile_convert.h"
 
 #include <algorithm>
@@ -58,34 +58,24 @@ private:
 	String _displayName;
 };
 
-struct ColorTestHost
-{
-	HostServices _services;
-	Module _module{_services};
-};
-
+/// A started module of colour over the pixel formats, with FakeOcioConfig as the host's class of configurations.
 class ColorTest : public ::testing::Test
 {
 protected:
-	void SetUp() override { ASSERT_TRUE(Start().IsOk()); }
-	void TearDown() override { Stop(); }
+	ColorTest() { Start(); }
+	~ColorTest() override { _host.reset(); }
 
-	Result<void> Start();
-	void Stop() noexcept;
+	void Start();
 
 	/// A loaded configuration of that path.
-	static OcioConfigRef MakeConfig(std::string_view path);
+	static OcioConfigRef MakeConfig(std::string_view path = "/ocio/config.ocio");
 
-	std::optional<ColorTestHost> _host;
+	std::optional<HostScope> _host;
 };
 
-/// As ColorTest, over the pixel formats themselves.
-class ConversionTest : public ::testing::Test
+class ConversionTest : public ColorTest
 {
 protected:
-	void SetUp() override;
-	void TearDown() override;
-
 	/// A profile of its own: RGB with a gamma of 1.8.
 	static ColorProfile MakeWideProfile();
 	static ColorProfile MakeCmykProfile();
@@ -94,12 +84,15 @@ protected:
 	/// Init with perceptual intent; fails the test on an error and gives null.
 	static ColorProfileConvert MakeConversion(std::string_view source, const ColorProfile& srcProfile, std::string_view destination,
 											  const ColorProfile& dstProfile, UInt32 flags = 0);
+	/// All packed pixels of `pixels`; the destination is filled with 0xA5 before.
+	static std::vector<Byte> Convert(std::string_view source, const ColorProfile& srcProfile, std::string_view destination,
+									 const ColorProfile& dstProfile, const std::vector<Byte>& pixels, UInt32 flags = 0);
 	/// "id: message" of an Init that must fail.
 	static std::string FailureOf(std::string_view source, const ColorProfile& srcProfile, std::string_view destination,
 								 const ColorProfile& dstProfile, COLORCONVERSIONINTENT intent = COLORCONVERSIONINTENT::PERCEPTUAL);
 
-	ColorProfile _srgb, _linear, _wide;
-	std::optional<ColorTestHost> _host;
+	ColorProfile _srgb = GetBuiltInColorProfile(ids::COLORPROFILE_SRGB), _linear = GetBuiltInColorProfile(ids::COLORPROFILE_LINEARRGB),
+				 _wide = MakeWideProfile();
 };
 
 /// The packed bytes of pixels whose values are of type T.
@@ -110,7 +103,7 @@ std::vector<Byte> BytesOfValues(std::initializer_list<T> values)
 	return std::vector<Byte>(first, first + values.size() * sizeof(T));
 }
 
-/// Converts all packed pixels of `source`; the destination is filled with 0xA5 before.
+/// As Convert.
 std::vector<Byte> ConvertPacked(const ColorProfileConvert& conversion, const std::vector<Byte>& source, const PixelFormat& srcFormat,
 								const PixelFormat& dstFormat);
 

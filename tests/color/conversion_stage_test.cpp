@@ -145,7 +145,7 @@ TEST_F(ConversionStage, ForeignLayouts)
 
 TEST_F(ConversionStage, ViewsAreReversedWhereTheyAreTheSource)
 {
-	const OcioConfigRef config = TORVI_MUST(CreateObject<OcioConfigInterface>(ids::CLASS_OCIOCONFIG));
+	const OcioConfigRef config = MakeConfig();
 	const ColorProfile view = TORVI_MUST(ColorProfile::CreateProfile(config, "Film", "P3"));
 	const ColorProfile space = TORVI_MUST(ColorProfile::CreateProfile(config, "ACEScg"));
 	EXPECT_TRUE(Ask("rgb.f32", "rgb.f32", space, view, true)._isColorConverted);

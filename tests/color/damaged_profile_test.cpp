@@ -1,5 +1,5 @@
 // Damaged ICC profiles and failing allocations: an error or a profile, never a crash or a leak. The sanitizers watch.
-#include "color/gfx_image_colorprofile_impl.h"
+#include "color/registration.h"
 #include "tests/color/color_fixture.h"
 #include "tests/support/allocation_failure.h"
 #include "tests/support/failing_url.h"
@@ -35,38 +35,21 @@ Int OpenBothWays(const Array<Byte>& bytes)
 /// Profiles of several shapes: matrix with curves, grey, and tables with text in version 2 and 4.
 std::vector<Array<Byte>> MakeProfiles()
 {
-	std::vector<Array<Byte>> profiles;
-	profiles.push_back(MakeRgbProfile(L"Matrix"));
-	IccProfile table(cmsCreateBCHSWabstractProfile(3, 1, 1, 0, 0, 0, 0));
-	profiles.push_back(BytesOf(table));
-	IccProfile old(cmsCreateLab2Profile(nullptr));
-	profiles.push_back(BytesOf(old));
-	IccProfile null(cmsCreateNULLProfile());
-	profiles.push_back(BytesOf(null));
-	return profiles;
+	return {MakeRgbProfile(L"Matrix"), BytesOf(IccProfile(cmsCreateBCHSWabstractProfile(3, 1, 1, 0, 0, 0, 0))),
+			BytesOf(IccProfile(cmsCreateLab2Profile(nullptr))), BytesOf(IccProfile(cmsCreateNULLProfile()))};
 }
 
-class DamagedProfile : public ColorTest
-{
-};
+using DamagedProfile = ColorTest;
 
-TEST_F(DamagedProfile, CutAnywhere)
-{
-	for (const Array<Byte>& good : MakeProfiles())
-	{
-		EXPECT_EQ(OpenBothWays(good), 2);
-		for (std::size_t length = 0; length < good.size(); ++length)
-			OpenBothWays(Array<Byte>(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)));
-	}
-}
-
-TEST_F(DamagedProfile, AnyByteChanged)
+TEST_F(DamagedProfile, CutAnywhereAndAnyByteChanged)
 {
 	Int opened = 0;
 	for (const Array<Byte>& good : MakeProfiles())
 	{
+		EXPECT_EQ(OpenBothWays(good), 2);
 		for (std::size_t place = 0; place < good.size(); ++place)
 		{
+			OpenBothWays(Array<Byte>(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(place)));
 			for (const Byte value : std::initializer_list<Byte>{0x00, 0x01, 0x7F, 0x80, 0xFF})
 			{
 				Array<Byte> bytes = good;
@@ -119,11 +102,20 @@ TEST_F(FailingMemory, Transforms)
 
 TEST_F(FailingMemory, Starting)
 {
+	_host.reset();
 	Sweep(
-		[&]()
+		[]()
 		{
-			Stop();
-			return NoThrow([&]() { return Start(); });
+			HostServices services;
+			Module module(services);
+			Result<void> result = services.Init();
+			g_torvi = &services;
+			if (result.IsOk())
+				result = NoThrow([&]() { return RegisterColor(module); });
+			module.RunEnd();
+			g_torvi = nullptr;
+			services.Clear();
+			return result;
 		});
 }
 
