@@ -86,7 +86,7 @@ TEST(PackBitsTest, AgreesWithPlainLoop)
 TEST(PredictionTest, AgreesWithPlainLoops)
 {
 	std::mt19937 random(9);
-	for (std::size_t count = 0; count < 140; ++count)
+	for (std::size_t count = 1; count < 140; ++count)
 	{
 		Bytes source(4 * count);
 		for (Byte& byte : source)
