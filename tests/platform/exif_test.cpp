@@ -79,7 +79,7 @@ struct Case
 class Exif : public testing::Test
 {
 protected:
-	HostScope _host{{&RegisterPlatform}};
+	HostScope _host{&RegisterPlatform};
 	Ref<ExifStaticInterface> _service = CreateObject<ExifStaticInterface>(ids::CLASS_EXIFSTATIC).TakeValue();
 
 	Tags Open(const std::string& bytes) const { return Describe(_service->OpenFromMemory(ToBlock(bytes))); }
