@@ -27,6 +27,20 @@ struct SheetOptions
 	std::string _out;
 };
 
+/// The format of a file, and size, pixel format and profile of its first picture.
+std::string DescribeFormat(const ImageTextureInterface& texture)
+{
+	std::string text;
+	if (const auto format = texture.GetOr<FileFormatRef>(ids::IMAGE_FILEFORMAT, FileFormatRef()))
+		text = ToStd(ToUpper(ShortId(format->GetClassId().GetText(), FILEFORMAT_PREFIX))) + "  \u00B7  ";
+	const ImageBaseRef first = GetImageChildren(texture, IMAGEHIERARCHY::IMAGE).front();
+	text += std::to_string(first->GetWidth()) + " \u00D7 " + std::to_string(first->GetHeight());
+	text += "  \u00B7  " + FormatText(*first);
+	if (const auto profile = first->GetOr<ColorProfile>(ids::IMAGE_COLORPROFILE, ColorProfile()); !profile.IsEmpty())
+		text += "  \u00B7  " + ToStd(profile.ToString());
+	return text;
+}
+
 /// Makes the sheet of a file: its pictures are loaded one after the other, and none stays in memory when its thumbnails are made.
 class SheetMaker
 {
@@ -37,7 +51,6 @@ public:
 private:
 	Result<void> AddPictures(const Url& url, Int index);
 	Result<void> MakeThumbnail(Cell& cell);
-	std::string Describe(const ImageTextureInterface& texture) const;
 
 	const std::string& _file;
 	CellCounts _counts;
@@ -53,7 +66,8 @@ Result<Sheet> SheetMaker::Make(const Url& url)
 	_hasSeveralPictures = pictures.size() > 1;
 	_counts = CountCells(*structure);
 	_sheet._title = _file == "-" ? "standard input" : std::filesystem::path(_file).filename().string();
-	_sheet._subtitle = Describe(*structure);
+	_sheet._format = DescribeFormat(*structure);
+	_sheet._contents = _counts.ToText();
 	_sheet._thumbnailSide = GetThumbnailSide(_counts.GetTotal());
 	std::set<Int> indices;
 	for (const ImageBaseRef& picture : pictures)
@@ -62,20 +76,6 @@ Result<Sheet> SheetMaker::Make(const Url& url)
 		TORVI_TRY(AddPictures(url, index));
 	_sheet._leftOut = std::max<Int>(_counts.GetTotal() - CountOf(_sheet._cells), 0);
 	return std::move(_sheet);
-}
-
-/// Format, size and contents of the file; size and pixel format are those of the first picture.
-std::string SheetMaker::Describe(const ImageTextureInterface& texture) const
-{
-	std::string text;
-	if (const auto format = texture.GetOr<FileFormatRef>(ids::IMAGE_FILEFORMAT, FileFormatRef()))
-		text = ToStd(ToUpper(ShortId(format->GetClassId().GetText(), FILEFORMAT_PREFIX))) + "  \u00B7  ";
-	const ImageBaseRef first = GetImageChildren(texture, IMAGEHIERARCHY::IMAGE).front();
-	text += std::to_string(first->GetWidth()) + " \u00D7 " + std::to_string(first->GetHeight());
-	text += "  \u00B7  " + FormatText(*first);
-	if (const auto profile = first->GetOr<ColorProfile>(ids::IMAGE_COLORPROFILE, ColorProfile()); !profile.IsEmpty())
-		text += "  \u00B7  " + ToStd(profile.ToString());
-	return text + "  \u00B7  " + _counts.ToText();
 }
 
 Result<void> SheetMaker::AddPictures(const Url& url, Int index)

@@ -13,7 +13,6 @@ namespace torvi::tool
 namespace
 {
 
-constexpr std::string_view PATH_SEPARATOR = " \u203A ";
 constexpr std::string_view FACT_SEPARATOR = " \u00B7 ";
 
 std::string NameOr(const ImageBaseInterface& image, const Id& key, std::string_view fallback)
@@ -155,28 +154,27 @@ CellCollector::Above CellCollector::Open(Cell& cell, const Above& above, Bool ha
 {
 	if (hasChildren)
 		cell._groups.push_back(_groupCount++);
-	Above inside = {above._path, cell._groups, above._frame};
-	AddText(inside._path, cell._name, PATH_SEPARATOR);
-	return inside;
+	const std::string path = "in " + cell._name + (above._path.empty() ? "" : ", " + above._path);
+	return {path, cell._groups, above._frame};
 }
 
 Result<void> CellCollector::AddPicture(const ImageBaseRef& picture)
 {
 	TORVI_CHECK(picture->GetPixelFormat(), IllegalStateError("The picture has no pixel format."));
 	const Bool hasLayers = HasChildren(*picture, IMAGEHIERARCHY::LAYER);
-	const Bool hasAlphas = HasChildren(*picture, IMAGEHIERARCHY::ALPHA);
+	const Array<ImageBaseRef> alphas = GetImageChildren(*picture, IMAGEHIERARCHY::ALPHA);
 	const std::string number = " #" + std::to_string(picture->GetOr<Int>(ids::IMAGE_SUBIMAGEINDEX, 0) + 1);
 	Above above = {{}, {}, {picture->GetWidth(), picture->GetHeight()}};
 	Cell cell = MakeCell(CellKind::PICTURE, picture, above);
 	cell._name = NameOr(*picture, ids::IMAGE_NAME, (hasLayers ? "Merged picture" : "Picture") + (_hasSeveralPictures ? number : ""));
 	cell._facts = FormatText(*picture);
-	cell._isTransparency = !hasLayers;
+	cell._hasTransparency = !hasLayers && alphas.size() == 1;
 	Place(cell, {{0, 0}, above._frame});
 	if (_hasSeveralPictures)
-		above = Open(cell, above, hasLayers || hasAlphas);
+		above = Open(cell, above, hasLayers || !alphas.empty());
 	if (!IsFull())
 		_cells.push_back(std::move(cell));
-	for (const ImageBaseRef& alpha : GetImageChildren(*picture, IMAGEHIERARCHY::ALPHA))
+	for (const ImageBaseRef& alpha : alphas)
 		AddAlpha(alpha, above);
 	AddLayers(*picture, above);
 	return OK;

@@ -24,16 +24,16 @@ enum class CellKind
 struct Cell
 {
 	CellKind _kind = CellKind::PICTURE;
-	ImageBaseRef _image;          ///< until the thumbnail is made
-	DrawDimensionInt _frame;      ///< the picture that the cell shows a part of
-	DrawRectInt _bounds;          ///< where that part lies in the frame; it may hang over
-	Bool _isPart = false;         ///< it fills less than the frame, or hangs over
-	Bool _isHidden = false;       ///< a layer that is not shown, a mask that is off
-	Bool _isTransparency = false; ///< a picture whose first alpha channel is its own alpha
+	ImageBaseRef _image;           ///< until the thumbnail is made
+	DrawDimensionInt _frame;       ///< the picture that the cell shows a part of
+	DrawRectInt _bounds;           ///< where that part lies in the frame; it may hang over
+	Bool _isPart = false;          ///< it fills less than the frame, or hangs over
+	Bool _isHidden = false;        ///< a layer that is not shown, a mask that is off
+	Bool _hasTransparency = false; ///< a picture whose alpha channel is its own alpha
 	std::string _name;
 	std::string _facts;       ///< blend mode, opacity and the like
 	std::string _place;       ///< size, and where it lies
-	std::string _path;        ///< names of what it lies in; empty for what hangs below no layer
+	std::string _path;        ///< "in folder, in outer folder"; empty for what hangs below no layer
 	std::vector<Int> _groups; ///< numbers of the groups that it stands in, the outermost first, its own last if it opens one
 	Thumbnail _thumbnail;
 };
@@ -74,7 +74,7 @@ public:
 private:
 	struct Above
 	{
-		std::string _path;
+		std::string _path; ///< "in folder, in outer folder"; empty for what hangs below no layer
 		std::vector<Int> _groups;
 		DrawDimensionInt _frame;
 	};

@@ -37,7 +37,8 @@ constexpr Int CHECKER_SIZE = 8;
 constexpr Int BADGE_HEIGHT = 15;
 constexpr Int BADGE_PADDING = 6;
 constexpr Int TITLE_BASELINE = 20;
-constexpr Int SUBTITLE_BASELINE = 44;
+constexpr Int FORMAT_BASELINE = 44;
+constexpr Int CONTENTS_BASELINE = 64;
 constexpr Int TEXT_BASELINE = 13; ///< in a line of text
 constexpr int HIDDEN_SHARE = 165; ///< of the card over what is not shown, of 255
 
@@ -119,7 +120,8 @@ Canvas SheetDrawer::Draw()
 {
 	const Int width = _layout._sheet.width - 2 * SHEET_MARGIN;
 	_text.Draw(_canvas, SHEET_MARGIN, SHEET_MARGIN + TITLE_BASELINE, width, _sheet._title, TITLE);
-	_text.Draw(_canvas, SHEET_MARGIN, SHEET_MARGIN + SUBTITLE_BASELINE, width, _sheet._subtitle, SUBTITLE);
+	_text.Draw(_canvas, SHEET_MARGIN, SHEET_MARGIN + FORMAT_BASELINE, width, _sheet._format, SUBTITLE);
+	_text.Draw(_canvas, SHEET_MARGIN, SHEET_MARGIN + CONTENTS_BASELINE, width, _sheet._contents, SUBTITLE);
 	for (Int i = 0; i < _content._cellCount; ++i)
 		DrawCell(i);
 	if (_content._hasFooter)
@@ -221,7 +223,7 @@ void SheetDrawer::DrawTexts(const Cell& cell, Int x, Int y)
 	y += TEXT_LINE_HEIGHT;
 	_text.Draw(_canvas, x, y + TEXT_BASELINE, width, cell._place, PLACE);
 	if (!cell._path.empty())
-		_text.Draw(_canvas, x, y + TEXT_LINE_HEIGHT + TEXT_BASELINE, width, "in " + cell._path, PLACE);
+		_text.Draw(_canvas, x, y + TEXT_LINE_HEIGHT + TEXT_BASELINE, width, cell._path, PLACE);
 }
 
 /// Gives the room that the badge takes. Without a font it is a spot of colour.

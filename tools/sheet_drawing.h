@@ -12,7 +12,8 @@ namespace torvi::tool
 struct Sheet
 {
 	std::string _title;
-	std::string _subtitle;
+	std::string _format;      ///< of the file
+	std::string _contents;    ///< how many of what
 	std::vector<Cell> _cells; ///< with their thumbnails
 	Int _leftOut = 0;         ///< cells that the sheet has no room for
 	Int _thumbnailSide = 0;   ///< the side that the thumbnails were made for

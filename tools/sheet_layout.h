@@ -14,7 +14,7 @@ inline constexpr Int SHEET_STRIP_LIMIT = 4;
 
 inline constexpr Int SHEET_MARGIN = 28;
 inline constexpr Int SHEET_GAP = 14;
-inline constexpr Int SHEET_HEADER_HEIGHT = 66;
+inline constexpr Int SHEET_HEADER_HEIGHT = 84;
 inline constexpr Int SHEET_FOOTER_HEIGHT = 30;
 inline constexpr Int CELL_PADDING = 12;
 inline constexpr Int STRIP_HEIGHT = 4;

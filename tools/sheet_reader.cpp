@@ -44,7 +44,7 @@ Result<PictureReader> OpenGrey(const Cell& cell)
 Result<PictureReader> OpenColoured(const Cell& cell)
 {
 	const PicturePart part = {cell._image, {}, cell._kind == CellKind::PICTURE};
-	const auto alpha = cell._isTransparency ? PictureReader::Alpha::FIRST : PictureReader::Alpha::NONE;
+	const auto alpha = cell._hasTransparency ? PictureReader::Alpha::FIRST : PictureReader::Alpha::NONE;
 	const PixelFormat format = GetPixelFormat(ids::PIXELFORMAT_RGBA_U8);
 	Result<PictureReader> reader = PictureReader::Open(part, format, TORVI_TRY(ParseProfile("srgb")), alpha);
 	return reader.IsOk() ? std::move(reader) : PictureReader::Open(part, format, ColorProfile(), alpha);

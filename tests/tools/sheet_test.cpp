@@ -223,9 +223,9 @@ TEST_F(SheetDocument, CellsSayWhatTheFileSays)
 	EXPECT_EQ(found, "0|Merged picture|rgb.u8|8 \u00D7 4|||\n"
 					 "1|selection|alpha.u8|8 \u00D7 4|||\n"
 					 "2|both||holds 2||0|\n"
-					 "3|red||8 \u00D7 4|both|0|hidden\n"
-					 "3|green||8 \u00D7 4|both|01|\n"
-					 "5|Mask|255 around it|2 \u00D7 2 at -1, 1|both \u203A green|01|\n"
+					 "3|red||8 \u00D7 4|in both|0|hidden\n"
+					 "3|green||8 \u00D7 4|in both|01|\n"
+					 "5|Mask|255 around it|2 \u00D7 2 at -1, 1|in green, in both|01|\n"
 					 "4|curves|curv|no pixels|||\n"
 					 "3|blue|50 %|5 \u00D7 5 at 6, 2|||\n");
 	const ImageTextureRef texture = Must(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
@@ -267,6 +267,33 @@ TEST_F(SheetDocument, ThumbnailsShowPartsInTheirPlace)
 		EXPECT_EQ(Array<Byte>(pixel, pixel + 4), it._wanted) << cells[it._cell]._name << " " << it._x << " " << it._y;
 	}
 	EXPECT_TRUE(Must(ReadThumbnail(cells[6], {WIDTH, HEIGHT}))._pixels.empty());
+}
+
+TEST_F(SheetDocument, StripsJoinGroups)
+{
+	Sheet sheet = {"name", "format", "contents", Collect(_picture, 100), 3, 8};
+	for (Cell& cell : sheet._cells)
+		cell._thumbnail = Must(ReadThumbnail(cell, {WIDTH, HEIGHT}));
+	TextDrawer text;
+	const Canvas canvas = DrawSheet(sheet, text);
+	Int joined[2] = {};
+	constexpr Colour FIRST_STRIPS[] = {{0xE3, 0xB3, 0x41}, {0x5D, 0xA9, 0xE9}};
+	const SheetLayout layout = ArrangeCells({8, {WIDTH, HEIGHT}, 2, 4, true});
+	ASSERT_EQ(canvas.GetSize(), layout._sheet);
+	for (Int i = 0; i + 1 < 8; ++i)
+	{
+		const DrawRectInt cell = layout.GetCell(i);
+		const Int x = cell.position.x + cell.size.width + SHEET_GAP / 2;
+		for (Int y = cell.position.y; y < cell.position.y + cell.size.height && x < canvas.GetSize().width - SHEET_MARGIN; ++y)
+		{
+			const Byte* pixel = canvas.GetLine(y).data() + x * 3;
+			for (int c = 0; c < 2; ++c)
+				joined[c] += std::equal(pixel, pixel + 3, &FIRST_STRIPS[c]._red);
+		}
+	}
+	// Cells 2 to 5 are in the folder, 4 and 5 are the layer and its mask; ends of rows have no gap.
+	EXPECT_EQ(joined[0], (3 - (5 / layout._columns - 2 / layout._columns)) * STRIP_HEIGHT);
+	EXPECT_EQ(joined[1], (1 - (5 / layout._columns - 4 / layout._columns)) * STRIP_HEIGHT);
 }
 
 } // namespace
