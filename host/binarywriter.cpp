@@ -34,9 +34,8 @@ Result<void> BinaryWriter::Close()
 		return OK;
 	Result<void> written = WriteBuffer();
 	const OutputStreamRef stream = std::move(_stream);
-	Result<void> closed = stream->Close();
 	_buffer.clear();
-	return written.IsOk() ? std::move(closed) : std::move(written);
+	return written.IsOk() ? stream->Close() : std::move(written); // an incomplete file is left, not closed
 }
 
 Result<void> BinaryWriter::Flush()
@@ -77,6 +76,7 @@ Result<void> BinaryWriter::WriteBuffer()
 Result<void> BinaryWriter::WriteBlock(Block<const Byte> block)
 {
 	TORVI_CHECK(_stream, IllegalStateError("The writer has no stream."));
+	TORVI_CHECK(!_failure, _failure.Share());
 	if (CountOf(_buffer) + CountOf(block) > BUFFER_SIZE)
 		TORVI_TRY(WriteBuffer());
 	if (CountOf(block) >= BUFFER_SIZE)

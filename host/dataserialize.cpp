@@ -65,6 +65,7 @@ void Append(Array<Byte>& bytes, const String& text)
 	AppendText(bytes, text);
 }
 
+/// Ids of numbers have no stored form; none of the types that are stored holds one.
 void Append(Array<Byte>& bytes, const Id& id)
 {
 	AppendText(bytes, id.GetText());
@@ -122,8 +123,11 @@ Result<void> Parse(Block<const Byte> bytes, String& text)
 	return OK;
 }
 
+/// Ids are kept for the life of the process, so not any text may become one.
 Result<void> Parse(Block<const Byte> bytes, Id& id)
 {
+	constexpr Int LONGEST_ID = 4096;
+	TORVI_CHECK(CountOf(bytes) <= LONGEST_ID, IllegalStateError("A stored id has @ bytes.", bytes.size()));
 	id = TORVI_TRY(InternId(TextOf(bytes)));
 	return OK;
 }

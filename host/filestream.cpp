@@ -2,6 +2,8 @@
 // is only a number; all else is read and written in order.
 #include "host/filestream.h"
 
+#include "host/filereplacement.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -77,13 +79,14 @@ public:
 	FileHandle& operator=(FileHandle&&) = delete;
 	~FileHandle() { (void)Close(); }
 
-	static Result<FileHandle> Open(std::string_view path, int flags)
+	/// Errors tell of `path`, also where another file is opened in its place.
+	static Result<FileHandle> Open(std::string_view path, int flags, const String& inPlace = {})
 	{
-		TORVI_CHECK(path.find('\0') == std::string_view::npos, IllegalArgumentError("A path can not hold a character of value 0."));
 		FileHandle file;
 		file._path = MakeString(path);
+		const String& opened = inPlace.empty() ? file._path : inPlace;
 		// Without O_NONBLOCK, opening a named pipe waits for its other end.
-		file._descriptor = RetryInterrupted([&]() { return open(file._path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666); });
+		file._descriptor = RetryInterrupted([&]() { return open(opened.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666); });
 		TORVI_CHECK(file._descriptor >= 0, file.SystemFailure("\"@\" can not be opened: @.", errno));
 		TORVI_TRY(file.Prepare());
 		return file;
@@ -229,7 +232,11 @@ public:
 class FileOutputStream final : public FileStream<OutputStreamInterface>
 {
 public:
-	using FileStream::FileStream;
+	FileOutputStream(FileHandle file, FileReplacement replacement) noexcept
+		: FileStream(std::move(file)), _replacement(std::move(replacement))
+	{
+	}
+
 	Result<void> Write(Block<const Byte> block) override
 	{
 		TORVI_CHECK(_file.IsOpen(), ClosedStreamError());
@@ -241,19 +248,41 @@ public:
 		TORVI_CHECK(_file.IsOpen(), ClosedStreamError());
 		return OK;
 	}
+	Result<void> Close() override
+	{
+		TORVI_TRY(FileStream::Close());
+		return NoThrow([&]() { return _replacement.PutInPlace(); });
+	}
+
+private:
+	FileReplacement _replacement;
 };
+
+Result<void> CheckPath(std::string_view path)
+{
+	TORVI_CHECK(path.find('\0') == std::string_view::npos, IllegalArgumentError("A path can not hold a character of value 0."));
+	return OK;
+}
 
 } // namespace
 
 Result<InputStreamRef> OpenFileForReading(std::string_view path)
 {
+	TORVI_TRY(CheckPath(path));
 	return NoThrow([&]() -> Result<InputStreamRef> { return NewObject<FileInputStream>(TORVI_TRY(FileHandle::Open(path, O_RDONLY))); });
 }
 
 Result<OutputStreamRef> OpenFileForWriting(std::string_view path)
 {
-	return NoThrow([&]() -> Result<OutputStreamRef>
-				   { return NewObject<FileOutputStream>(TORVI_TRY(FileHandle::Open(path, O_WRONLY | O_CREAT | O_TRUNC))); });
+	TORVI_TRY(CheckPath(path));
+	return NoThrow(
+		[&]() -> Result<OutputStreamRef>
+		{
+			FileReplacement replacement;
+			TORVI_TRY(replacement.Begin(path));
+			FileHandle file = TORVI_TRY(FileHandle::Open(path, O_WRONLY | O_CREAT | O_TRUNC, replacement.GetPartPath()));
+			return NewObject<FileOutputStream>(std::move(file), std::move(replacement));
+		});
 }
 
 } // namespace torvi

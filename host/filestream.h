@@ -10,7 +10,9 @@ namespace torvi
 /// writes to reads as empty.
 Result<InputStreamRef> OpenFileForReading(std::string_view path);
 
-/// Creates a file or cuts it to length 0. A named pipe that nobody reads from is an io error.
+/// Writes a new file, which takes the place of an earlier one with Close, whole and in one step. A stream that goes without Close leaves
+/// all as it was. Only where the folder takes no new file, the earlier one is cut to length 0 and written itself. Devices and pipes get
+/// the bytes at once; a named pipe that nobody reads from is an io error.
 Result<OutputStreamRef> OpenFileForWriting(std::string_view path);
 
 } // namespace torvi

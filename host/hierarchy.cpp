@@ -128,15 +128,14 @@ Array<Int32> HierarchyObjectImpl::GetBranches() const
 	return branches;
 }
 
-/// Takes the children out of this object and puts them in front of the list, the first child first.
+/// Takes the children out of this object and puts them in front of the list, the first child first. Their link to this parent, which other
+/// threads may be reading, stays: it reads as null.
 void HierarchyObjectImpl::MoveChildrenTo(ImplRef& orphans) noexcept
 {
 	while (!_children.empty())
 	{
 		ImplRef child = std::move(_children.back());
 		_children.pop_back();
-		child->_parent = {};
-		child->_branch = 0;
 		child->_nextOrphan = std::move(orphans);
 		orphans = std::move(child);
 	}

@@ -52,7 +52,7 @@ public:
 	HierarchyObjectRef GetNext() const override;
 	Array<HierarchyObjectRef> GetChildren(Int32 branch) const override;
 	Array<Int32> GetBranches() const override;
-	Int32 GetBranch() const override { return _branch; }
+	Int32 GetBranch() const override { return _parent.Lock() ? _branch : 0; }
 
 private:
 	using ImplRef = Ref<HierarchyObjectImpl>;

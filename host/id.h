@@ -23,7 +23,7 @@ public:
 	{
 	}
 
-	/// The id of a number. It has no text, and is no id of any text.
+	/// The id of a number. It has no text, is no id of any text, and can not be stored.
 	static constexpr Id FromNumber(UInt64 number) noexcept
 	{
 		Id id;

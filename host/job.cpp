@@ -27,6 +27,7 @@ struct JobGroup::State final : public ObjectInterface
 	Array<JobFunction> _functions;
 	Int _next = 0;
 	Int _running = 0;
+	Bool _isOpen = false; ///< inside EnqueueGroupAndWait; what is left in queues from an earlier one starts nothing
 	Error _firstError;
 	std::atomic<Bool> _isCancelled{false};
 	const State* _parent = nullptr; ///< the group of the job that waits for this group; it outlives the waiting
@@ -217,13 +218,15 @@ Result<JobQueueRef> FindOrMake(Ref<T> Queues::*member, Arguments... arguments)
 	return JobQueueRef(queue);
 }
 
+/// Whether there was a queue.
 template <class T>
-void EndQueue(Ref<T> Queues::*member) noexcept
+Bool EndQueue(Ref<T> Queues::*member) noexcept
 {
 	Queues& queues = GetQueues();
 	const Ref<T> queue = Serialize(queues._lock, [&]() { return std::exchange(queues.*member, nullptr); });
 	if (queue)
 		queue->End();
+	return static_cast<Bool>(queue);
 }
 
 } // namespace
@@ -265,9 +268,10 @@ void JobQueue::RunMainThreadJobs()
 
 void JobQueue::End() noexcept
 {
-	EndQueue(&Queues::_compute);
-	EndQueue(&Queues::_io);
-	EndQueue(&Queues::_main); // last: the others' jobs may have sent work there
+	// The main thread's comes last, as the others' jobs may have sent work there; and any job may have asked for a queue anew.
+	while (EndQueue(&Queues::_compute) || EndQueue(&Queues::_io) || EndQueue(&Queues::_main))
+	{
+	}
 }
 
 Bool JobGroup::State::IsCancelled() const noexcept
@@ -293,7 +297,7 @@ Bool JobGroup::State::RunNext() noexcept
 	JobFunction function;
 	{
 		const std::lock_guard guard(_lock);
-		if (!HasNext() || IsCancelled())
+		if (!_isOpen || !HasNext() || IsCancelled())
 			return false;
 		function = std::move(_functions[static_cast<std::size_t>(_next++)]);
 		++_running;
@@ -335,6 +339,7 @@ Result<void> JobGroup::State::WaitAndTakeError()
 	const Array<JobFunction> unstarted = std::exchange(_functions, {});
 	_next = 0;
 	_parent = nullptr;
+	_isOpen = false;
 	Error error = std::move(_firstError);
 	guard.unlock(); // closures end outside of the lock
 	TORVI_CHECK(!error, error);
@@ -372,6 +377,7 @@ Result<void> JobGroup::EnqueueGroupAndWait(const JobQueueRef& queue)
 	{
 		const std::lock_guard guard(_state->_lock);
 		_state->_parent = static_cast<const State*>(s_work._group);
+		_state->_isOpen = true;
 		tickets = std::min(CountOf(_state->_functions) - 1, std::max(IO_THREADS, GetProcessorCount()));
 	}
 	for (Int i = 0; i < tickets; ++i)

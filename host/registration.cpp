@@ -17,8 +17,8 @@ namespace torvi
 namespace
 {
 
-/// Counts of bits have an id of their own for what is stored or described; their values are those of Int64, and as a C++ type they are
-/// Int64.
+/// Counts of bits have an id of their own, by which the data type can be looked up; as a C++ type they are Int64, and as such they are
+/// stored.
 constexpr DataTypeRecord BITS_RECORD = []()
 {
 	DataTypeRecord record = detail::MakeDataTypeRecord<BITS>();

@@ -130,6 +130,8 @@ class IdTable
 public:
 	Result<Id> Intern(std::string_view text)
 	{
+		if (text.empty())
+			return Id();
 		return NoThrow(
 			[&]() -> Result<Id>
 			{

@@ -1,5 +1,5 @@
-// Byte streams. All calls on one stream come from one thread at a time. A stream is closed when its last reference goes; only Close
-// reports what went wrong with that. A stream is sequential, of unknown length, unless it says otherwise.
+// Byte streams, each used by one thread at a time; sequential and of unknown length unless they say otherwise. The last reference closes a
+// stream; but only Close reports what went wrong with that, and only with Close is what was written sure to be there.
 #pragma once
 
 #include "host/object.h"

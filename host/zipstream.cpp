@@ -134,7 +134,7 @@ public:
 	Int GetPosition() const override { return _position; }
 	Result<void> Write(Block<const Byte> block) override
 	{
-		TORVI_CHECK(_target, ClosedStreamError());
+		TORVI_TRY(CheckState());
 		while (!block.empty())
 		{
 			const uInt piece = PieceOf(block);
@@ -148,7 +148,7 @@ public:
 	}
 	Result<void> Flush() override
 	{
-		TORVI_CHECK(_target, ClosedStreamError());
+		TORVI_TRY(CheckState());
 		TORVI_TRY(Deflate(Z_SYNC_FLUSH));
 		return _target->Flush();
 	}
@@ -156,14 +156,32 @@ public:
 	{
 		if (!_target)
 			return OK;
-		Result<void> finished = Deflate(Z_FINISH);
+		Result<void> finished = CheckState();
+		if (finished.IsOk())
+			finished = Deflate(Z_FINISH);
 		_target = nullptr;
 		return finished;
 	}
 
 private:
-	/// Hands on all that zlib has to say; it is done when it leaves room in the output.
+	/// After a failed write there is a gap, and nothing behind it may look like success.
+	Result<void> CheckState() const
+	{
+		TORVI_CHECK(_target, ClosedStreamError());
+		TORVI_CHECK(!_failure, _failure.Share());
+		return OK;
+	}
+
 	Result<void> Deflate(int flush)
+	{
+		Result<void> deflated = DeflateAll(flush);
+		if (!deflated.IsOk())
+			_failure = deflated.GetError().Share();
+		return deflated;
+	}
+
+	/// Hands on all that zlib has to say; it is done when it leaves room in the output.
+	Result<void> DeflateAll(int flush)
 	{
 		Byte output[STEP_SIZE];
 		do
@@ -178,6 +196,7 @@ private:
 	}
 
 	OutputStreamRef _target;
+	Error _failure; ///< the first
 	z_stream _zip = MakeZipStream();
 	Int _position = 0;
 	Bool _isReady = false;

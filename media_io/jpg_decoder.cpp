@@ -1,6 +1,7 @@
 // The decoder and its source manager.
 #include "media_io/jpg_decoder.h"
 
+#include "host/debuglog.h"
 #include "mediasession/image_import.h"
 #include "torvi/mediasession_errors.h"
 
@@ -44,6 +45,7 @@ Int TryReadBuffer(JpgSource& source)
 	Result<Int> count = NoThrow([&]() { return ReadBuffer(source); });
 	if (count.IsOk())
 		return count.GetValue();
+	DebugLog("error reading file @", count.GetError());
 	source._guard->KeepError(count.TakeError());
 	return -1;
 }
@@ -141,8 +143,8 @@ Int JpgDecoder::GetBytesLeft() const
 Result<void> JpgDecoder::Start()
 {
 	const std::optional<Int> bytes = ImageBytes(_library.image_width, _library.image_height, 8 * _library.num_components);
-	TORVI_CHECK(bytes && CanHoldPicture(*bytes, GetBytesLeft(), CompressionBound::HUFFMANJPEG),
-				JpgGuard::MakeError("Premature end of input file"));
+	const CompressionBound bound = _library.arith_code ? CompressionBound::UNBOUNDED : CompressionBound::HUFFMANJPEG;
+	TORVI_CHECK(bytes && CanHoldPicture(*bytes, GetBytesLeft(), bound), JpgGuard::MakeError("Premature end of input file"));
 	boolean isStarted = FALSE;
 	TORVI_TRY(_guard.Run(
 		[&]()

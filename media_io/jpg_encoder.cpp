@@ -1,6 +1,8 @@
 // The encoder and its destination manager.
 #include "media_io/jpg_encoder.h"
 
+#include "host/debuglog.h"
+
 #include <jerror.h>
 
 namespace torvi
@@ -33,6 +35,7 @@ Bool TryWrite(const JpgDestination& destination, Int count)
 	Result<void> written = destination._writer->WriteBlock(Block<const Byte>(destination._buffer, static_cast<std::size_t>(count)));
 	if (written.IsOk())
 		return true;
+	DebugLog("error writing file @", written.GetError());
 	destination._guard->KeepCause(written.TakeError());
 	return false;
 }

@@ -51,12 +51,14 @@ public:
 private:
 	Result<ByteReader> ReadAt(Int offset) const;
 	Result<Bool> ReadField(const Field& field);
-	Result<void> ReadEntries(Int offset);
+	Result<void> ReadDirectories();
+	Result<Array<Int>> ReadEntries() const;
 
 	Block<const Byte> _structure;
 	ByteOrder _order;
-	Int _imageCount = -1; ///< -1 before it was read
-	Array<Int> _offsets;
+	Int _imageCount = -1;    ///< -1 before it was read
+	Int _entriesOffset = -1; ///< of the last list that is named; -1 without one
+	Int _entryCount = 0;
 };
 
 Result<ByteReader> MultiPictureReader::ReadAt(Int offset) const
@@ -90,28 +92,29 @@ Result<Bool> MultiPictureReader::ReadField(const Field& field)
 		return true;
 	case TAG_ENTRIES:
 		TORVI_CHECK(field._type == TYPE_BYTES && _imageCount >= 0 && field._count == ENTRY_SIZE * _imageCount, wrongField());
-		TORVI_TRY(ReadEntries(field._value));
+		_entriesOffset = field._value;
+		_entryCount = _imageCount;
 		return true;
 	default:
 		return field._type == TYPE_UINT32 || field._type == TYPE_UFRACTION || field._type == TYPE_BYTES || field._type == TYPE_FRACTION;
 	}
 }
 
-Result<void> MultiPictureReader::ReadEntries(Int offset)
+Result<Array<Int>> MultiPictureReader::ReadEntries() const
 {
-	ByteReader reader = TORVI_TRY(ReadAt(offset));
-	TORVI_CHECK(reader.GetRemaining() >= ENTRY_SIZE * _imageCount, IllegalStateError("The multi-picture segment ends too early."));
-	_offsets.clear();
-	for (Int i = 0; i < _imageCount; ++i)
+	ByteReader reader = TORVI_TRY(ReadAt(_entriesOffset));
+	TORVI_CHECK(reader.GetRemaining() >= ENTRY_SIZE * _entryCount, IllegalStateError("The multi-picture segment ends too early."));
+	Array<Int> offsets;
+	for (Int i = 0; i < _entryCount; ++i)
 	{
 		TORVI_TRY(reader.Take(8)); // attributes and size
-		_offsets.push_back(TORVI_TRY(reader.ReadUInt32()));
+		offsets.push_back(TORVI_TRY(reader.ReadUInt32()));
 		TORVI_TRY(reader.Take(4)); // pictures that this one depends on
 	}
-	return OK;
+	return offsets;
 }
 
-Result<Array<Int>> MultiPictureReader::ReadOffsets()
+Result<void> MultiPictureReader::ReadDirectories()
 {
 	constexpr Int NO_DIRECTORY = 65535;
 	ByteReader head = TORVI_TRY(ReadAt(4));
@@ -124,13 +127,20 @@ Result<Array<Int>> MultiPictureReader::ReadOffsets()
 		{
 			const Field field = TORVI_TRY(ReadRawField(reader));
 			if (!TORVI_TRY(ReadField(field)))
-				return std::move(_offsets);
+				return OK;
 		}
 		next = TORVI_TRY(reader.ReadUInt32());
 		if (next <= directory || next == NO_DIRECTORY || next >= CountOf(_structure))
 			break;
 	}
-	return std::move(_offsets);
+	return OK;
+}
+
+/// The list is read once, however often it is named.
+Result<Array<Int>> MultiPictureReader::ReadOffsets()
+{
+	TORVI_TRY(ReadDirectories());
+	return _entriesOffset >= 0 ? ReadEntries() : Array<Int>();
 }
 
 /// One marker, and the length of its segment's data; -1 for a marker without a segment.

@@ -28,9 +28,9 @@ JpgPlacement GetJpgPlacement(UInt16 orientation)
 		{true, true, false},   // 3: upside down
 		{false, true, false},  // 4
 		{false, false, true},  // 5
-		{false, true, true},   // 6: the camera was turned to the left, so the picture is turned to the right
+		{false, true, true},   // 6: turned to the right
 		{true, true, true},    // 7
-		{true, false, true},   // 8: the other way round
+		{true, false, true},   // 8: turned to the left
 	};
 	return orientation >= 1 && orientation <= std::size(PLACEMENTS) ? PLACEMENTS[orientation - 1] : PLACEMENTS[0];
 }

@@ -447,9 +447,10 @@ Result<void> BmpImportImpl::ReadRunLengthRows(BinaryReader& reader, ImportRun& r
 	const Int rows = _header.GetRowCount();
 	const Array<Byte> block = TORVI_TRY(ReadRunLengthBlock(reader, _header));
 	const std::optional<Int> pictureBytes = ImageBytes(_header._width, rows, _header._bitCount);
-	TORVI_CHECK(pictureBytes && CanHoldPicture(*pictureBytes, CountOf(block), CompressionBound::UNBOUNDED),
-				MediaSessionWrongTypeError("Illegal RLE compression (cropped data)."));
 	const Bool isEncoded = _header._bitCount == 4 || _header._bitCount == 8;
+	const CompressionBound bound = isEncoded ? CompressionBound::UNBOUNDED : CompressionBound::NONE;
+	TORVI_CHECK(pictureBytes && CanHoldPicture(*pictureBytes, CountOf(block), bound),
+				MediaSessionWrongTypeError("Illegal RLE compression (cropped data)."));
 	BmpRleDecoder decoder(block, _header._bitCount == 8 ? BmpRleScheme::BYTES : BmpRleScheme::NIBBLES);
 	TORVI_TRY(BeginSinks(run));
 	Array<Byte> bytes(static_cast<std::size_t>(_header.GetBytesPerRow()));

@@ -55,7 +55,8 @@ private:
 
 Result<void> BmpExportImpl::ReadSettings(const ExportRun& run)
 {
-	const Id generation = GetExportSetting<Id>(run.GetSettings(), ids::CLASS_BMPEXPORT, ids::BMPEXPORT_BITMAPINFOHEADER, BMP_GENERATION_V4);
+	const Id generation =
+		TORVI_TRY(GetExportSetting<Id>(run.GetSettings(), ids::CLASS_BMPEXPORT, ids::BMPEXPORT_BITMAPINFOHEADER, BMP_GENERATION_V4));
 	if (generation == BMP_GENERATION_V3)
 		_headerSize = BMP_V3HEADER_SIZE;
 	else if (generation == BMP_GENERATION_V4)
@@ -144,7 +145,7 @@ Result<void> BmpExportImpl::PrepareFile(const ExportRun& run)
 	TORVI_CHECK(format, IllegalStateError("The module is not started."));
 	_shape = {_headerSize, format, run.GetWidth(), run.GetHeight(), format->GetBytesPerLine(run.GetWidth(), 4), {}};
 	const Bool isEmbedding = _headerSize == BMP_V5HEADER_SIZE;
-	_profile = isEmbedding ? run.GetColorProfile(format) : run.GetColorProfileWithoutEmbedding();
+	_profile = isEmbedding ? run.GetColorProfile(format) : TORVI_TRY(run.GetColorProfileWithoutEmbedding());
 	if (isEmbedding)
 		_shape._profile = TORVI_TRY(_profile.WriteProfileToMemory());
 	const Int fileSize = _shape.GetFileSize();

@@ -46,6 +46,9 @@ private:
 struct JpgPicture
 {
 	Int _position = 0; ///< in the file
+	Int _width = 0;    ///< of its rows
+	Int _height = 0;
+	Int _bytesPerPixel = 0;
 	JpgPlacement _placement;
 	StreamHandle _stream = -1;
 	std::shared_ptr<JpgDecoder> _decoder; ///< null if it is to be made anew
@@ -106,13 +109,6 @@ Result<PixelFormat> ChoosePixelFormat(const JpgDecoder& decoder)
 	return MediaSessionWrongTypeError("Unsupported color space: @", static_cast<Int>(colorSpace));
 }
 
-/// The embedded profile; the null profile without one.
-Result<ColorProfile> ReadColorProfile(JpgDecoder& decoder)
-{
-	const Array<Byte> bytes = TORVI_TRY(decoder.ReadProfile());
-	return bytes.empty() ? Result<ColorProfile>(ColorProfile()) : ColorProfile::OpenProfileFromMemory(bytes);
-}
-
 /// Without the component that parses it, there is no EXIF data. Data that cannot be parsed is none either.
 Result<void> DescribeExif(Block<const Byte> data, StreamTreeBuilder& streams, JpgPlacement& placement)
 {
@@ -149,8 +145,13 @@ Result<void> DescribeResolution(const JpgPicture& picture, StreamTreeBuilder& st
 Result<void> OpenAgain(BinaryReader& reader, JpgPicture& picture)
 {
 	picture._decoder = MakeDecoder(reader, picture._position);
+	const JpgDecoder& decoder = *picture._decoder;
 	TORVI_TRY(picture._decoder->ReadHeader());
-	return picture._decoder->Start();
+	TORVI_TRY(picture._decoder->Start());
+	const Bool isSame = decoder.GetWidth() == picture._width && decoder.GetHeight() == picture._height &&
+						decoder.GetBytesPerPixel() == picture._bytesPerPixel;
+	TORVI_CHECK(isSame, FileFormatError("The file has changed since it was looked at."));
+	return OK;
 }
 
 Result<void> ReadPicture(ImportRun& run, const JpgPicture& picture)
@@ -184,15 +185,18 @@ private:
 	Result<void> DescribeStreams(BinaryReader& reader, StreamTreeBuilder& streams) override;
 	Result<void> ReadStreams(BinaryReader& reader, ImportRun& run) override;
 
-	Result<void> DescribePicture(JpgPicture picture, StreamTreeBuilder& streams);
+	Result<ColorProfile> ReadColorProfile(BinaryReader& reader, JpgDecoder& decoder);
+	Result<void> DescribePicture(BinaryReader& reader, JpgPicture picture, StreamTreeBuilder& streams);
 	Result<void> DescribeFurtherPictures(BinaryReader& reader, Block<const Int> positions, StreamTreeBuilder& streams);
 
 	Array<JpgPicture> _pictures;
+	Int _profileBytes = 0; ///< of all pictures
 };
 
 void JpgImportImpl::ResetState()
 {
 	_pictures.clear();
+	_profileBytes = 0;
 }
 
 Result<void> JpgImportImpl::Close(Block<const MediaConverterRef> inputs)
@@ -215,7 +219,7 @@ Result<void> JpgImportImpl::DescribeStreams(BinaryReader& reader, StreamTreeBuil
 		if (marker._code == MARKER_APP1 && IsExifData(marker._data))
 			TORVI_TRY(DescribeExif(marker._data, streams, first._placement));
 	}
-	TORVI_TRY(DescribePicture(std::move(first), streams));
+	TORVI_TRY(DescribePicture(reader, std::move(first), streams));
 	return DescribeFurtherPictures(reader, positions, streams);
 }
 
@@ -229,7 +233,7 @@ Result<void> JpgImportImpl::DescribeFurtherPictures(BinaryReader& reader, Block<
 		JpgPicture picture = MakePicture(reader, position);
 		Result<void> described = picture._decoder->ReadHeader();
 		if (described.IsOk())
-			described = DescribePicture(std::move(picture), streams);
+			described = DescribePicture(reader, std::move(picture), streams);
 		if (!described.IsOk())
 			return IsFaultOfFile(described.GetError()) ? Result<void>(OK) : std::move(described);
 		_pictures.back()._decoder = nullptr;
@@ -237,16 +241,30 @@ Result<void> JpgImportImpl::DescribeFurtherPictures(BinaryReader& reader, Block<
 	return OK;
 }
 
-Result<void> JpgImportImpl::DescribePicture(JpgPicture picture, StreamTreeBuilder& streams)
+/// The embedded profile; the null profile without one. Pictures may share bytes of the file, but not to hold more profiles than fit into
+/// it.
+Result<ColorProfile> JpgImportImpl::ReadColorProfile(BinaryReader& reader, JpgDecoder& decoder)
+{
+	const Array<Byte> bytes = TORVI_TRY(decoder.ReadProfile());
+	_profileBytes += CountOf(bytes);
+	TORVI_CHECK(_pictures.empty() || _profileBytes - reader.GetPosition() <= reader.GetRemaining(),
+				JpgGuard::MakeError("The colour profiles are larger than the file"));
+	return bytes.empty() ? Result<ColorProfile>(ColorProfile()) : ColorProfile::OpenProfileFromMemory(bytes);
+}
+
+Result<void> JpgImportImpl::DescribePicture(BinaryReader& reader, JpgPicture picture, StreamTreeBuilder& streams)
 {
 	JpgDecoder& decoder = *picture._decoder;
 	TORVI_TRY(decoder.Start());
+	picture._width = decoder.GetWidth();
+	picture._height = decoder.GetHeight();
+	picture._bytesPerPixel = decoder.GetBytesPerPixel();
 	const PixelFormat format = TORVI_TRY(ChoosePixelFormat(decoder));
-	const ColorProfile profile = TORVI_TRY(ReadColorProfile(decoder));
+	const ColorProfile profile = TORVI_TRY(ReadColorProfile(reader, decoder));
 	ImportStreamInfo info = {
 		._pixelFormat = format,
-		._width = decoder.GetWidth(),
-		._height = decoder.GetHeight(),
+		._width = picture._width,
+		._height = picture._height,
 		._subImageIndex = CountOf(_pictures),
 		._colorProfile = profile,
 		._streamClass = ids::CLASS_MEDIASTREAMIMAGELAYERJPGIMPORT,
@@ -286,7 +304,7 @@ Result<Bool> DetectJpg(const InputStreamRef& stream)
 		return false;
 	for (int i = 1; true; ++i)
 	{
-		std::array<Byte, 4> head;
+		std::array<Byte, 4> head = {};
 		const Int count = TORVI_TRY(reader.ReadEOS(head));
 		if (count < 1 || head[0] != MARKER_BYTE)
 			return false;

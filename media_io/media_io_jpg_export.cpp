@@ -42,9 +42,9 @@ private:
 };
 
 /// 0 to 100.
-int ReadQuality(const DataDictionary& settings)
+Result<int> ReadQuality(const DataDictionary& settings)
 {
-	const Float64 quality = GetExportSetting<Float64>(settings, ids::EXPORT_DESCRIPTION, ids::EXPORT_QUALITY, 0.0);
+	const Float64 quality = TORVI_TRY(GetExportSetting<Float64>(settings, ids::EXPORT_DESCRIPTION, ids::EXPORT_QUALITY, 0.0));
 	return TruncateToInt32(std::clamp(quality, 0.0, 1.0) * 100.0 + 0.5);
 }
 
@@ -61,18 +61,19 @@ Result<void> JpgExportImpl::PrepareFile(const ExportRun& run)
 	const Bool isGrey = run.GetPixelFormat()->GetColorSpace() == FindDeclared<ColorSpaceInterface>(ids::COLORSPACE_GREY);
 	_format = GetPixelFormat(isGrey ? ids::PIXELFORMAT_GREY_U8 : ids::PIXELFORMAT_RGB_U8);
 	TORVI_CHECK(_format, IllegalStateError("The module is not started."));
+	const int quality = TORVI_TRY(ReadQuality(run.GetSettings()));
+	const Bool isBaseline = TORVI_TRY(GetExportSetting<Bool>(run.GetSettings(), ids::CLASS_JPGEXPORT, ids::JPGEXPORT_BASELINE, false));
 	_settings = {
 		._width = run.GetWidth(),
 		._height = run.GetHeight(),
 		._isGrey = isGrey,
 		._dpi = ReadDpi(run),
-		._quality = ReadQuality(run.GetSettings()),
-		._isBaseline = GetExportSetting<Bool>(run.GetSettings(), ids::CLASS_JPGEXPORT, ids::JPGEXPORT_BASELINE, false),
+		._quality = quality,
+		._isBaseline = isBaseline,
 	};
 	_profile = run.GetNonlinearColorProfile(_format);
 	const Bool isOwn = _profile == run.GetProperties()->GetOr<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE, {});
-	if (isOwn && _profile.HasProfile())
-		_embedded = TORVI_TRY(_profile.WriteProfileToMemory());
+	_embedded = isOwn && _profile.HasProfile() ? TORVI_TRY(_profile.WriteProfileToMemory()) : Array<Byte>();
 	const Int size = CountOf(_embedded);
 	TORVI_CHECK(size <= JpgEncoder::LARGEST_PROFILE, IllegalArgumentError("A JPEG file cannot hold a colour profile of @ bytes.", size));
 	return OK;

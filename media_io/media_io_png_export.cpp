@@ -33,6 +33,7 @@ private:
 	Result<void> WriteFile(BinaryWriter& writer, ExportRun& run) override;
 
 	Result<void> ChooseShape(const ExportRun& run);
+	Result<void> PrepareHeader(const ExportRun& run);
 	Result<void> SetColorProfile();
 	Result<void> SetResolution(const ExportRun& run);
 	Result<void> WriteRows(ExportRun& run, int passes);
@@ -70,12 +71,13 @@ Result<void> PngExportImpl::ChooseShape(const ExportRun& run)
 		add(CHANNELTYPE::ALPHA);
 	_format = TORVI_TRY(FindOrCreatePixelFormat(channels));
 	const int alphaMask = run.HasAlpha() ? PNG_COLOR_MASK_ALPHA : 0;
+	const Bool isInterlaced = TORVI_TRY(GetExportSetting<Bool>(run.GetSettings(), ids::CLASS_PNGEXPORT, ids::PNGEXPORT_INTERLACED, false));
 	_shape = {
 		._width = run.GetWidth(),
 		._height = run.GetHeight(),
 		._depth = isDeep ? 16 : 8,
 		._colorType = (isGrey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB) | alphaMask,
-		._isInterlaced = GetExportSetting<Bool>(run.GetSettings(), ids::CLASS_PNGEXPORT, ids::PNGEXPORT_INTERLACED, false),
+		._isInterlaced = isInterlaced,
 	};
 	return OK;
 }
@@ -99,10 +101,22 @@ Result<void> PngExportImpl::SetResolution(const ExportRun& run)
 	return _png.SetPixelsPerMetre(ToPixelsPerMetre(run.GetDpi()), ToPixelsPerMetre(run.GetAspectRatio() * run.GetDpi()));
 }
 
+/// A profile that the library refuses is none that readers would take: the usual one stands in for it.
 Result<void> PngExportImpl::PrepareFile(const ExportRun& run)
 {
 	TORVI_TRY(ChooseShape(run));
 	_profile = run.GetNonlinearColorProfile(_format);
+	Result<void> prepared = PrepareHeader(run);
+	const ColorProfile usual = _format->GetColorSpace()->GetDefaultNonlinearColorProfile();
+	const Bool isRefused = !prepared.IsOk() && prepared.GetError().GetId() == errorids::MEDIASESSIONWRONGTYPE;
+	if (!isRefused || _profile == usual)
+		return prepared;
+	_profile = usual;
+	return PrepareHeader(run);
+}
+
+Result<void> PngExportImpl::PrepareHeader(const ExportRun& run)
+{
 	TORVI_TRY(_png.Open());
 	TORVI_TRY(_png.SetShape(_shape));
 	TORVI_TRY(SetColorProfile());

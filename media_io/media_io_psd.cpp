@@ -181,7 +181,6 @@ Result<void> PsdImportImpl::DescribeAlphas(StreamTreeBuilder& streams)
 
 Result<void> PsdImportImpl::ReadStreams(BinaryReader& reader, ImportRun& run)
 {
-	TORVI_CHECK(_state._merged._picture >= 0, IllegalStateError("The file is closed."));
 	TORVI_TRY(ReadPsdLayerPixels(reader, run, _state._document, _state._layers));
 	TORVI_TRY(ReadPsdMergedPixels(reader, run, _state._document, _state._merged, _state._mergedPosition));
 	return CheckCancelled();

@@ -1,6 +1,8 @@
 // The bridge to libpng. See its manual, libpng-manual.txt, for the order of calls.
 #include "media_io/png_library.h"
 
+#include "host/job.h"
+
 namespace torvi
 {
 
@@ -51,8 +53,10 @@ void PngLibrary::Drop() noexcept
 /// A call that went well although memory was missing has left something out, such as the colour profile.
 Result<void> PngLibrary::Run(void (*calls)(const void* closure), const void* closure) noexcept
 {
-	if (CallProtected(_jumpBuffer, calls, closure))
-		return _isOutOfMemory ? Result<void>(OutOfMemoryError()) : OK;
+	const Bool hasReturned = CallProtected(_jumpBuffer, calls, closure);
+	TORVI_CHECK(!_isOutOfMemory, OutOfMemoryError());
+	if (hasReturned)
+		return OK;
 	return _error ? std::move(_error) : Error::Make(_namelessFailure, "", SourceLocation::current());
 }
 
@@ -69,12 +73,12 @@ void PngLibrary::OnError(png_structp png, png_const_charp message)
 	png_longjmp(png, 1);
 }
 
+/// What ended the work without being the file's fault stays itself.
 void PngLibrary::TakeMessage(png_const_charp message) noexcept
 {
-	_error = MediaSessionWrongTypeError("PNG Error: @", message);
-	if (_isOutOfMemory)
-		_error.SetCause(OutOfMemoryError());
-	else if (_cause)
+	const Bool isOfFile = !_cause || (_cause.GetId() != errorids::OUTOFMEMORY && _cause.GetId() != errorids::OPERATIONCANCELLED);
+	_error = isOfFile ? MediaSessionWrongTypeError("PNG Error: @", message) : std::move(_cause);
+	if (_cause)
 		_error.SetCause(std::move(_cause));
 }
 
@@ -137,9 +141,10 @@ void PngReader::OnRead(png_structp png, png_bytep bytes, std::size_t count)
 		png_error(png, "Read Error!");
 }
 
+/// The library reads whole interlaced pictures in one call: here they can be cancelled.
 Bool PngReader::ReadBytes(Block<Byte> bytes) noexcept
 {
-	return Keep(_stream->ReadBlock(bytes));
+	return Keep(IsCurrentJobCancelled() ? OperationCancelledError() : _stream->ReadBlock(bytes));
 }
 
 Result<PngHeader> PngReader::ReadHeader() noexcept
@@ -229,9 +234,7 @@ Result<void> PngReader::AddRow(Int bytes)
 {
 	_rows.push_back(nullptr);
 	png_byte*& row = _rows.back();
-	TORVI_TRY(Enter([&]() { row = static_cast<png_byte*>(png_malloc(_png, static_cast<png_alloc_size_t>(bytes))); }));
-	TORVI_CHECK(row != nullptr, OutOfMemoryError());
-	return OK;
+	return Enter([&]() { row = static_cast<png_byte*>(png_malloc(_png, static_cast<png_alloc_size_t>(bytes))); });
 }
 
 Result<void> PngReader::ReadRow() noexcept

@@ -62,9 +62,9 @@ ColorProfile ExportRun::GetNonlinearColorProfile(const PixelFormat& target) cons
 	return colorSpace ? colorSpace->GetDefaultNonlinearColorProfile() : ColorProfile();
 }
 
-ColorProfile ExportRun::GetColorProfileWithoutEmbedding() const
+Result<ColorProfile> ExportRun::GetColorProfileWithoutEmbedding() const
 {
-	if (GetExportSetting<Bool>(_settings, ids::EXPORT_DESCRIPTION, ids::EXPORT_DISABLESRGBCONVERSION, false))
+	if (TORVI_TRY(GetExportSetting<Bool>(_settings, ids::EXPORT_DESCRIPTION, ids::EXPORT_DISABLESRGBCONVERSION, false)))
 		return GetProperties()->GetOr<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE, {});
 	return GetBuiltInColorProfile(ids::COLORPROFILE_SRGB);
 }
@@ -227,7 +227,9 @@ Result<void> ImageExportBase::TakeImage(const MediaStreamImageDataExportRef& str
 	const PixelFormat pixelFormat = TORVI_TRY(format->Get<PixelFormat>(ids::MEDIAFORMAT_PIXELFORMAT));
 	_image = stream;
 	_imageHasAlpha = pixelFormat && pixelFormat->HasAlpha();
-	_settings = format->GetOr<DataDictionary>(ids::MEDIAFORMAT_EXPORTSETTINGS, {});
+	Result<DataDictionary> settings = format->Get<DataDictionary>(ids::MEDIAFORMAT_EXPORTSETTINGS);
+	TORVI_CHECK(settings.IsOk() || settings.GetError().GetId() != errorids::OUTOFMEMORY, settings.TakeError());
+	_settings = settings.IsOk() ? settings.TakeValue() : DataDictionary();
 	return stream->SubscribeStream(stream->GetSelectedFormat());
 }
 
@@ -279,8 +281,8 @@ Result<void> ImageExportBase::Export(ExportRun& run)
 	BinaryWriter writer;
 	TORVI_TRY(writer.Open(GetOutputUrl(), _traits._byteOrder));
 	TORVI_TRY(WriteFile(writer, run));
-	TORVI_TRY(writer.Close());
-	return run.ReportProgress(1, 1);
+	TORVI_TRY(run.ReportProgress(1, 1)); // the last chance to stop, as closing puts the file in place
+	return writer.Close();
 }
 
 Result<void> ImageExportBase::Close(Block<const MediaConverterRef> inputs)

@@ -55,7 +55,7 @@ public:
 	/// The picture's own profile if it is an ICC profile for pixels of `target`, else that of integer samples of target's colour space.
 	ColorProfile GetNonlinearColorProfile(const PixelFormat& target) const;
 	/// The profile to convert to for a file that holds none: sRGB, unless the settings turn the conversion off.
-	ColorProfile GetColorProfileWithoutEmbedding() const;
+	Result<ColorProfile> GetColorProfileWithoutEmbedding() const;
 
 	/// Readers of the picture's lines, and of the alpha stream's where there is one.
 	Result<GetPixelHandlerStruct> OpenImage(const PixelFormat& format, const ChannelOffsets& channelOffsets, const ColorProfile& profile);

@@ -80,7 +80,7 @@ Result<StreamHandle> StreamTreeBuilder::AddChild(StreamHandle parent, const Impo
 	return handle;
 }
 
-Result<void> StreamTreeBuilder::AddExif(const MediaStreamExifDataRef& stream, std::function<Result<void>()> deliver)
+Result<void> StreamTreeBuilder::AddExif(const MediaStreamExifDataRef& stream, Delegate<Result<void>()> deliver)
 {
 	const auto format = TORVI_TRY(CreateObject<MediaStreamFormatInterface>(ids::CLASS_MEDIASTREAMFORMAT));
 	TORVI_TRY(stream->AddFormat(TORVI_TRY(Data::Make<Int>(0)), format)); // without one nobody could subscribe
@@ -226,16 +226,11 @@ Result<Bool> ImageImportBase::CheckStage(Block<const MediaConverterRef> inputs) 
 {
 	TORVI_CHECK(inputs.empty(), IllegalStateError("An importer takes no input."));
 	TORVI_CHECK(!_isDone, MediaStreamEOFError());
+	TORVI_CHECK(_isAnalyzed, IllegalStateError("The importer has not analysed its file, or it was closed."));
 	const Array<MediaStreamRef> streams = TORVI_TRY(GetOutputStreams(true));
 	TORVI_CHECK(!streams.empty(), IllegalStateError("The importer has published no stream."));
-	Bool isAnyWanted = false;
-	for (const MediaStreamRef& stream : streams)
-	{
-		TORVI_CHECK(Cast<MediaStreamImageDataImportInterface>(stream) || Cast<MediaStreamExifDataInterface>(stream),
-					IllegalStateError("A stream is not one of the importer's."));
-		isAnyWanted = isAnyWanted || stream->IsSubscribed();
-	}
-	return isAnyWanted;
+	TORVI_CHECK(streams.size() == _published.size() + _exifStreams.size(), IllegalStateError("A stream is not one of the importer's."));
+	return std::ranges::any_of(streams, [](const MediaStreamRef& stream) { return stream->IsSubscribed(); });
 }
 
 Result<void> ImageImportBase::PrepareExecute(Block<const MediaConverterRef> inputs, const TimeValue&, MEDIASESSIONFLAGS)

@@ -7,7 +7,6 @@
 #include "mediasession/media_converter_impl.h"
 #include "torvi/exif.h"
 
-#include <functional>
 #include <optional>
 
 namespace torvi
@@ -58,7 +57,7 @@ public:
 	Result<StreamHandle> AddChild(StreamHandle parent, const ImportStreamInfo& info, ImportWork work);
 	/// EXIF data of the file. `deliver` hands it to the stream, once in an Execute in which somebody wants it and before any picture is
 	/// read; the stream is ended behind it.
-	Result<void> AddExif(const MediaStreamExifDataRef& stream, std::function<Result<void>()> deliver);
+	Result<void> AddExif(const MediaStreamExifDataRef& stream, Delegate<Result<void>()> deliver);
 	/// A further key of a stream's format.
 	template <class T>
 	Result<void> Set(StreamHandle stream, const InternedId& key, T value)
@@ -85,7 +84,7 @@ private:
 	struct ExifStream
 	{
 		MediaStreamExifDataRef _stream;
-		std::function<Result<void>()> _deliver;
+		Delegate<Result<void>()> _deliver;
 	};
 	Result<StreamHandle> Add(const ImportStreamInfo& info, Int work);
 	Int AddWork(const ImportStreamInfo& info);

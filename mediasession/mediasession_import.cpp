@@ -31,7 +31,7 @@ Result<void> HookProgress(const ProgressRef& progress, const MediaProgressDelega
 }
 
 /// One search for an importer.
-struct ImportRun
+struct ImportSearch
 {
 	Result<Bool> Try(const FileFormatHandlerRef& handler);
 	Result<MediaSessionRef> RunHandler(const FileFormatHandlerRef& handler) const;
@@ -50,7 +50,7 @@ struct ImportRun
 	Error _lastError;                     ///< of the handler that refused last
 };
 
-Result<MediaSessionRef> ImportRun::RunHandler(const FileFormatHandlerRef& handler) const
+Result<MediaSessionRef> ImportSearch::RunHandler(const FileFormatHandlerRef& handler) const
 {
 	const MediaInputRef input = Cast<MediaInputInterface>(TORVI_TRY(handler->CreateHandler(_url)));
 	TORVI_CHECK(input, NullptrError());
@@ -65,7 +65,7 @@ Result<MediaSessionRef> ImportRun::RunHandler(const FileFormatHandlerRef& handle
 }
 
 /// Whether the handler takes the file. One whose importer says that it is of another kind is passed over, without a trace in the output.
-Result<Bool> ImportRun::Try(const FileFormatHandlerRef& handler)
+Result<Bool> ImportSearch::Try(const FileFormatHandlerRef& handler)
 {
 	if (_skippedHandler && handler == _skippedHandler)
 		return false;
@@ -83,7 +83,7 @@ Result<Bool> ImportRun::Try(const FileFormatHandlerRef& handler)
 	return false;
 }
 
-Result<Array<FileFormatHandlerRef>> ImportRun::FindHandlers()
+Result<Array<FileFormatHandlerRef>> ImportSearch::FindHandlers()
 {
 	if (_preferredHandler)
 	{
@@ -95,7 +95,7 @@ Result<Array<FileFormatHandlerRef>> ImportRun::FindHandlers()
 	return FileFormatDetection::DetectAll(_url, types, 0, [this](const FileFormatHandlerRef& handler) { return Try(handler); });
 }
 
-Error ImportRun::MakeNotSupportedError()
+Error ImportSearch::MakeNotSupportedError()
 {
 	Error error = IllegalArgumentError("Image @ is not of a supported type.", _url);
 	if (_lastError)
@@ -122,7 +122,7 @@ Result<MediaSessionRef> MediaSessionImport(const Url& url, const TimeValue& targ
 		{
 			TORVI_CHECK(output, IllegalArgumentError("An import needs an output."));
 			ReportImport(url, targetTime, flags);
-			ImportRun run{url, targetTime, flags, output, selectionHandler, progress, preferredHandler, {}, {}, {}};
+			ImportSearch run{url, targetTime, flags, output, selectionHandler, progress, preferredHandler, {}, {}, {}};
 			const Array<FileFormatHandlerRef> handlers = TORVI_TRY(run.FindHandlers());
 			if (handlers.empty() || !run._session)
 				return run.MakeNotSupportedError();

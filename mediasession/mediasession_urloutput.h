@@ -33,12 +33,14 @@ private:
 /// Key-not-found error if neither has it.
 TORVI_EXPORT Result<Data> FindExportSetting(const DataDictionary& settings, const Id& description, const Id& key);
 
-/// The same as a T; `fallback` if there is none or if it does not convert.
+/// The same as a T; `fallback` if there is none or if it does not convert. The out-of-memory error is the only one.
 template <class T>
-T GetExportSetting(const DataDictionary& settings, const Id& description, const Id& key, T fallback)
+Result<T> GetExportSetting(const DataDictionary& settings, const Id& description, const Id& key, T fallback)
 {
-	const Result<Data> value = FindExportSetting(settings, description, key);
-	return value.IsOk() ? value.GetValue().ConvertTo<T>().ValueOr(std::move(fallback)) : fallback;
+	Result<Data> found = FindExportSetting(settings, description, key);
+	Result<T> value = found.IsOk() ? found.GetValue().ConvertTo<T>() : Result<T>(found.TakeError());
+	TORVI_CHECK(value.IsOk() || value.GetError().GetId() != errorids::OUTOFMEMORY, value.TakeError());
+	return value.IsOk() ? std::move(value) : Result<T>(std::move(fallback));
 }
 
 } // namespace torvi

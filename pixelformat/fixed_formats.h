@@ -65,7 +65,7 @@ enum class FixedFamily : UChar
 
 constexpr Int FIXED_FAMILY_COUNT = 13;
 
-/// One name per format, such as `RGB_U8`. The first `FIXED_SOURCE_COUNT` are also the sources of direct conversions, in order of search.
+/// One name per format, such as `RGB_U8`. The first `FIXED_SOURCE_COUNT` are also the sources of direct conversions.
 enum class FixedFormat : UChar
 {
 #define FIXED_FORMAT(family, type, ...) family##_##type,

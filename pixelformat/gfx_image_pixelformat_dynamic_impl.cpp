@@ -80,7 +80,7 @@ Bool IsUsed(const ImageChannel& channel)
 
 Result<void> PixelFormatDynamicImpl::Append(const ImageChannel& channel)
 {
-	TORVI_CHECK(channel, NullptrError("A pixel format can not have a null channel."));
+	TORVI_CHECK(channel && channel->GetChannelType(), NullptrError("A pixel format can not have a null channel, or one without a type."));
 	TORVI_TRY(JoinColorSpace(channel->GetChannelType()->GetColorSpace()));
 	const Int index = CountOf(_channels);
 	Int* const role = IndexOf(channel->GetChannelType()->GetType());

@@ -114,7 +114,7 @@ public:
 													 const ChannelOffsets& dstOffsets, Bool, Bool&) const override
 	{
 		const std::optional<FixedFormat> source = FixedFormatOf(srcFormat);
-		if (!source || !IsDirectSource(*source))
+		if (!source || (!IsDirectSource(*source) && *source != _info._format))
 			return ConvertPixelFunc();
 		const std::optional<FixedPlaces> to = FixedPlaces::Make(_info._format, dstOffsets);
 		const std::optional<FixedPlaces> from = FixedPlaces::Make(*source, srcOffsets);

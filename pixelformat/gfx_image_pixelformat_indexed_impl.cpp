@@ -77,16 +77,21 @@ struct SharedIndexConversion
 class PixelFormatIndexedImpl final : public PixelFormatBaseImpl, public PixelFormatIndexedColorInterface
 {
 public:
-	explicit PixelFormatIndexedImpl(const IndexedRow& row) : _offsetValues{0, row._bits}, _offsets(_offsetValues) {}
+	explicit PixelFormatIndexedImpl(const IndexedRow& row)
+		: _shortName(row._shortName), _offsetValues{0, row._bits}, _offsets(_offsetValues)
+	{
+	}
 	PixelFormatIndexedImpl(const PixelFormatIndexedImpl& other)
 		: ObjectInterface(other), PixelFormatInterface(other), PixelFormatBaseImpl(other), PixelFormatIndexedColorInterface(other),
-		  _offsetValues(other._offsetValues), _offsets(_offsetValues), _tableFormat(other._tableFormat), _floatFormat(other._floatFormat),
-		  _tableSize(other._tableSize), _table(other._table)
+		  _shortName(other._shortName), _offsetValues(other._offsetValues), _offsets(_offsetValues), _tableFormat(other._tableFormat),
+		  _floatFormat(other._floatFormat), _tableSize(other._tableSize), _table(other._table)
 	{
 	}
 
+	/// Formats with tables of their own are made from the class, so that group and name are the class's matter.
 	Result<void> InitObject() override
 	{
+		TORVI_TRY(Init(FindDeclared<PixelFormatGroupInterface>(ids::PIXELFORMATGROUP_INDEXED), _shortName));
 		_tableFormat = GetPixelFormat(ids::PIXELFORMAT_RGBA_U8);
 		_floatFormat = GetPixelFormat(ids::PIXELFORMAT_RGBA_F32);
 		TORVI_CHECK(_tableFormat && _floatFormat, NullptrError("The formats of colour tables are not registered."));
@@ -135,6 +140,7 @@ private:
 	Result<void> CheckRow(Int index, const PixelBuffer& color) const;
 	ConvertPixelFunc CopyOfIndices() const;
 
+	CString _shortName;
 	std::array<BITS, 2> _offsetValues;
 	const ChannelOffsets _offsets;
 	PixelFormat _tableFormat;

@@ -216,10 +216,10 @@ constexpr std::array<Int, 1> AT_START = {0};
 constexpr Int BUFFER_BYTES = 8192;
 constexpr Int CHUNK_MULTIPLE = 64; // pixels; keeps the destination's alignment from chunk to chunk
 
-/// How many pixels bring `address` to a multiple of STREAM_ALIGNMENT; negative if none do.
-Int PixelsToAlignment(const Byte* address, Int pixelSize)
+/// How many pixels, a multiple of `together`, bring `address` to a multiple of STREAM_ALIGNMENT; negative if none do.
+Int PixelsToAlignment(const Byte* address, Int pixelSize, Int together)
 {
-	for (Int pixels = 0; pixels < STREAM_ALIGNMENT; ++pixels)
+	for (Int pixels = 0; pixels < STREAM_ALIGNMENT; pixels += together)
 		if ((reinterpret_cast<std::uintptr_t>(address) + static_cast<std::size_t>(pixels * pixelSize)) % STREAM_ALIGNMENT == 0)
 			return pixels;
 	return -1;
@@ -279,8 +279,11 @@ std::optional<ConversionPlan> ConversionPlan::Make(Block<const ChannelPlace> des
 void ConversionPlan::Finish()
 {
 	Int largest = std::max(_source.GetPixelSize(), _destination.GetPixelSize());
-	for (Int i = 0; i < _stepCount; ++i)
-		largest = std::max(largest, _steps[static_cast<std::size_t>(i)]._destinationSize);
+	for (const PlanStep& step : Block<const PlanStep>(_steps).first(static_cast<std::size_t>(_stepCount)))
+	{
+		largest = std::max(largest, step._destinationSize);
+		_together = std::max(_together, step._together);
+	}
 	_chunk = BUFFER_BYTES / largest / CHUNK_MULTIPLE * CHUNK_MULTIPLE;
 }
 
@@ -330,7 +333,8 @@ void ConversionPlan::Run(const KernelRun& run) const
 	if (run._count <= 0)
 		return;
 	const bool isLarge = _destination.IsPacked(run._destinationStride) && run._count * run._destinationStride >= STREAM_BYTES;
-	const Int head = isLarge ? PixelsToAlignment(run._destination + _destination.GetFirstOffset(), run._destinationStride) : -1;
+	const Byte* const first = run._destination + _destination.GetFirstOffset();
+	const Int head = isLarge ? PixelsToAlignment(first, run._destinationStride, _together) : -1;
 	if (head < 0)
 		return RunInChunks(run, false);
 	RunInChunks(PartOf(run, 0, head), false);

@@ -23,6 +23,7 @@ struct PlanStep
 	Function _function = nullptr;
 	Int _destinationSize = 0; // bytes of a pixel
 	Int _sourceSize = 0;
+	Int _together = 1;   // pixels that are converted as one: no call may part them
 	Int _valueCount = 0; // of a pixel, where the values are converted
 	LinearKernel _linear = nullptr;
 	MeanKernel _meanKernel = nullptr;
@@ -81,7 +82,8 @@ private:
 
 	std::array<PlanStep, MOST_STEPS> _steps = {};
 	Int _stepCount = 0;
-	Int _chunk = 0; // pixels whose buffers stay in the cache
+	Int _chunk = 0;    // pixels whose buffers stay in the cache
+	Int _together = 1; // the most of the steps
 	PlacedChannels _destination;
 	PlacedChannels _source;
 };

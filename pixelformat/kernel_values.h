@@ -214,7 +214,7 @@ TORVI_KERNEL_INLINE constexpr T MeanOfThree(T a, T b, T c)
 		// In 32 bits: the mean rounded down, and one more where it is negative and not whole, as it is cut towards zero.
 		const Int32 rests = a % 3 + b % 3 + c % 3 + 6; // 0 to 12
 		const Int32 thirds = rests * 11 >> 5;
-		const Int32 down = a / 3 + b / 3 + c / 3 + thirds - 2;
+		const Int32 down = a / 3 + b / 3 + c / 3 + (thirds - 2); // the sum alone may be the largest number
 		return down + static_cast<Int32>(down < 0 && rests != thirds * 3);
 	}
 	else if constexpr (std::same_as<T, HalfFloat>)

@@ -129,7 +129,7 @@ std::optional<ConversionPlan> YuvPlanFrom(YuvFormat destination, const FixedPlac
 	if (!IsPartner(source.GetFormat()))
 		return std::nullopt;
 	const auto encode = destination == YuvFormat::I422A ? &EncodePixels<YuvFormat::I422A> : &EncodePixels<YuvFormat::I422B>;
-	return PlanBetween(FixedPlaces(FixedFormat::RGB_U8), source).Before({encode, YUV_PIXEL_SIZE, 3});
+	return PlanBetween(FixedPlaces(FixedFormat::RGB_U8), source).Before({encode, YUV_PIXEL_SIZE, 3, 2});
 }
 
 std::optional<ConversionPlan> YuvPlanTo(const FixedPlaces& destination, YuvFormat source)
@@ -137,7 +137,7 @@ std::optional<ConversionPlan> YuvPlanTo(const FixedPlaces& destination, YuvForma
 	if (!IsPartner(destination.GetFormat()))
 		return std::nullopt;
 	const auto decode = source == YuvFormat::I422A ? &DecodePixels<YuvFormat::I422A> : &DecodePixels<YuvFormat::I422B>;
-	return PlanBetween(destination, FixedPlaces(FixedFormat::RGB_U16)).After({decode, 6, YUV_PIXEL_SIZE});
+	return PlanBetween(destination, FixedPlaces(FixedFormat::RGB_U16)).After({decode, 6, YUV_PIXEL_SIZE, 2});
 }
 
 } // namespace torvi

@@ -32,7 +32,6 @@ Result<PixelFormat> MakeIndexedFormat(const PixelFormat& formatTemplate, const s
 	Array<Byte> rows = TORVI_TRY(ReadInput(palette));
 	TORVI_CHECK(rows.size() % 4 == 0, IllegalArgumentError("A palette has four bytes a row; @ has @ bytes.", palette, rows.size()));
 	PixelFormat format = TORVI_TRY(CreateObject<PixelFormatInterface>(formatTemplate->GetClassId()));
-	TORVI_TRY(format->Init(formatTemplate->GetPixelFormatGroup(), formatTemplate->GetShortName()));
 	const PixelFormatIndexedColorRef table = Cast<PixelFormatIndexedColorInterface>(format);
 	const PixelFormat rowFormat = TORVI_TRY(ParsePixelFormat("rgba.u8"));
 	TORVI_TRY(table->InitColorTable(CountOf(rows) / 4, rowFormat));

@@ -3,7 +3,6 @@
 
 #include "tools/watch.h"
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -81,31 +80,12 @@ Bool IsStandardStream(const std::string& name)
 	return name == "-";
 }
 
-/// What can be opened once only, or must not be replaced: pipes and devices.
+/// What can be opened once only: pipes and devices.
 Bool IsSpecialFile(const std::string& name)
 {
 	std::error_code code;
 	const fs::file_status status = fs::status(name, code);
 	return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
-}
-
-/// A name in the folder of `path` that nobody else uses.
-fs::path MakeNameBeside(const fs::path& path)
-{
-	static std::atomic<int> s_count{0};
-	return path.parent_path() / (".torvi-image-" + std::to_string(getpid()) + "-" + std::to_string(s_count++) + ".part");
-}
-
-/// Puts a finished file in the place of its name; the one that was there passes its permissions on.
-Result<void> PutInPlace(const fs::path& beside, const fs::path& target)
-{
-	TORVI_TRY(CheckInterrupt());
-	std::error_code code;
-	if (const fs::file_status old = fs::status(target, code); fs::is_regular_file(old))
-		fs::permissions(beside, old.permissions(), code);
-	fs::rename(beside, target, code);
-	TORVI_CHECK(!code, IoError("\"@\" can not be written: @.", target.string(), code.message()));
-	return OK;
 }
 
 } // namespace
@@ -135,17 +115,7 @@ Result<void> WriteOutput(const std::string& name, const std::function<Result<voi
 		TORVI_TRY(write(TORVI_TRY(memory->GetUrl("standard output"))));
 		return WriteStandardOutput(memory->GetBytes());
 	}
-	if (IsSpecialFile(name))
-		return write(TORVI_TRY(Url::FromSystemPath(name)));
-	std::error_code code;
-	const fs::path target = fs::is_symlink(name, code) && fs::exists(name, code) ? fs::canonical(name, code) : fs::path(name);
-	const fs::path beside = MakeNameBeside(target);
-	Result<void> result = write(TORVI_TRY(Url::FromSystemPath(beside.string())));
-	if (result.IsOk())
-		result = PutInPlace(beside, target);
-	if (!result.IsOk())
-		fs::remove(beside, code);
-	return result;
+	return write(TORVI_TRY(Url::FromSystemPath(name)));
 }
 
 Result<void> WriteBytes(const std::string& name, const std::function<Result<void>(const ByteSink&)>& write)
@@ -157,6 +127,7 @@ Result<void> WriteBytes(const std::string& name, const std::function<Result<void
 					   {
 						   const OutputStreamRef stream = TORVI_TRY(url.OpenOutputStream());
 						   TORVI_TRY(write([&](Block<const Byte> bytes) { return stream->Write(bytes); }));
+						   TORVI_TRY(CheckInterrupt());
 						   return stream->Close();
 					   });
 }

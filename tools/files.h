@@ -14,8 +14,7 @@ Result<Url> OpenInput(const std::string& name);
 /// All bytes of a file, a pipe or "-".
 Result<Array<Byte>> ReadInput(const std::string& name);
 
-/// Calls `write` with a Url to write to, which becomes `name` only if all goes well: a file beside it is renamed. "-" is standard output,
-/// written when all is there.
+/// Calls `write` with the Url to write to. "-" is standard output, written when all is there.
 Result<void> WriteOutput(const std::string& name, const std::function<Result<void>(const Url&)>& write);
 
 /// Takes bytes in order.

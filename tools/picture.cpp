@@ -6,8 +6,6 @@
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_fileformats.h"
 
-#include <map>
-
 namespace torvi::tool
 {
 
@@ -20,7 +18,6 @@ class SelectionRules final : public ObjectInterface
 public:
 	Bool _structureOnly = false;
 	std::string _image;
-	std::map<Int, DataDictionary> _exportSettings; ///< found while selecting, by index of the picture; textures do not keep them
 };
 
 /// The name of a picture as users give it: its own, or "#N".
@@ -40,15 +37,13 @@ Bool IsWanted(const SelectionRules& rules, const MediaStreamFormatInterface& for
 }
 
 /// The wish for a picture, which its layers, masks and alpha channels share. Mipmap levels have no place in a texture.
-Result<MediaOutputSelectionResult> Select(SelectionRules& rules, const MediaStreamRef& stream, const MediaStreamFormat& format)
+Result<MediaOutputSelectionResult> Select(const SelectionRules& rules, const MediaStreamRef& stream, const MediaStreamFormat& format)
 {
 	const auto all = rules._structureOnly ? MediaOutputSelectionResult::SELECTSTRUCTURE : MediaOutputSelectionResult::SELECTALL;
 	if (!format || !Cast<MediaStreamImageBaseInterface>(stream))
 		return MediaOutputSelectionResult::SELECTALL;
 	if (static_cast<MediaStreamType>(format->GetOr<UInt32>(ids::MEDIAFORMAT_TYPE, 0)) == MediaStreamType::MIPMAP)
 		return MediaOutputSelectionResult::SELECTNONE;
-	if (Result<DataDictionary> settings = format->Get<DataDictionary>(ids::MEDIAFORMAT_EXPORTSETTINGS); settings.IsOk())
-		rules._exportSettings.insert_or_assign(format->GetOr<Int>(ids::MEDIAFORMAT_SUBIMAGEINDEX, 0), settings.TakeValue());
 	HierarchyObjectRef root = stream;
 	for (HierarchyObjectRef parent = root->GetParent(); parent; parent = root->GetParent())
 		root = parent;
@@ -186,14 +181,7 @@ Result<ImageTextureRef> LoadStructure(const Url& url)
 {
 	const auto rules = TORVI_TRY(NewObject<SelectionRules>());
 	rules->_structureOnly = true;
-	ImageTextureRef texture = TORVI_TRY(Load(url, rules, 0.0));
-	for (const ImageBaseRef& image : GetImageChildren(*texture, IMAGEHIERARCHY::IMAGE))
-	{
-		if (const auto found = rules->_exportSettings.find(image->GetOr<Int>(ids::IMAGE_SUBIMAGEINDEX, 0));
-			found != rules->_exportSettings.end())
-			TORVI_TRY(image->Set<DataDictionary>(ids::IMAGE_EXPORTSETTINGS, found->second));
-	}
-	return texture;
+	return Load(url, rules, 0.0);
 }
 
 Result<ImageTextureRef> LoadPicture(const Url& url, const std::string& name, const PictureChoice& choice)

@@ -36,7 +36,7 @@ constexpr InternedId MakeExifTag(UInt64 tag, ExifDirectory directory = ExifDirec
 class TORVI_EXPORT ExifStaticInterface : public virtual ObjectInterface
 {
 public:
-	/// `data` is a TIFF structure, with or without "Exif" and two zero bytes before it. An error for data without one readable tag.
+	/// `data` is a TIFF structure, with or without "Exif" and two bytes before it. An error for data without one readable tag.
 	virtual Result<ExifRef> OpenFromMemory(Block<const Byte> data) const = 0;
 	/// The first EXIF block of a JPEG file. An error if there is none.
 	virtual Result<ExifRef> OpenJpgFromUrl(const Url& url) const = 0;

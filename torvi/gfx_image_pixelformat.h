@@ -51,7 +51,7 @@ enum class CHANNELTYPE : UInt32
 	COVERAGE = 23,
 	BG = 24,
 	NODERENDERID = 25,
-	COLOR = 26, ///< has a text but no object
+	COLOR = 26, ///< has no channel type object
 	TRANSPARENCY = 27,
 	VELOCITY = 28,
 	WEIGHT = 29,
@@ -185,7 +185,8 @@ public:
 	/// The pixel's channel values as text.
 	virtual String PixToString(const Byte* pixel) const = 0;
 
-	/// What this format, as destination or as source, converts directly; the empty function where it does not. For GetConvertPixelFunc.
+	/// What this format, as destination or as source, converts directly; the empty function where it does not. For
+	/// GetConvertPixelFunc, which all others call: without memory these may throw std::bad_alloc.
 	virtual Result<ConvertPixelFunc> GetConvertPixelFromFunc(const PixelFormat& srcFormat, const ChannelOffsets& srcOffsets,
 															 const ChannelOffsets& dstOffsets, Bool fastLayout,
 															 Bool& isColorConverted) const = 0;

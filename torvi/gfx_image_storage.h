@@ -89,7 +89,8 @@ public:
 	ColorProfile _dstColorProfile; ///< the profile of the pixels that are read
 };
 
-/// Writes lines. Several threads may write separate lines. Observers of the image learn of the region when the handler is freed.
+/// Writes lines. Several threads may write separate lines by `_setLine`, and widen `_updateRegion` when they are done; SetLine is for one
+/// thread. Observers of the image learn of the region when the handler is freed.
 class SetPixelHandlerStruct : public PixelHandlerRecord<SetPixelHandlerStruct>
 {
 public:

@@ -17,7 +17,11 @@ class ModuleScope
 {
 public:
 	ModuleScope() : _result(StartModule()) {}
-	~ModuleScope() { EndModule(); }
+	~ModuleScope()
+	{
+		if (_result.IsOk())
+			EndModule();
+	}
 	ModuleScope(const ModuleScope&) = delete;
 	ModuleScope& operator=(const ModuleScope&) = delete;
 

@@ -8,7 +8,7 @@
 namespace torvi
 {
 
-/// The longest block: that of a segment of a JPEG file. The library reads no byte behind it.
+/// The longest block, a little more than a segment of a JPEG file holds. The library reads no byte behind it.
 inline constexpr Int LONGEST_EXIF_BLOCK = 65534;
 
 /// One run of the library. It gets the host's memory, and only so much of it: each of some five thousand entries may claim the same 64 KiB

@@ -96,6 +96,25 @@ TEST(Hierarchy, ChildOutlivesItsParent)
 	EXPECT_EQ(NamesOf(child, 4), "g");
 }
 
+TEST(Hierarchy, ParentsMayEndWhileTheyAreAskedFor)
+{
+	for (int i = 0; i < 200; ++i)
+	{
+		NodeRef parent = MakeNode('p');
+		const NodeRef child = MakeNode('c');
+		TORVI_MUST(child->InsertAsLastChildOf(parent, 1));
+		std::thread reader(
+			[&]()
+			{
+				while (child->GetParent())
+				{
+				}
+			});
+		parent = nullptr;
+		reader.join();
+	}
+}
+
 TEST(Hierarchy, CopyStandsAlone)
 {
 	const NodeRef root = MakeNode('r'), child = MakeNode('c');

@@ -7,6 +7,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <map>
 #include <numeric>
 #include <string>
 #include <thread>
@@ -124,6 +126,44 @@ TEST(Stream, FileErrorsNamePathAndReason)
 	const Error isFolder = FileUrl(folder.At("")).OpenInputStream().TakeError();
 	EXPECT_NE(isFolder.GetMessage().find("Is a directory"), std::string_view::npos) << isFolder.ToString();
 	EXPECT_EQ(FileUrl(folder.At("")).OpenOutputStream().GetError().GetId(), errorids::IO);
+}
+
+/// What a folder holds: names and bytes of its files.
+std::map<std::string, std::string> FilesOf(const std::string& folder)
+{
+	std::map<std::string, std::string> files;
+	for (const auto& entry : std::filesystem::directory_iterator(folder))
+	{
+		std::ifstream stream(entry.path(), std::ios::binary);
+		files[entry.path().filename()] = std::string(std::istreambuf_iterator<char>(stream), {});
+	}
+	return files;
+}
+
+TEST(Stream, FilesAppearWholeOrNotAtAll)
+{
+	const TemporaryFolder folder;
+	const std::string path = folder.At("file");
+	const Array<Byte> early = {'o', 'l', 'd'}, late = {'n', 'e', 'w'};
+	ASSERT_TRUE(TORVI_MUST(FileUrl(path).OpenOutputStream())->Write(early).IsOk());
+	EXPECT_TRUE(FilesOf(folder.At("")).empty()) << "not closed";
+	ASSERT_TRUE(WriteAll(FileUrl(path), early).IsOk());
+	ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+	std::filesystem::create_symlink("file", folder.At("link"));
+	{
+		const InputStreamRef reader = TORVI_MUST(FileUrl(path).OpenInputStream());
+		const OutputStreamRef stream = TORVI_MUST(FileUrl(folder.At("link")).OpenOutputStream());
+		ASSERT_TRUE(stream->Write(late).IsOk());
+		EXPECT_EQ(FilesOf(folder.At(""))["file"], "old");
+		ASSERT_TRUE(stream->Close().IsOk());
+		ASSERT_TRUE(stream->Close().IsOk());
+		Array<Byte> read(3);
+		ASSERT_TRUE(reader->ReadBlock(read).IsOk());
+		EXPECT_EQ(read, early) << "the file that was opened before";
+	}
+	EXPECT_EQ(FilesOf(folder.At("")), (std::map<std::string, std::string>{{"file", "new"}, {"link", "new"}}));
+	EXPECT_TRUE(std::filesystem::is_symlink(folder.At("link")));
+	EXPECT_EQ(static_cast<int>(std::filesystem::status(path).permissions()), 0640);
 }
 
 TEST(Stream, FullDiskIsReported)

@@ -2,8 +2,8 @@
 #include "host/description.h"
 #include "media_io/media_io_bmp.h"
 #include "media_io/registration.h"
+#include "tests/media_io/fault_checks.h"
 #include "tests/media_io/sample_files.h"
-#include "tests/support/allocation_failure.h"
 #include "tests/support/failing_url.h"
 #include "torvi/gfx_image.h"
 #include "torvi/ids_formats.h"
@@ -197,24 +197,6 @@ TEST_F(BmpTest, EmptyPicturesLoad)
 		bytes.resize(54);
 		const Result<ImageTextureRef> texture = LoadFile(MakeMemoryUrl(bytes));
 		EXPECT_TRUE(texture.IsOk()) << TextOf(texture.GetError());
-	}
-}
-
-TEST_F(BmpTest, ReadsFilesThatCannotSeekAndHandsOnEveryReadError)
-{
-	for (const char* name : {"pal4.bmp", "rgb24.bmp", "rle8.bmp", "rgba32-h124.bmp", "gap-before-pixels.bmp"})
-	{
-		const std::vector<Byte> bytes = GetGoodFile(name);
-		const Result<PixelArray> plain = LoadPixels(MakeMemoryUrl(bytes));
-		const Result<PixelArray> piped = LoadPixels(MakeFailingUrl(bytes, {._canSeek = false}));
-		ASSERT_TRUE(piped.IsOk()) << name << ": " << TextOf(piped.GetError());
-		EXPECT_EQ(plain.GetValue(), piped.GetValue()) << name;
-		for (Int end = 0; end < CountOf(bytes); ++end)
-		{
-			const Result<PixelArray> failed = LoadPixels(MakeFailingUrl(bytes, {._readErrorAt = end}));
-			const bool isGap = std::string(name) == "gap-before-pixels.bmp" && failed.IsOk(); // bytes that nobody reads
-			EXPECT_TRUE(isGap || !failed.IsOk()) << name << " at byte " << end;
-		}
 	}
 }
 
@@ -522,18 +504,10 @@ TEST_F(BmpTest, AnotherProgramReadsWhatWeWrite)
 	}
 }
 
-TEST_F(BmpTest, RunningOutOfMemoryIsAnError)
+TEST_F(BmpTest, Faults)
 {
-	const std::vector<Byte> bytes = GetGoodFile("pal2-alpha.bmp");
-	const Url url = MakeMemoryUrl(bytes);
-	const Int count = ForEachAllocationFailure([&]() { return LoadFile(url); },
-											   [](const auto& result, Bool hasFailed)
-											   {
-												   const bool isMemory =
-													   hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
-												   EXPECT_TRUE(isMemory || result.IsOk()) << TextOf(result.GetError());
-											   });
-	EXPECT_GT(count, 20);
+	CheckLoadFaults("bmp", ids::CLASS_BMPIMPORT, {"pal4.bmp", "rle8.bmp", "rgba32-h124.bmp", "gap-before-pixels.bmp", "pal2-alpha.bmp"});
+	CheckSaveFaults(ids::CLASS_BMPEXPORT, TORVI_MUST(MakeTexture(ids::PIXELFORMAT_RGBA_U8, WIDTH, HEIGHT, MakeRgba())));
 }
 
 } // namespace

@@ -5,8 +5,8 @@
 #include "media_io/jpg_mpf.h"
 #include "media_io/media_io_jpg.h"
 #include "media_io/registration.h"
+#include "tests/media_io/fault_checks.h"
 #include "tests/media_io/sample_files.h"
-#include "tests/support/allocation_failure.h"
 #include "tests/support/failing_url.h"
 #include "torvi/exif.h"
 #include "torvi/gfx_image.h"
@@ -288,22 +288,6 @@ TEST(JpgMultiPicture, ReadsDirectories)
 	}
 }
 
-TEST_F(TurnedJpgTest, HandsOnEveryReadError)
-{
-	const std::string READ_FAILED = "net.torvi.error.io: The read failed.";
-	const std::string UNDETECTED = "net.torvi.error.illegalargument: Image failing:file is not of a supported type.";
-	for (const char* name : {"rgb-turned.jpg", "rgb-progressive.jpg", "pictures-little-endian.jpg"})
-	{
-		const std::vector<Byte> bytes = GetSampleFile("jpeg", name);
-		EXPECT_EQ(LoadPixels(MakeFailingUrl(bytes, {._canSeek = false})).GetValue(), LoadPixels(MakeMemoryUrl(bytes)).GetValue());
-		for (Int end = 0; end < CountOf(bytes); ++end)
-		{
-			const std::string error = TextOf(LoadPixels(MakeFailingUrl(bytes, {._readErrorAt = end})).GetError());
-			EXPECT_TRUE(error == READ_FAILED || error == UNDETECTED) << name << " at byte " << end << ": " << error;
-		}
-	}
-}
-
 SavedFile SaveJpg(const ImageTextureRef& texture, std::optional<Float64> quality = {}, bool isBaseline = false)
 {
 	DataDictionary settings;
@@ -432,6 +416,24 @@ TEST_F(JpgTest, Profiles)
 	}
 }
 
+TEST_F(JpgTest, AnExporterThatIsUsedAgainRemembersNothing)
+{
+	const std::vector<Byte> pixels(SIDE * SIDE * 4, 55);
+	const auto exporter = TORVI_MUST(CreateObject<MediaOutputUrlInterface>(ids::CLASS_JPGEXPORT));
+	std::vector<std::size_t> sizes;
+	for (const Id& format :
+		 {ids::PIXELFORMAT_CMYK_INV_U8, ids::PIXELFORMAT_RGB_U8, ids::PIXELFORMAT_CMYK_INV_U8}) // the first has no profile
+	{
+		const ImageTextureRef texture = TORVI_MUST(MakeTexture(format, SIDE, SIDE, pixels));
+		const auto memory = TORVI_MUST(NewObject<IoMemory>());
+		TORVI_MUST(exporter->SetOutputUrl(TORVI_MUST(memory->GetUrl())));
+		TORVI_MUST(texture->Save(exporter, MEDIASESSIONFLAGS::NONE, nullptr));
+		sizes.push_back(memory->GetBytes().size());
+	}
+	EXPECT_GT(sizes[1], sizes[0]);
+	EXPECT_EQ(sizes[2], sizes[0]);
+}
+
 TEST_F(JpgTest, SizesAndCapabilities)
 {
 	const auto save = [](Int width, Int height)
@@ -445,19 +447,15 @@ TEST_F(JpgTest, SizesAndCapabilities)
 	EXPECT_TRUE(exporter->GetOr<Bool>(ids::MEDIAOUTPUT_EMBED_COLORPROFILE, false));
 }
 
-TEST_F(JpgTest, HandsOnEveryWriteError)
+TEST_F(TurnedJpgTest, Faults)
 {
 	std::vector<Byte> noise;
 	for (UInt32 i = 0, value = 1; i < 300 * 300; ++i, value = value * 1664525 + 1013904223)
 		noise.push_back(static_cast<Byte>(value >> 24));
 	const ImageTextureRef texture = TORVI_MUST(MakeTexture(ids::PIXELFORMAT_GREY_U8, 300, 300, noise));
-	const Int size = CountOf(SaveJpg(texture, 1.0)._bytes);
-	ASSERT_GT(size, 80000) << "the writer's buffer overflows while rows are encoded";
-	for (Int end = 0; end < size; end += 997)
-	{
-		const Result<void> result = SaveFile(texture, ids::CLASS_JPGEXPORT, MakeFailingUrl({}, {._writeErrorAt = end}));
-		EXPECT_EQ(TextOf(result.GetError()), "net.torvi.error.io: The write failed.") << end;
-	}
+	ASSERT_GT(CountOf(SaveJpg(texture, 1.0)._bytes), 80000) << "the writer's buffer overflows while rows are encoded";
+	CheckSaveFaults(ids::CLASS_JPGEXPORT, texture);
+	CheckLoadFaults("jpeg", ids::CLASS_JPGIMPORT, {"rgb-turned.jpg", "rgb-progressive.jpg", "pictures-little-endian.jpg"});
 	const Result<void> inside = SaveFile(texture, ids::CLASS_JPGEXPORT, MakeFailingUrl({}, {._diskSize = 0}));
 	EXPECT_EQ(inside.GetError().GetId(), errorids::MEDIACONVERTER);
 	EXPECT_EQ(inside.GetError().GetMessage(), "Error loading jpg: Output file write error --- out of disk space?");
@@ -474,37 +472,6 @@ TEST_F(JpgTest, CutFilesGiveWhatIsThere)
 	const std::vector<Byte>& there = cut.GetValue()._bytes;
 	EXPECT_TRUE(std::equal(there.begin(), there.begin() + 200 * 4 * 64, whole._bytes.begin()));
 	EXPECT_FALSE(std::equal(there.end() - 200 * 4 * 16, there.end(), whole._bytes.end() - 200 * 4 * 16));
-}
-
-TEST_F(JpgTest, CancellingEndsALoad)
-{
-	for (const char* name : {"grey.jpg", "grey-progressive.jpg"})
-	{
-		const auto importer = TORVI_MUST(CreateObject<UrlImporterInterface>(ids::CLASS_JPGIMPORT));
-		importer->SetUrl(MakeMemoryUrl(GetSampleFile("jpeg", name)));
-		const auto output = TORVI_MUST(CreateObject<MediaOutputTextureInterface>(ids::CLASS_MEDIAOUTPUTTEXTURE));
-		const auto texture = TORVI_MUST(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
-		TORVI_MUST(output->SetOutputTexture(texture, TORVI_MUST(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NORMAL))));
-		const auto session = TORVI_MUST(CreateObject<MediaSessionInterface>(ids::CLASS_MEDIASESSIONOBJECT));
-		TORVI_MUST(session->ConnectMediaConverter(importer, output));
-		session->GetProgress()->Cancel();
-		EXPECT_EQ(session->Convert(TimeValue(), MEDIASESSIONFLAGS::NONE).GetError().GetId(), errorids::OPERATIONCANCELLED) << name;
-	}
-}
-
-TEST_F(TurnedJpgTest, RunningOutOfMemoryIsAnError)
-{
-	const Url url = MakeMemoryUrl(GetSampleFile("jpeg", "rgb-turned.jpg"));
-	const ImageTextureRef texture = MakeSoftTexture(ids::PIXELFORMAT_RGB_U8, 3);
-	const auto check = [](const auto& result, Bool hasFailed)
-	{
-		const bool isMemory = hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
-		EXPECT_TRUE(isMemory || result.IsOk()) << TextOf(result.GetError());
-	};
-	EXPECT_GT(ForEachAllocationFailure([&]() { return LoadFile(url); }, check), 20);
-	const auto memory = TORVI_MUST(NewObject<IoMemory>());
-	const Url target = TORVI_MUST(memory->GetUrl());
-	EXPECT_GT(ForEachAllocationFailure([&]() { return SaveFile(texture, ids::CLASS_JPGEXPORT, target); }, check), 20);
 }
 
 } // namespace

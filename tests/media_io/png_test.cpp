@@ -3,8 +3,8 @@
 #include "media_io/media_io_png.h"
 #include "media_io/png_library.h"
 #include "media_io/registration.h"
+#include "tests/media_io/fault_checks.h"
 #include "tests/media_io/sample_files.h"
-#include "tests/support/allocation_failure.h"
 #include "tests/support/failing_url.h"
 #include "torvi/gfx_image.h"
 #include "torvi/ids_formats.h"
@@ -344,6 +344,19 @@ TEST_F(PngTest, Profiles)
 	}
 }
 
+/// The library takes no profile whose size is not that of its data; others open it.
+TEST_F(PngTest, ARefusedProfileMakesWayForTheUsualOne)
+{
+	Array<Byte> bytes = TORVI_MUST(GetBuiltInColorProfile(ids::COLORPROFILE_LINEARRGB).WriteProfileToMemory());
+	bytes.insert(bytes.end(), 4, Byte(0));
+	const ImageTextureRef texture = MakeNoiseTexture(ids::PIXELFORMAT_RGB_U8);
+	TORVI_MUST(GetPicture(texture, 0)->Set<ColorProfile>(ids::IMAGE_COLORPROFILE, TORVI_MUST(ColorProfile::OpenProfileFromMemory(bytes))));
+	const SavedFile file = SavePng(texture);
+	ASSERT_TRUE(file._result.IsOk()) << TextOf(file._result.GetError());
+	const MediaStreamFormat format = TORVI_MUST(DescribePicture(ids::CLASS_PNGIMPORT, file._bytes));
+	EXPECT_EQ(format->Get<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE).GetValue(), GetBuiltInColorProfile(ids::COLORPROFILE_SRGB));
+}
+
 TEST(PngProfileName, IsOneThatFilesMayHold)
 {
 	struct Case
@@ -366,25 +379,6 @@ TEST(PngProfileName, IsOneThatFilesMayHold)
 	};
 	for (const Case& test : cases)
 		EXPECT_EQ(std::string_view(MakePngProfileName(test._text)), test._name) << test._text;
-}
-
-TEST_F(PngTest, StreamsThatFailAtAnyByte)
-{
-	for (const char* name : {"grey4-key.png", "rgb16.png", "rgba8-interlaced.png", "palette4-alpha.png", "pieces.png"})
-	{
-		const std::vector<Byte> bytes = GetSampleFile("png", name);
-		const Result<PixelArray> piped = LoadPixels(MakeFailingUrl(bytes, {._canSeek = false}));
-		ASSERT_TRUE(piped.IsOk()) << name << ": " << TextOf(piped.GetError());
-		EXPECT_EQ(LoadPixels(MakeMemoryUrl(bytes)).GetValue(), piped.GetValue()) << name;
-		const std::size_t lastData = bytes.size() - 12 - 4; // end and check sum of the data, which nobody needs for pixels
-		for (std::size_t end = 0; end < lastData; ++end)
-			EXPECT_FALSE(LoadPixels(MakeFailingUrl(bytes, {._readErrorAt = static_cast<Int>(end)})).IsOk()) << name << " at byte " << end;
-	}
-	const ImageTextureRef texture = MakeNoiseTexture(ids::PIXELFORMAT_RGB_U8, 200, 200);
-	const Int size = CountOf(Block<const Byte>(SavePng(texture)._bytes));
-	for (Int end = 0; end < size; end += end < 100 ? 1 : 5003)
-		EXPECT_EQ(TextOf(SaveFile(texture, ids::CLASS_PNGEXPORT, MakeFailingUrl({}, {._diskSize = end})).GetError()),
-				  "net.torvi.error.io: The disk is full.");
 }
 
 TEST_F(PngTest, ErrorsHaveTheirCauses)
@@ -438,32 +432,11 @@ TEST_F(PngTest, CancelledJobsStopBetweenRows)
 	}
 }
 
-/// Neither a load nor a save without memory gives a picture that lacks something, and the library says nothing by itself.
-TEST_F(PngTest, RunningOutOfMemoryIsAnError)
+TEST_F(PngTest, Faults)
 {
-	const ImageTextureRef texture = MakeNoiseTexture(ids::PIXELFORMAT_RGB_U8);
-	const Url url = MakeMemoryUrl(SavePng(texture, true)._bytes);
-	const auto check = [](const auto& result, Bool hasFailed)
-	{
-		const bool isMemory = hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
-		EXPECT_TRUE(isMemory || result.IsOk()) << TextOf(result.GetError());
-	};
-	const auto checkLoad = [&](const Result<ImageTextureRef>& result, Bool hasFailed)
-	{
-		check(result, hasFailed);
-		const bool hasProfile =
-			result.IsOk() && !GetPicture(result.GetValue(), 0)->GetOr<ColorProfile>(ids::IMAGE_COLORPROFILE, {}).IsEmpty();
-		EXPECT_EQ(hasProfile, result.IsOk());
-	};
-	testing::internal::CaptureStderr();
-	EXPECT_GT(ForEachAllocationFailure([&]() { return LoadFile(url); }, checkLoad), 20);
-	const auto save = [&]()
-	{
-		Result<Ref<IoMemory>> memory = NewObject<IoMemory>();
-		return memory.IsOk() ? SaveFile(texture, ids::CLASS_PNGEXPORT, TORVI_MUST(memory.GetValue()->GetUrl())) : memory.TakeError();
-	};
-	EXPECT_GT(ForEachAllocationFailure(save, check), 20);
-	EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+	CheckLoadFaults("png", ids::CLASS_PNGIMPORT,
+					{"grey4-key.png", "rgb16.png", "rgba8-interlaced.png", "palette4-alpha.png", "pieces.png"});
+	CheckSaveFaults(ids::CLASS_PNGEXPORT, MakeNoiseTexture(ids::PIXELFORMAT_RGB_U8, 60, 60));
 }
 
 } // namespace

@@ -2,8 +2,8 @@
 #include "media_io/media_io_psd.h"
 #include "media_io/psd_blend_keys.h"
 #include "media_io/registration.h"
+#include "tests/media_io/fault_checks.h"
 #include "tests/media_io/sample_files.h"
-#include "tests/support/allocation_failure.h"
 #include "tests/support/failing_url.h"
 #include "torvi/exif.h"
 #include "torvi/gfx_image.h"
@@ -264,24 +264,10 @@ TEST_F(PsdTest, DeliversEverySubsetOfItsStreams)
 	}
 }
 
-TEST_F(PsdTest, HandsOnEveryReadErrorAndLackOfMemory)
+TEST_F(PsdTest, Faults)
 {
-	for (const char* name : {"layers-8.psd", "layers-32.psb", "rgb8-alphas.psd"})
-	{
-		const std::vector<Byte> bytes = GetSampleFile("psd", name);
-		for (Int end = 0; end < CountOf(bytes); ++end)
-		{
-			const Result<ImageTextureRef> texture = LoadFile(MakeFailingUrl(bytes, {._readErrorAt = end}));
-			EXPECT_FALSE(texture.IsOk()) << name << " at byte " << end;
-		}
-	}
-	const Url url = MakeMemoryUrl(GetSampleFile("psd", "layers-16.psb"));
-	const auto check = [](const auto& result, Bool hasFailed)
-	{
-		const bool isMemory = hasFailed && result.GetError().GetInnermostCause().GetId() == errorids::OUTOFMEMORY;
-		EXPECT_TRUE(isMemory || result.IsOk()) << TextOf(result.GetError());
-	};
-	EXPECT_GT(ForEachAllocationFailure([&]() { return LoadFile(url); }, check), 100);
+	CheckLoadFaults("psd", ids::CLASS_PSDIMPORT, {"layers-8.psd", "rgb8-alphas.psd"});
+	CheckLoadFaults("psd", ids::CLASS_PSBIMPORT, {"layers-16.psb", "layers-32.psb"});
 }
 
 /// A grey picture with one resource, from its id on.

@@ -196,6 +196,11 @@ TEST_F(SkeletonTest, ImporterRefusesMisuse)
 	EXPECT_EQ(idOf(importer->PrepareExecute(inputs, TimeValue(), MEDIASESSIONFLAGS::NONE)), errorids::ILLEGALSTATE);
 	EXPECT_EQ(idOf(importer->Execute(inputs, TimeValue(), MEDIASESSIONFLAGS::NONE)), errorids::ILLEGALSTATE);
 
+	const MediaStreamRef stream = TORVI_MUST(importer->GetOutputStreams(true)).at(0);
+	TORVI_MUST(stream->SubscribeStream(stream->GetSelectedFormat()));
+	TORVI_MUST(importer->Close({}));
+	EXPECT_EQ(idOf(importer->Execute({}, TimeValue(), MEDIASESSIONFLAGS::NONE)), errorids::ILLEGALSTATE) << "closed";
+
 	const MediaInputRef damaged = MakeImporter(MakeMemoryUrl(Block<const Byte>(MakeTestFile()).first(14)));
 	EXPECT_EQ(idOf(damaged->Analyze({}, TimeValue(), MEDIASESSIONFLAGS::NONE)), errorids::IO);
 	EXPECT_EQ(idOf(damaged->PrepareExecute({}, TimeValue(), MEDIASESSIONFLAGS::NONE)), errorids::ILLEGALSTATE) << "half a tree stayed";

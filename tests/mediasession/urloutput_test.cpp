@@ -74,7 +74,7 @@ TEST_F(UrlOutput, SettingsComeFromTheDictionaryThenTheDescriptionThenTheFallback
 	TORVI_MUST(DataDescriptionDatabase::RegisterDatabaseWithUrl("net.torvi.test.module", TORVI_MUST(file->GetUrl())));
 	const Id description = "net.torvi.test.export";
 	const auto read = [&](const DataDictionary& settings, const Id& where, const Id& key)
-	{ return GetExportSetting<Float64>(settings, where, key, 0.5); };
+	{ return TORVI_MUST(GetExportSetting<Float64>(settings, where, key, 0.5)); };
 
 	DataDictionary settings;
 	EXPECT_EQ(read(settings, description, ids::EXPORT_QUALITY), 0.75);

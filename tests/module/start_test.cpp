@@ -25,6 +25,7 @@ TEST(Start, TakesOneAtATimeAndCanBeRepeated)
 	{
 		ASSERT_TRUE(StartModule().IsOk());
 		EXPECT_EQ(StartModule().GetError().GetId(), errorids::ILLEGALSTATE);
+		EXPECT_FALSE(ModuleScope().GetResult().IsOk());
 		EXPECT_TRUE(GetPixelFormat(ids::PIXELFORMAT_RGB_U8));
 		EndModule();
 		EndModule();

@@ -213,6 +213,29 @@ TEST(KernelRgbe, AgreesWithReference)
 	EXPECT_FALSE(RgbePlanTo(PlacesOf("rgb.u32")));
 }
 
+// Runs that are too large for the cache begin with a few pixels up to a boundary, which must not part a pair.
+TEST(KernelYuv, LargeRunsKeepPairsTogether)
+{
+	constexpr Int COUNT = (Int(5) << 20) + 78, PART = 1002;
+	std::vector<Byte> from(static_cast<std::size_t>(COUNT * 4));
+	for (std::size_t i = 0; i < from.size(); ++i)
+		from[i] = static_cast<Byte>(i * 2654435761u >> 13);
+	const auto check = [&](const ConversionPlan& plan, Int destinationSize, Int sourceSize, Int misalignment)
+	{
+		std::vector<Byte> large(static_cast<std::size_t>(COUNT * destinationSize + 64), 0xA5), small(large);
+		plan.Run({large.data() + misalignment, destinationSize, from.data(), sourceSize, COUNT});
+		for (Int start = 0; start < COUNT; start += PART)
+			plan.Run({small.data() + misalignment + start * destinationSize, destinationSize, from.data() + start * sourceSize, sourceSize,
+					  std::min(PART, COUNT - start)});
+		EXPECT_TRUE(large == small) << destinationSize << " bytes, misaligned by " << misalignment;
+	};
+	for (const Int misalignment : {0, 2, 4, 60})
+	{
+		check(*YuvPlanTo(PlacesOf("rgba.u8"), YuvFormat::I422A), 4, 2, misalignment);
+		check(*YuvPlanFrom(YuvFormat::I422B, PlacesOf("rgb.u8")), 2, 3, misalignment);
+	}
+}
+
 TEST(KernelYuv, HoldsToLiterals)
 {
 	const reference::YuvPair pair = reference::EncodeYuv({255, 255, 255}, {0, 0, 0});

@@ -154,6 +154,9 @@ TEST(KernelValues, MeansHoldToLiterals)
 		EXPECT_TRUE(SameBits(one._mean, reference::MeanOf(one._a, one._b, one._c))) << static_cast<int>(one._a._type);
 	EXPECT_EQ(85, MeanOfThree(UChar(255), UChar(0), UChar(0)));
 	EXPECT_EQ(0, MeanOfThree(Int32(-1), Int32(-1), Int32(0)));
+	EXPECT_EQ(INT32_MAX, MeanOfThree(INT32_MAX, INT32_MAX, INT32_MAX));
+	EXPECT_EQ(INT32_MAX - 1, MeanOfThree(INT32_MAX, INT32_MAX, INT32_MAX - 1));
+	EXPECT_EQ(INT32_MIN, MeanOfThree(INT32_MIN, INT32_MIN, INT32_MIN));
 	EXPECT_EQ(0x3555, MeanOfThree(HalfFloat(1.0f), HalfFloat(), HalfFloat()).GetBits());
 	EXPECT_FALSE(std::signbit(MeanOfThree(-0.0f, -0.0f, -0.0f)));
 }
