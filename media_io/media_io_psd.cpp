@@ -91,6 +91,8 @@ Result<void> PsdImportImpl::ReadSections(BinaryReader& reader)
 	PsdDocument& document = _state._document;
 	PsdResources& resources = _state._resources;
 	document = TORVI_TRY(ReadPsdHeader(reader, _version));
+	document._url = GetUrl();
+	resources._url = GetUrl();
 	TORVI_TRY(CheckChannelCount(reader));
 	PsdPalette palette = TORVI_TRY(ReadPsdPalette(reader, document));
 	resources._colorCount = palette._colorCount;
@@ -102,13 +104,12 @@ Result<void> PsdImportImpl::ReadSections(BinaryReader& reader)
 	return OK;
 }
 
-/// Each channel becomes a stream. Documents have 56 at most; a file that claims more must have some data for each.
+/// Each channel becomes a stream. Documents have 56 at most; a file that claims more must be large enough for it.
 Result<void> PsdImportImpl::CheckChannelCount(const BinaryReader& reader) const
 {
 	constexpr Int MOST_CHANNELS = 56;
-	const Int count = _state._document._channelCount;
-	const Int needed = count * _state._document._height;
-	TORVI_CHECK(count <= MOST_CHANNELS || needed <= reader.GetRemaining(), EndOfDataError(needed - reader.GetRemaining()));
+	const Int needed = (_state._document._channelCount - MOST_CHANNELS) * PSD_BYTES_PER_STREAM;
+	TORVI_CHECK(needed <= reader.GetRemaining(), EndOfDataError(needed - reader.GetRemaining()));
 	return OK;
 }
 

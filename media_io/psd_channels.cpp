@@ -24,6 +24,11 @@ Error TooShortError(const PsdRowShape& shape, Int bytes)
 	return IoError("@ rows of @ bytes do not fit into the @ bytes that are left.", shape._rows, shape._bytesPerRow, bytes);
 }
 
+Error PackedRowError(const PsdRowShape& shape, UInt32 size)
+{
+	return IllegalStateError("A row of @ bytes can not be packed in @.", shape._bytesPerRow, size);
+}
+
 /// A window as a stream, for the decoder.
 class PsdWindowStream final : public InputStreamInterface
 {
@@ -126,8 +131,7 @@ Result<Array<UInt32>> ReadPsdRowSizes(BinaryReader& reader, Int end, const PsdRo
 			const Byte* const entry = bytes.data() + i * entrySize;
 			const ByteOrder order = reader.GetByteOrder();
 			sizes.push_back(hasWideFields ? LoadNumber<UInt32>(entry, order) : LoadNumber<UInt16>(entry, order));
-			TORVI_CHECK(sizes.back() <= 2 * shape._bytesPerRow,
-						IllegalStateError("A row of @ bytes can not be packed in @.", shape._bytesPerRow, sizes.back()));
+			TORVI_CHECK(sizes.back() <= 2 * shape._bytesPerRow, PackedRowError(shape, sizes.back()));
 		}
 	}
 	return sizes;
@@ -145,8 +149,11 @@ Result<PsdPlane> PsdPlane::OpenPlain(BinaryReader& reader, Int position, Int end
 
 Result<PsdPlane> PsdPlane::OpenPackBits(BinaryReader& reader, Int position, Int end, const PsdRowShape& shape, Array<UInt32> rowSizes)
 {
+	constexpr Int BYTES_PER_PACKED = 64; // two bytes stand for 128
 	const Int left = std::max<Int>(0, end - position);
 	TORVI_CHECK(CanHoldPicture(shape.GetBytes(), left, CompressionBound::PACKBITS), TooShortError(shape, left));
+	for (const UInt32 size : rowSizes)
+		TORVI_CHECK(shape._bytesPerRow <= BYTES_PER_PACKED * size, PackedRowError(shape, size));
 	PsdPlane plane(PsdCompression::PACKBITS, shape, reader.GetByteOrder());
 	plane._window = TORVI_TRY(PsdWindow::Open(reader, position, end));
 	plane._rowSizes = std::move(rowSizes);
@@ -157,9 +164,11 @@ Result<PsdPlane> PsdPlane::OpenZip(BinaryReader& reader, Int position, Int end, 
 {
 	constexpr Int LEAST_BYTES = 3;
 	const Int left = std::max<Int>(0, end - position);
+	PsdPlane plane(PsdCompression::ZIPWITHPREDICTION, shape, reader.GetByteOrder());
+	if (shape.GetBytes() == 0)
+		return plane; // of an empty layer there may be no stream, and nobody will read it
 	TORVI_CHECK(left >= LEAST_BYTES, IllegalStateError("A zip stream of @ bytes is not possible.", left));
 	TORVI_CHECK(CanHoldPicture(shape.GetBytes(), left, CompressionBound::DEFLATE), TooShortError(shape, left));
-	PsdPlane plane(PsdCompression::ZIPWITHPREDICTION, shape, reader.GetByteOrder());
 	const auto source = TORVI_TRY(NewObject<PsdWindowStream>(TORVI_TRY(PsdWindow::Open(reader, position, end))));
 	const auto decoder = TORVI_TRY(CreateObject<StreamConversionInterface>(ids::STREAMCONVERSION_ZIP_DECODER));
 	plane._zip = TORVI_TRY(decoder->ConnectInput(InputStreamRef(source)));
@@ -205,12 +214,18 @@ Result<void> PsdPlane::ReadRow(Block<Byte> row)
 	return OK;
 }
 
+Result<void> PsdPlane::ReadZip(Block<Byte> bytes)
+{
+	const Int count = TORVI_TRY(_zip->ReadEOS(bytes));
+	TORVI_CHECK(count == CountOf(bytes), IllegalStateError("A zip stream ends @ bytes too early.", CountOf(bytes) - count));
+	return OK;
+}
+
 /// Differences of floats run over the bytes of all four planes.
 Result<void> PsdPlane::ReadZipRow(Block<Byte> row)
 {
 	const Block<Byte> differences = _shape._bytesPerSample == 4 ? Block<Byte>(_planes) : row;
-	const Int count = TORVI_TRY(_zip->ReadEOS(differences));
-	TORVI_CHECK(count == CountOf(differences), IllegalStateError("A zip stream ends @ bytes too early.", CountOf(differences) - count));
+	TORVI_TRY(ReadZip(differences));
 	if (_shape._bytesPerSample == 2)
 	{
 		if (!IsMachineOrder(_order))
@@ -234,10 +249,8 @@ Result<void> PsdPlane::SkipRows(Int count)
 			TORVI_TRY(_window.Skip(_rowSizes[_row++]));
 		return OK;
 	}
-	Array<Byte> row(static_cast<std::size_t>(count > 0 ? _shape._bytesPerRow : 0));
-	for (; count > 0; --count)
-		TORVI_TRY(ReadRow(row));
-	return OK;
+	Array<Byte> rows(static_cast<std::size_t>(count * _shape._bytesPerRow)); // differences begin anew in each row
+	return ReadZip(rows);
 }
 
 } // namespace torvi

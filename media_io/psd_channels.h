@@ -55,7 +55,7 @@ struct PsdRowShape
 Result<Array<UInt32>> ReadPsdRowSizes(BinaryReader& reader, Int end, const PsdRowShape& shape, Bool hasWideFields);
 
 /// One channel, read row by row. Each way to open it checks that the file can hold the rows, before anything is made for them: the read
-/// error.
+/// error, and IllegalStateError for a packed row that is too short.
 class PsdPlane
 {
 public:
@@ -70,6 +70,7 @@ public:
 
 	/// The next row, samples in the machine's byte order. `row` has the bytes of one.
 	Result<void> ReadRow(Block<Byte> row);
+	/// Those of a zip stream are in memory meanwhile, so it is better to skip a few at a time.
 	Result<void> SkipRows(Int count);
 
 private:
@@ -77,6 +78,7 @@ private:
 		: _compression(compression), _shape(shape), _order(order)
 	{
 	}
+	Result<void> ReadZip(Block<Byte> bytes);
 	Result<void> ReadZipRow(Block<Byte> row);
 
 	PsdCompression _compression;

@@ -141,8 +141,9 @@ Result<void> ReadDisplayInfo(BinaryReader& reader, Int end, PsdResources& resour
 	{
 		for (UInt16& value : alpha._displayInfo)
 		{
-			if (GetPsdRemaining(reader, end) >= 2)
-				value = TORVI_TRY(reader.ReadUInt16());
+			if (GetPsdRemaining(reader, end) < 2)
+				return OK;
+			value = TORVI_TRY(reader.ReadUInt16());
 		}
 	}
 	return OK;
@@ -152,8 +153,9 @@ Result<void> ReadAlphaIdentifiers(BinaryReader& reader, Int end, PsdResources& r
 {
 	for (PsdAlphaRecord& alpha : resources._alphas)
 	{
-		if (GetPsdRemaining(reader, end) >= 4)
-			alpha._identifier = TORVI_TRY(reader.ReadUInt32());
+		if (GetPsdRemaining(reader, end) < 4)
+			break;
+		alpha._identifier = TORVI_TRY(reader.ReadUInt32());
 	}
 	return OK;
 }
@@ -163,7 +165,8 @@ Result<void> ReadLayerGroups(BinaryReader& reader, Int end, PsdResources& resour
 {
 	const Int count = GetPsdRemaining(reader, end) / 2;
 	const Int earlier = CountOf(resources._layerGroups);
-	TORVI_CHECK(earlier == 0 || earlier == count, FileFormatError("layercnt != _layerInfo.GetCount(): @ != @", count, earlier));
+	TORVI_CHECK(earlier == 0 || earlier == count,
+				FileFormatError("layercnt != _layerInfo.GetCount(): @ != @ (@)", count, earlier, resources._url));
 	const Array<Byte> bytes = TORVI_TRY(reader.ReadArray(2 * count));
 	resources._layerGroups.clear();
 	for (Int i = 0; i < count; ++i)

@@ -17,6 +17,9 @@ inline constexpr UInt32 PSD_BLOCKSIGNATURE = PsdKey("8BIM");
 inline constexpr UInt16 PSD_VERSION = 1;
 inline constexpr UInt16 PSB_VERSION = 2; ///< lengths and tables have wider fields
 
+/// What a file must have for each stream beyond those that files of its kind have: about the memory that a stream takes.
+inline constexpr Int PSD_BYTES_PER_STREAM = 1024;
+
 enum class PsdColorMode : UInt16
 {
 	BITMAP = 0,
@@ -28,6 +31,7 @@ enum class PsdColorMode : UInt16
 
 struct PsdDocument
 {
+	Url _url; ///< of the file, for messages
 	Bool _hasWideFields = false;
 	Int _channelCount = 0; ///< colours and extra channels
 	Int _width = 0;
@@ -80,6 +84,7 @@ struct PsdAlphaRecord
 
 struct PsdResources
 {
+	Url _url; ///< of the file, for messages
 	Float64 _dpi = 0.0;
 	Float64 _aspectRatio = 1.0;
 	Array<PsdAlphaRecord> _alphas;                     ///< as many as there are before reading

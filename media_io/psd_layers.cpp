@@ -1,6 +1,7 @@
 // Layer records, their additional blocks, and the tree of groups.
 #include "media_io/psd_layers.h"
 
+#include "torvi/gfx_image.h"
 #include "torvi/gfx_image_pixelblend.h"
 #include "torvi/ids_keys.h"
 #include "torvi/mediasession_errors.h"
@@ -86,7 +87,7 @@ private:
 	Result<void> ReadSectionDivider(Int index, Int end);
 	Result<void> ReadUnicodeName(PsdLayerRecord& record, Int end);
 	Result<PsdRect> ReadRect();
-	void OpenGroup(Int index);
+	Result<void> OpenGroup(Int index);
 	void CloseGroup(Int index);
 
 	PsdLayerRecord& At(Int index) { return _layers._records[static_cast<std::size_t>(index)]; }
@@ -98,6 +99,7 @@ private:
 	PsdLayers _layers;
 	Int _current = -1; ///< the divider of the innermost open group
 	Array<Int> _outer; ///< those of the groups around it
+	Int _maskCount = 0;
 };
 
 Result<PsdLayers> RecordReader::Read()
@@ -148,6 +150,7 @@ Result<void> RecordReader::ReadRecord(Int index)
 	return _reader.Seek(end);
 }
 
+/// Each mask becomes a stream. Layers have one at most; a file that claims more must be large enough for it.
 Result<void> RecordReader::ReadChannels(PsdLayerRecord& record)
 {
 	const Int count = TORVI_TRY(_reader.ReadInt16());
@@ -161,7 +164,10 @@ Result<void> RecordReader::ReadChannels(PsdLayerRecord& record)
 		channel._id = TORVI_TRY(_reader.ReadInt16());
 		channel._length = std::max<Int>(0, TORVI_TRY(ReadLength(_reader, _document._hasWideFields)));
 		record._hasTransparency = record._hasTransparency || channel._id == PSD_CHANNEL_TRANSPARENCY;
+		_maskCount += channel._id == PSD_CHANNEL_MASK ? 1 : 0;
 	}
+	const Int needed = (_maskCount - CountOf(_layers._records)) * PSD_BYTES_PER_STREAM;
+	TORVI_CHECK(needed <= left, EndOfDataError(needed - left));
 	return OK;
 }
 
@@ -262,10 +268,7 @@ Result<void> RecordReader::ReadSectionDivider(Int index, Int end)
 	PsdLayerRecord& record = At(index);
 	const UInt32 type = TORVI_TRY(_reader.ReadUInt32());
 	if (type == SECTION_BOUNDINGDIVIDER)
-	{
-		OpenGroup(index);
-		return OK;
-	}
+		return OpenGroup(index);
 	if (GetPsdRemaining(_reader, end) >= 8 && TORVI_TRY(_reader.ReadUInt32()) == PSD_BLOCKSIGNATURE)
 		record._blendKey = TORVI_TRY(_reader.ReadUInt32());
 	record._isOpen = type == SECTION_OPENFOLDER;
@@ -276,14 +279,18 @@ Result<void> RecordReader::ReadSectionDivider(Int index, Int end)
 	return OK;
 }
 
-void RecordReader::OpenGroup(Int index)
+/// A record may open any number of groups. Closing one walks over all records in it, so few may be open.
+Result<void> RecordReader::OpenGroup(Int index)
 {
+	TORVI_CHECK(CountOf(_outer) < LAYER_NESTING_LIMIT,
+				FileFormatError("The layers of a picture are nested in more than @ levels.", LAYER_NESTING_LIMIT));
 	PsdLayerRecord& divider = At(index);
 	_outer.push_back(_current);
 	_current = index;
 	divider._isDividerEnd = true;
 	divider._isFolder = true;
 	divider._folder = index;
+	return OK;
 }
 
 /// Until now the divider stood for the group; from here on the record at `index` does. Only records behind the divider can name it.
@@ -316,7 +323,7 @@ public:
 
 private:
 	Result<void> SetLayerKeys(StreamHandle stream, const PsdLayerRecord& record);
-	Result<void> SetBounds(StreamHandle stream, const PsdRect& rect);
+	Result<void> SetBounds(StreamHandle stream, const PsdRect& rect, Int width, Int height);
 
 	StreamTreeBuilder& _streams;
 	const PsdDocument& _document;
@@ -336,12 +343,12 @@ Result<void> LayerPublisher::SetLayerKeys(StreamHandle stream, const PsdLayerRec
 	return _streams.Set<Int>(stream, ids::MEDIAFORMAT_LAYER_LAYERGROUP, record._groupId);
 }
 
-Result<void> LayerPublisher::SetBounds(StreamHandle stream, const PsdRect& rect)
+Result<void> LayerPublisher::SetBounds(StreamHandle stream, const PsdRect& rect, Int width, Int height)
 {
 	TORVI_TRY(_streams.Set<Int>(stream, ids::MEDIAFORMAT_LAYER_BOUNDINGBOX_X, rect._left));
 	TORVI_TRY(_streams.Set<Int>(stream, ids::MEDIAFORMAT_LAYER_BOUNDINGBOX_Y, rect._top));
-	TORVI_TRY(_streams.Set<Int>(stream, ids::MEDIAFORMAT_LAYER_BOUNDINGBOX_W, rect.GetWidth()));
-	return _streams.Set<Int>(stream, ids::MEDIAFORMAT_LAYER_BOUNDINGBOX_H, rect.GetHeight());
+	TORVI_TRY(_streams.Set<Int>(stream, ids::MEDIAFORMAT_LAYER_BOUNDINGBOX_W, width));
+	return _streams.Set<Int>(stream, ids::MEDIAFORMAT_LAYER_BOUNDINGBOX_H, height);
 }
 
 Result<StreamHandle> LayerPublisher::AddFolder(StreamHandle parent, const PsdLayerRecord& record)
@@ -376,7 +383,7 @@ Result<StreamHandle> LayerPublisher::AddLayer(StreamHandle parent, PsdLayerRecor
 		._workWeight = record._rect.GetArea(),
 	};
 	const StreamHandle layer = TORVI_TRY(_streams.AddChild(parent, info, ImportWork::OWN));
-	TORVI_TRY(SetBounds(layer, record._rect));
+	TORVI_TRY(SetBounds(layer, record._rect, record._rect._right - record._rect._left, record._rect._bottom - record._rect._top));
 	TORVI_TRY(SetLayerKeys(layer, record));
 	if (isFilter)
 	{
@@ -397,7 +404,7 @@ Result<StreamHandle> LayerPublisher::AddMask(StreamHandle parent, const PsdLayer
 		._workName = "PSD mask 1",
 	};
 	const StreamHandle mask = TORVI_TRY(_streams.AddChild(parent, info, ImportWork::OWN));
-	TORVI_TRY(SetBounds(mask, record._maskRect));
+	TORVI_TRY(SetBounds(mask, record._maskRect, info._width, info._height));
 	TORVI_TRY(_streams.Set<UChar>(mask, ids::MEDIAFORMAT_LAYER_MASKDEFCOLOR, record._maskDefaultColor));
 	return mask;
 }

@@ -41,33 +41,60 @@ Result<void> CheckPicture(const BinaryReader& reader, const PixelFormat& format,
 	return OK;
 }
 
+PsdRect PictureOf(const PsdDocument& document)
+{
+	return {0, 0, document._width, document._height};
+}
+
+PsdRect Intersect(const PsdRect& a, const PsdRect& b)
+{
+	return {std::max(a._left, b._left), std::max(a._top, b._top), std::min(a._right, b._right), std::min(a._bottom, b._bottom)};
+}
+
+/// Makes a byte of each bit, with 255 for a set one.
+void WidenBits(const Byte* bits, Block<Byte> bytes)
+{
+	for (std::size_t x = 0; x < bytes.size(); ++x)
+		bytes[x] = (bits[x / 8] << x % 8 & 0x80) != 0 ? 255 : 0;
+}
+
 /// The channels of one stream.
 class PlaneGroup
 {
 public:
-	/// `slots` channels in the order of the stream's pixel format, of a rectangle in a picture of that size.
-	PlaneGroup(ImportRun& run, StreamHandle stream, const PsdRect& rect, const PsdRowShape& shape, Int slots)
-		: _run(run), _stream(stream), _rect(rect), _shape(shape), _planes(static_cast<std::size_t>(slots))
+	/// Channels in the order of the stream's pixel format, of a rectangle that lies anywhere in or around the stream's picture.
+	PlaneGroup(ImportRun& run, StreamHandle stream, const PsdDocument& document, const PixelFormat& format, const PsdRect& rect,
+			   const PsdRect& picture)
+		: _run(run), _stream(stream), _rect(rect), _visible(Intersect(rect, picture)),
+		  _shape(MakeRowShape(document, rect.GetWidth(), rect.GetHeight())), _bitsPerSample(document._depth),
+		  _isWidened(document._depth < format->GetBitsPerPixel() / format->GetChannelCount()),
+		  _planes(static_cast<std::size_t>(format->GetChannelCount()))
 	{
 	}
-	Block<std::optional<PsdPlane>> GetPlanes() { return _planes; }
-	Int GetRowCount(Int pictureWidth, Int pictureHeight) const { return Clip(pictureWidth, pictureHeight).GetHeight(); }
-	/// Reads all rows that lie in the picture and hands them on; `report` is called before each. Channels without a plane are 0.
+	const PsdRowShape& GetShape() const { return _shape; }
+	Int GetVisibleRows() const { return _visible.GetHeight(); }
+	void SetPlane(Int slot, std::optional<PsdPlane> plane) { _planes[static_cast<std::size_t>(slot)] = std::move(plane); }
+	/// Reads all rows that lie in the picture and hands them on; `report` is called with the number of those that are done, before each
+	/// and while others are skipped. Channels without a plane are 0; without any there are no lines.
 	template <class Report>
-	Result<void> Deliver(Int pictureWidth, Int pictureHeight, BITS bitsPerSample, Report report);
+	Result<void> Deliver(Report report);
 
 private:
-	PsdRect Clip(Int pictureWidth, Int pictureHeight) const
-	{
-		return {std::max<Int>(0, _rect._left), std::max<Int>(0, _rect._top), std::min(pictureWidth, _rect._right),
-				std::min(pictureHeight, _rect._bottom)};
-	}
 	Result<PixelSink*> Begin(Int planeDistance);
+	template <class Report>
+	Result<void> SkipHiddenRows(PsdPlane& plane, Report report) const;
+	Bool HasPlanes() const
+	{
+		return std::ranges::any_of(_planes, [](const std::optional<PsdPlane>& plane) { return plane.has_value(); });
+	}
 
 	ImportRun& _run;
 	StreamHandle _stream;
 	PsdRect _rect;
+	PsdRect _visible; ///< what lies in the picture
 	PsdRowShape _shape;
+	BITS _bitsPerSample;
+	Bool _isWidened; ///< bits are handed on as bytes, which alpha channels have
 	Array<std::optional<PsdPlane>> _planes;
 };
 
@@ -82,31 +109,50 @@ Result<PixelSink*> PlaneGroup::Begin(Int planeDistance)
 	return _run.Begin(_stream, offsets);
 }
 
+/// Skips what lies above the picture, in steps: rows of a zip stream have to be decoded.
 template <class Report>
-Result<void> PlaneGroup::Deliver(Int pictureWidth, Int pictureHeight, BITS bitsPerSample, Report report)
+Result<void> PlaneGroup::SkipHiddenRows(PsdPlane& plane, Report report) const
 {
-	const PsdRect visible = Clip(pictureWidth, pictureHeight);
+	constexpr Int STEP_BYTES = 64 * 1024;
+	const Int step = std::max<Int>(1, STEP_BYTES / _shape._bytesPerRow);
+	for (Int left = _visible._top - _rect._top; left > 0; left -= step)
+	{
+		TORVI_TRY(report(0));
+		TORVI_TRY(plane.SkipRows(std::min(left, step)));
+	}
+	return OK;
+}
+
+template <class Report>
+Result<void> PlaneGroup::Deliver(Report report)
+{
+	if (_visible.IsEmpty() || !HasPlanes())
+	{
+		TORVI_TRY(_run.Begin(_stream)); // the picture stays clear
+		return OK;
+	}
 	const Int distance = PlaneDistance(_shape._bytesPerRow);
 	PixelSink* const sink = TORVI_TRY(Begin(distance));
-	if (visible.IsEmpty())
-		return OK;
-	Array<Byte> line(_planes.size() * static_cast<std::size_t>(distance));
 	for (std::optional<PsdPlane>& plane : _planes)
 	{
 		if (plane)
-			TORVI_TRY(plane->SkipRows(visible._top - _rect._top));
+			TORVI_TRY(SkipHiddenRows(*plane, report));
 	}
-	const Byte* const first = line.data() + (visible._left - _rect._left) * bitsPerSample / 8;
-	for (Int y = visible._top; y < visible._bottom; ++y)
+	Array<Byte> line(_planes.size() * static_cast<std::size_t>(distance));
+	Array<Byte> wideLine(static_cast<std::size_t>(_isWidened ? _visible.GetWidth() : 0));
+	const Byte* const first = _isWidened ? wideLine.data() : line.data() + (_visible._left - _rect._left) * _bitsPerSample / 8;
+	const BITS stride = _isWidened ? 8 : _bitsPerSample;
+	for (Int y = _visible._top; y < _visible._bottom; ++y)
 	{
-		TORVI_TRY(report());
+		TORVI_TRY(report(y - _visible._top));
 		for (std::size_t slot = 0; slot < _planes.size(); ++slot)
 		{
 			if (_planes[slot])
 				TORVI_TRY(_planes[slot]->ReadRow(
 					{line.data() + slot * static_cast<std::size_t>(distance), static_cast<std::size_t>(_shape._bytesPerRow)}));
 		}
-		TORVI_TRY(sink->SetRun({visible._left, y, visible.GetWidth()}, first, bitsPerSample));
+		WidenBits(line.data(), wideLine);
+		TORVI_TRY(sink->SetRun({_visible._left, y, _visible.GetWidth()}, first, stride));
 	}
 	return OK;
 }
@@ -132,8 +178,8 @@ private:
 	Result<void> ReadLayer(const PsdLayerRecord& record);
 	Result<void> OpenChannel(const PsdLayerRecord& record, const PsdChannel& channel, PlaneGroup* pixels);
 	Result<void> ReadMask(const PsdRect& maskRect, const PsdChannel& channel);
-	Result<std::optional<PsdPlane>> OpenPlane(const PsdChannel& channel, const PsdRect& rect);
-	Result<void> Deliver(PlaneGroup& group, StreamHandle stream, Int width, Int height);
+	Result<std::optional<PsdPlane>> OpenPlane(const PsdChannel& channel, const PsdRect& rect, const PsdRowShape& shape);
+	Result<void> Deliver(PlaneGroup& group, StreamHandle stream);
 	Span TakeChannel(Int length);
 	Bool IsLayerWanted(const PsdLayerRecord& record) const;
 	Bool IsAnyWanted(const PsdLayerRecord& record) const;
@@ -145,10 +191,9 @@ private:
 	Int _end;
 };
 
-/// The pixels of filter layers are what their filter makes; what is stored of them is not read.
 Bool LayerReader::IsLayerWanted(const PsdLayerRecord& record) const
 {
-	return record._stream >= 0 && !record._isFolder && !record._filterKey && _run.IsWanted(record._stream);
+	return record._stream >= 0 && !record._isFolder && _run.IsWanted(record._stream);
 }
 
 Bool LayerReader::IsAnyWanted(const PsdLayerRecord& record) const
@@ -173,24 +218,23 @@ Result<void> LayerReader::Read(const PsdLayerRecord& record)
 	return OK;
 }
 
+/// The pixels of filter layers are what their filter makes; what is stored of them is not read, and they stay clear.
 Result<void> LayerReader::ReadLayer(const PsdLayerRecord& record)
 {
 	TORVI_CHECK(_document._colorMode != PsdColorMode::BITMAP && _document._colorMode != PsdColorMode::INDEXED,
-				FileFormatError("Invalid color mode."));
+				FileFormatError("Invalid color mode. (@)", _document._url));
 	TORVI_TRY(CheckDepth(_document));
 	const PixelFormat format = record._hasTransparency ? _document._alphaFormat : _document._format;
-	const PsdRect& rect = record._rect;
-	PlaneGroup pixels(_run, record._stream, rect, MakeRowShape(_document, rect.GetWidth(), rect.GetHeight()), format->GetChannelCount());
 	const Bool isLayerWanted = IsLayerWanted(record);
+	if (isLayerWanted)
+		TORVI_TRY(CheckPicture(_reader, format, _document._width, _document._height));
+	PlaneGroup pixels(_run, record._stream, _document, format, record._rect, PictureOf(_document));
 	for (const PsdChannel& channel : record._channels)
-		TORVI_TRY(OpenChannel(record, channel, isLayerWanted ? &pixels : nullptr));
-	if (!isLayerWanted)
-		return OK;
-	TORVI_TRY(CheckPicture(_reader, format, _document._width, _document._height));
-	return Deliver(pixels, record._stream, _document._width, _document._height);
+		TORVI_TRY(OpenChannel(record, channel, isLayerWanted && !record._filterKey ? &pixels : nullptr));
+	return isLayerWanted ? Deliver(pixels, record._stream) : Result<void>(OK);
 }
 
-/// Takes up one channel: a mask is read at once, a colour becomes a plane of `pixels`, which is null if nobody wants them.
+/// Takes up one channel: a mask is read at once, a colour becomes a plane of `pixels`, which is null if they are not read.
 Result<void> LayerReader::OpenChannel(const PsdLayerRecord& record, const PsdChannel& channel, PlaneGroup* pixels)
 {
 	if (channel._mask >= 0 && _run.IsWanted(channel._mask))
@@ -202,34 +246,33 @@ Result<void> LayerReader::OpenChannel(const PsdLayerRecord& record, const PsdCha
 	}
 	TORVI_CHECK(channel._id < _document._colorChannels, FileFormatError("Illegal channel mode"));
 	const Int slot = channel._id + (record._hasTransparency ? 1 : 0); // alpha is the first channel of its formats
-	pixels->GetPlanes()[static_cast<std::size_t>(slot)] = TORVI_TRY(OpenPlane(channel, record._rect));
+	pixels->SetPlane(slot, TORVI_TRY(OpenPlane(channel, record._rect, pixels->GetShape())));
 	return OK;
 }
 
 /// A length that says nothing, or more than there is, means the rest of the block. Empty channels may have no data at all.
-Result<std::optional<PsdPlane>> LayerReader::OpenPlane(const PsdChannel& channel, const PsdRect& rect)
+Result<std::optional<PsdPlane>> LayerReader::OpenPlane(const PsdChannel& channel, const PsdRect& rect, const PsdRowShape& shape)
 {
+	constexpr Int WIDEST = 600'000; // as wide as two of the largest documents: layers may lie partly outside
 	if (channel._length == 0 && rect.IsEmpty())
 		return std::optional<PsdPlane>();
+	TORVI_CHECK(rect.IsEmpty() || rect.GetWidth() <= WIDEST, FileFormatError("A layer can not be @ pixels wide.", rect.GetWidth()));
 	const Span span = TakeChannel(channel._length > 0 ? channel._length : _end - _position);
-	const PsdRowShape shape = MakeRowShape(_document, rect.GetWidth(), rect.GetHeight());
 	return std::optional<PsdPlane>(TORVI_TRY(PsdPlane::OpenChannel(_reader, span._start, span._end, shape, _document._hasWideFields)));
 }
 
+/// A mask is a picture of its own.
 Result<void> LayerReader::ReadMask(const PsdRect& maskRect, const PsdChannel& channel)
 {
-	const Int width = maskRect.GetWidth();
-	const Int height = maskRect.GetHeight();
-	PlaneGroup mask(_run, channel._mask, {0, 0, width, height}, MakeRowShape(_document, width, height), 1);
-	mask.GetPlanes()[0] = TORVI_TRY(OpenPlane(channel, maskRect));
-	return Deliver(mask, channel._mask, width, height);
+	const PsdRect rect = {0, 0, maskRect.GetWidth(), maskRect.GetHeight()};
+	PlaneGroup mask(_run, channel._mask, _document, _document._channelFormat, rect, rect);
+	mask.SetPlane(0, TORVI_TRY(OpenPlane(channel, rect, mask.GetShape())));
+	return Deliver(mask, channel._mask);
 }
 
-Result<void> LayerReader::Deliver(PlaneGroup& group, StreamHandle stream, Int width, Int height)
+Result<void> LayerReader::Deliver(PlaneGroup& group, StreamHandle stream)
 {
-	const Int rows = group.GetRowCount(width, height);
-	Int done = 0;
-	TORVI_TRY(group.Deliver(width, height, _document._depth, [&]() { return _run.ReportProgress(stream, done++, rows); }));
+	TORVI_TRY(group.Deliver([&](Int done) { return _run.ReportProgress(stream, done, group.GetVisibleRows()); }));
 	return _run.Finish(stream);
 }
 
@@ -256,7 +299,7 @@ private:
 	Result<void> Clear();
 	Result<void> LocatePlain(Int start);
 	Result<void> LocatePackBits();
-	Result<void> ReadGroup(StreamHandle stream, Int firstChannel, Int count);
+	Result<void> ReadGroup(StreamHandle stream, const PixelFormat& format, Int firstChannel);
 	Result<PsdPlane> OpenPlane(Channel& channel);
 
 	BinaryReader& _reader;
@@ -303,11 +346,11 @@ Result<void> MergedReader::Read(Int position)
 	TORVI_TRY(_compression == PsdCompression::NONE ? LocatePlain(_reader.GetPosition()) : LocatePackBits());
 	_allRows = wanted * _shape._rows;
 	if (_run.IsWanted(_streams._picture))
-		TORVI_TRY(ReadGroup(_streams._picture, 0, PictureChannels()));
+		TORVI_TRY(ReadGroup(_streams._picture, _streams._hasTransparency ? _document._alphaFormat : _document._format, 0));
 	for (Int i = 0; i < CountOf(_streams._alphas); ++i)
 	{
 		if (_isWanted[static_cast<std::size_t>(PictureChannels() + i)])
-			TORVI_TRY(ReadGroup(_streams._alphas[static_cast<std::size_t>(i)], PictureChannels() + i, 1));
+			TORVI_TRY(ReadGroup(_streams._alphas[static_cast<std::size_t>(i)], _document._channelFormat, PictureChannels() + i));
 	}
 	return OK;
 }
@@ -371,19 +414,20 @@ Result<PsdPlane> MergedReader::OpenPlane(Channel& channel)
 }
 
 /// Reads the channels of one stream; in the file the picture's alpha comes behind its colours.
-Result<void> MergedReader::ReadGroup(StreamHandle stream, Int firstChannel, Int count)
+Result<void> MergedReader::ReadGroup(StreamHandle stream, const PixelFormat& format, Int firstChannel)
 {
-	const PsdRect rect = {0, 0, _document._width, _document._height};
-	PlaneGroup group(_run, stream, rect, _shape, count);
+	const Int count = format->GetChannelCount();
+	PlaneGroup group(_run, stream, _document, format, PictureOf(_document), PictureOf(_document));
 	for (Int i = 0; i < count; ++i)
 	{
 		const Bool isAlphaFirst = count > _document._colorChannels;
 		const Int slot = isAlphaFirst ? (i + 1) % count : i;
 		Channel& channel = _channels[static_cast<std::size_t>(firstChannel + i)];
-		group.GetPlanes()[static_cast<std::size_t>(slot)] = TORVI_TRY(OpenPlane(channel));
+		group.SetPlane(slot, TORVI_TRY(OpenPlane(channel)));
 	}
-	return group.Deliver(_document._width, _document._height, _document._depth,
-						 [&]() { return _run.ReportProgress(_streams._picture, _doneRows++, _allRows); });
+	TORVI_TRY(group.Deliver([&](Int done) { return _run.ReportProgress(_streams._picture, _doneRows + done, _allRows); }));
+	_doneRows += _shape._rows;
+	return OK;
 }
 
 } // namespace

@@ -183,6 +183,7 @@ public:
 
 protected:
 	explicit ImageImportBase(const ImporterTraits& traits) : _traits(traits) {}
+	const Url& GetUrl() const noexcept { return _url; }
 
 	/// Drops everything that an earlier DescribeStreams has found.
 	virtual void ResetState() = 0;

@@ -126,6 +126,10 @@ TEST_F(PsdTest, LayersHangInGroups)
 		{"groups-unclosed.psd", folder("a") + " around 0 #0\n  " + layer("b") + "  " + folder("c") + " around 0 #0\n    " + layer("d")},
 		{"groups-unopened.psd", layer("a") + layer("d") + layer("e")},
 		{"groups-other-type.psd", folder("c") + " around 0 #0\n  " + layer("b") + layer("d")},
+		{"layers-clear.psd", "layer wide over 255/255 0,0 1073741824x0 #0\n"
+							 "layer other over 255/255 0,0 1x1 #0\n"
+							 "layer turned over 255/255 5,5 -3x-4 #0 mask 6,4 0x0 around 0\n"
+							 "filter filter over 255/255 0,0 1x1 #0 nvrt=data\n"},
 	};
 	for (const Case& test : cases)
 		EXPECT_EQ(DescribeFile(test._file), test._tree) << test._file;
@@ -264,6 +268,13 @@ TEST_F(PsdTest, DeliversEverySubsetOfItsStreams)
 	}
 }
 
+TEST_F(PsdTest, LayersWithoutLinesBeginAndEnd)
+{
+	const std::vector<std::string> taken = TakeStreams(MakeMemoryUrl(GetSampleFile("psd", "layers-clear.psd")), ids::CLASS_PSDIMPORT, ~0u);
+	const std::vector<std::string> wanted = {"initfinish", "initfinish", "initfinish", "", "initfinish"}; // a mask without a size has none
+	EXPECT_EQ(std::vector<std::string>(taken.begin() + 1, taken.end()), wanted);
+}
+
 TEST_F(PsdTest, Faults)
 {
 	CheckLoadFaults("psd", ids::CLASS_PSDIMPORT, {"layers-8.psd", "rgb8-alphas.psd"});
@@ -370,23 +381,49 @@ TEST_F(PsdTest, LoadsWithoutTheComponentThatParsesExif)
 	EXPECT_EQ(GetExifLength({std::begin(EXIF_RESOURCES[0]), std::end(EXIF_RESOURCES[0])}), 0u);
 }
 
-TEST_F(PsdTest, ReportsTwoJobsForEachPictureAndAnalyzesOnce)
+/// A session that reads a sample file into a texture. `watch` is told of the progress and holds no state.
+template <class Watch>
+MediaSessionRef MakeSession(const Ref<UrlImporterInterface>& importer, const char* name, const Watch& watch)
 {
-	static std::set<std::string> names; // the delegate holds no state
-	names.clear();
 	const auto output = TORVI_MUST(CreateObject<MediaOutputTextureInterface>(ids::CLASS_MEDIAOUTPUTTEXTURE));
 	const auto texture = TORVI_MUST(CreateObject<ImageTextureInterface>(ids::IMAGETEXTURECLASS_TEXTURE));
 	TORVI_MUST(output->SetOutputTexture(texture, TORVI_MUST(g_torvi->GetClass(ids::IMAGEPIXELSTORAGECLASS_NORMAL))));
+	importer->SetUrl(MakeMemoryUrl(GetSampleFile("psd", name)));
+	const auto session = TORVI_MUST(CreateObject<MediaSessionInterface>(ids::CLASS_MEDIASESSIONOBJECT));
+	TORVI_MUST(session->ConnectMediaConverter(importer, output));
+	TORVI_MUST(TORVI_MUST(session->GetProgress()->ObservableProgressNotification())->AddObserver(watch));
+	return session;
+}
+
+TEST_F(PsdTest, DropsWhatLiesAboveThePictureInPieces)
+{
+	const Url url = MakeMemoryUrl(GetSampleFile("psd", "layer-above.psd"));
+	EXPECT_EQ(TakeStreams(url, ids::CLASS_PSDIMPORT, ~0u).at(1), "init\n0:\xC8"
+																 "finish");
+	static int reports;
+	reports = 0;
+	const auto watch = [](const ProgressRef&) -> Result<void>
+	{
+		constexpr int MORE_THAN_ROWS_GIVE = 12; // the layer has one row in the picture, which has one too
+		TORVI_CHECK(++reports <= MORE_THAN_ROWS_GIVE, OperationCancelledError());
+		return OK;
+	};
+	const auto importer = TORVI_MUST(CreateObject<UrlImporterInterface>(ids::CLASS_PSDIMPORT));
+	const Result<void> result = MakeSession(importer, "layer-above.psd", watch)->Convert(TimeValue(), MEDIASESSIONFLAGS::NONE);
+	EXPECT_EQ(result.GetError().GetId(), errorids::OPERATIONCANCELLED);
+}
+
+TEST_F(PsdTest, ReportsTwoJobsForEachPictureAndAnalyzesOnce)
+{
+	static std::set<std::string> names;
+	names.clear();
 	const auto watch = [](const ProgressRef& progress) -> Result<void>
 	{
 		names.insert(progress->ToString().c_str());
 		return OK;
 	};
 	const auto importer = TORVI_MUST(CreateObject<UrlImporterInterface>(ids::CLASS_PSDIMPORT));
-	importer->SetUrl(MakeMemoryUrl(GetSampleFile("psd", "layers-8.psd")));
-	const auto session = TORVI_MUST(CreateObject<MediaSessionInterface>(ids::CLASS_MEDIASESSIONOBJECT));
-	TORVI_MUST(session->ConnectMediaConverter(importer, output));
-	TORVI_MUST(TORVI_MUST(session->GetProgress()->ObservableProgressNotification())->AddObserver(watch));
+	const MediaSessionRef session = MakeSession(importer, "layers-8.psd", watch);
 	TORVI_MUST(session->Convert(TimeValue(), MEDIASESSIONFLAGS::NONE));
 	EXPECT_EQ(names, (std::set<std::string>{"PSD image 1", "PSD image 2", "PSD layer 1", "PSD layer 2", "PSD mask 1"}));
 	EXPECT_EQ(session->GetProgress()->GetProgress(), 1.0);

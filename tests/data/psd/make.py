@@ -18,6 +18,7 @@ FILE_FORMAT = "net.torvi.error.fileformat"
 IO = "net.torvi.error.io"
 RAW, PACKBITS, ZIP, PREDICTION = range(4)
 BITMAP, GREY, INDEXED, RGB, CMYK = range(5)
+URL = "memory:memory"  # of every file that the tests load
 
 digests = []
 errors = []
@@ -216,10 +217,17 @@ def make_alphas():
 
 
 def make_indexed():
+    def bit(row, x):
+        return row[x // 8] >> (7 - x % 8) & 1
+
     bits = [bytes((0xA5, 0x80)), bytes((0x0F, 0x00))]
-    pixels = [[(0, 0, 0, 255) if row[x // 8] >> (7 - x % 8) & 1 else (255, 255, 255, 255) for x in range(9)] for row in bits]
+    pixels = [[(0, 0, 0, 255) if bit(row, x) else (255, 255, 255, 255) for x in range(9)] for row in bits]
     good("bitmap.psd", document(header(9, 2, 1, 1, BITMAP), merged([bits], 1, RAW)), pixels)
     good("bitmap-packed.psd", document(header(9, 2, 1, 1, BITMAP), merged([bits], 1, PACKBITS)), pixels)
+    both, two = [samples(38, 2, channel) for channel in range(2)], ((10, 20, 30), (200, 100, 50))
+    for name, mode, palette, pair in (("bitmap", BITMAP, b"", ((255,) * 3, (0,) * 3)), ("indexed1", INDEXED, bytes(sum(zip(*two), ())), two)):
+        pixels = [[pair[bit(row, x)] + (255 * bit(alpha, x),) for x in range(300)] for row, alpha in zip(*both)]
+        good(name + "-alpha.psd", document(header(300, 2, 2, 1, mode), merged(both, 1, RAW), palette), pixels)
     colors = [((i * 37) & 255, (i * 91) & 255, (i * 5) & 255) for i in range(256)]
     palette = b"".join(bytes(color[plane] for color in colors) for plane in range(3))
     rows = [bytes((x * 31 + y * 7) & 255 for x in range(8)) for y in range(4)]
@@ -291,6 +299,22 @@ def make_layers(mode, depth, wide, key=None):
     good(name, data, rgba([[map(to_byte, row) for row in channel] for channel in values], TO_PIXELS[mode]))
 
 
+def make_clear():
+    """Layers that give no lines, and one that lies above the document but for its last row."""
+    layers = [
+        Layer(b"wide", (0, 0, 1 << 30, 0), [(0, b"\0\3")]),
+        Layer(b"other", (0, 0, 1, 1), [(-3, bytes(6))]),
+        Layer(b"turned", (5, 5, 2, 1), [(0, b"\0\0"), (-2, b"\0\0")], mask=mask_data((6, 4, 1, 2), 0)),
+        Layer(b"filter", (0, 0, 1, 1), [(0, b"\0\0" + struct.pack(">f", 1))], blocks=block(b"nvrt", b"data")),
+    ]
+    data = document(header(1, 1, 1, 32, GREY), struct.pack(">Hf", RAW, 1), layers=layer_section(layer_info(layers)))
+    good("layers-clear.psd", data, [[(255,) * 4]])
+    above = 1 << 20
+    layer = Layer(b"", (0, -above, 1, 1), [(0, b"\0\3" + zlib.compress(bytes(above) + b"\xC8"))])
+    data = document(header(1, 1, 1, 8, GREY), struct.pack(">HB", RAW, 9), layers=layer_section(layer_info([layer])))
+    good("layer-above.psd", data, [[(9, 9, 9, 255)]])
+
+
 def make_groups():
     """Dividers in all the wrong places; the tests say what becomes of them."""
     head, picture = header(1, 1, 1, 8, GREY), struct.pack(">HB", RAW, 50)
@@ -303,9 +327,9 @@ def make_groups():
     for name, records in cases.items():
         layers = [Layer(text.encode(), blocks=b"" if kind is None else divider(kind)) for text, kind in records]
         good("groups-%s.psd" % name, document(head, picture, layers=layer_section(layer_info(layers))), [[(50, 50, 50, 255)]])
-    deep = [Layer(b"", blocks=divider(3)) for _ in range(101)]
-    bad("groups-deep.psd", document(head, picture, layers=layer_section(layer_info(deep))), FILE_FORMAT,
-        "The layers of a picture are nested in more than 100 levels.")
+    for name, layers in (("deep", [Layer(blocks=divider(3))] * 101), ("many", [Layer(blocks=divider(3) * 101)])):
+        bad("groups-%s.psd" % name, document(head, picture, layers=layer_section(layer_info(layers))), FILE_FORMAT,
+            "The layers of a picture are nested in more than 100 levels.")
 
 
 def make_bad():
@@ -315,7 +339,10 @@ def make_bad():
     bad("bomb.psd", document(header(300000, 300000, 3, 8, RGB), struct.pack(">H", PACKBITS)), IO, "The data ends 1800000 bytes too early.")
     bad("bomb-raw.psd", document(header(300000, 300000, 3, 8, RGB), rgb), IO, "*")
     bad("bomb-zip.psd", document(header(300000, 300000, 3, 8, RGB), struct.pack(">H", PREDICTION)), IO, "*")
-    bad("bomb-channels.psd", document(header(3, 2, 32767, 8, RGB), rgb), IO, "*")
+    bad("bomb-row.psd", document(header(1 << 24, 1, 1, 8, GREY), struct.pack(">HHBB", PACKBITS, 2, 129, 0)), ILLEGAL_STATE,
+        "A row of 16777216 bytes can not be packed in 2.")
+    for name, height in (("bomb-channels", 2), ("bomb-channels-flat", 0)):
+        bad(name + ".psd", document(header(3, height, 32767, 8, RGB), rgb), IO, "*")
     for name, mode, depth, message in (
             ("lab", 9, 8, "Unsupported color mode: 9"), ("bitmap-8", BITMAP, 8, "Unsupported color depth: 8"),
             ("indexed-16", INDEXED, 16, "Unsupported color depth: 16"), ("cmyk-32", CMYK, 32, "invalid cmyk format")):
@@ -325,7 +352,7 @@ def make_bad():
     bad("indexed-4.psd", document(header(3, 2, 1, 4, INDEXED), rgb), ILLEGAL_STATE, "*")
     bad("profile.psd", document(header(3, 2, 3, 8, RGB), rgb, resources=resource(1039, b"no profile")), WRONG_TYPE, "*")
     bad("groups-differ.psd", document(grey, rgb, resources=resource(1026, bytes(4)) + resource(1026, bytes(6))), FILE_FORMAT,
-        "layercnt != _layerInfo.GetCount(): 3 != 2")
+        "layercnt != _layerInfo.GetCount(): 3 != 2 (%s)" % URL)
     for name, row in (("short", b"\1\1\1"), ("behind", b"\2\1\1\1\0"), ("empty", b""), ("long", b"\6" + bytes(6))):
         bad("packed-%s.psd" % name, document(grey, struct.pack(">HH", PACKBITS, len(row)) + row), ILLEGAL_STATE, "*")
     bad("packed-no-rows.psd", document(header(3, 0, 1, 8, GREY), struct.pack(">H", PACKBITS)), ILLEGAL_STATE, "*")
@@ -342,11 +369,15 @@ def make_bad():
             ("channel", Layer(b"", rect, [(1, b"\0\0abc")]), FILE_FORMAT, "Illegal channel mode"),
             ("raw-short", Layer(b"", rect, [(0, b"\0\0ab")]), IO, "The data ends 1 bytes too early."),
             ("packed-long", Layer(b"", rect, [(0, b"\0\1\0\7" + bytes(7))]), ILLEGAL_STATE, "*"),
-            ("bomb", Layer(b"", (0, 0, 1 << 30, 1 << 30), [(0, b"\0\3" + zlib.compress(bytes(9)))]), IO, "*")):
+            ("masks", Layer(b"", rect, [(-2, b"")] * 1000), IO, "*"),
+            ("wide", Layer(b"", (0, 0, 1 << 24, 1), [(0, b"\0\3" + zlib.compress(bytes(9)))]), FILE_FORMAT,
+             "A layer can not be 16777216 pixels wide."),
+            ("bomb", Layer(b"", (0, 0, 1 << 10, 1 << 30), [(0, b"\0\3" + zlib.compress(bytes(9)))]), IO, "*")):
         picture = struct.pack(">H3B", RAW, 1, 2, 3)
         bad("layer-%s.psd" % name, document(grey, picture, layers=layer_section(layer_info([layer]))), error_id, message)
     layers = layer_section(layer_info([Layer(b"", rect)]))
-    bad("layer-bitmap.psd", document(header(9, 1, 1, 1, BITMAP), b"\0\0\xFF\0", layers=layers), FILE_FORMAT, "Invalid color mode.")
+    bad("layer-bitmap.psd", document(header(9, 1, 1, 1, BITMAP), b"\0\0\xFF\0", layers=layers), FILE_FORMAT,
+        "Invalid color mode. (%s)" % URL)
     bad("layer-count.psd", document(grey, rgb, layers=layer_section(layer_info([Layer()], 9))), IO, "*")
     bad("layer-length.psb", document(header(3, 1, 1, 8, GREY, 2), rgb, layers=struct.pack(">Q", 1 << 63)), FILE_FORMAT, "*")
 
@@ -357,6 +388,7 @@ make_indexed()
 for arguments in ((RGB, 8, False), (CMYK, 16, False), (GREY, 32, False),
                   (GREY, 8, True), (RGB, 16, True, b"Lr16"), (RGB, 32, True, b"Lr32")):
     make_layers(*arguments)
+make_clear()
 make_groups()
 make_bad()
 for name, rows in (("digests.tsv", digests), ("errors.tsv", errors)):
