@@ -55,7 +55,7 @@ ColorProfile ExportRun::GetColorProfile(const PixelFormat& target) const
 
 ColorProfile ExportRun::GetNonlinearColorProfile(const PixelFormat& target) const
 {
-	const ColorProfile profile = GetProperties()->GetOr<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE, {});
+	ColorProfile profile = GetProperties()->GetOr<ColorProfile>(ids::MEDIAFORMAT_COLORPROFILE, {});
 	if (profile.HasProfile() && profile.CheckCompatiblePixelFormat(*target))
 		return profile;
 	const ColorSpace colorSpace = target->GetColorSpace();
