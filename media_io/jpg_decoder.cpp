@@ -15,6 +15,8 @@ namespace
 {
 
 constexpr Int BUFFER_SIZE = 4096;
+/// Of those that are saved: files have some hundreds at most, and the library walks over all for each.
+constexpr Int SEGMENT_LIMIT = 4096;
 /// No encoder writes more scans than some dozens; each of them goes over the whole picture, however few bytes it has.
 constexpr Int SCAN_LIMIT = 200;
 /// For the coefficients of a progressive picture, which the library holds all at once.
@@ -50,6 +52,15 @@ Int TryReadBuffer(JpgSource& source)
 	return -1;
 }
 
+/// Whether the header may go on.
+Bool HasFewSegments(const jpeg_decompress_struct& library)
+{
+	Int left = SEGMENT_LIMIT;
+	for (const jpeg_marker_struct* marker = library.marker_list; marker != nullptr && left > 0; marker = marker->next)
+		--left;
+	return left > 0;
+}
+
 void InitSource(jpeg_decompress_struct* library)
 {
 	SourceOf(library)._isAtStart = true;
@@ -61,6 +72,11 @@ boolean FillInputBuffer(jpeg_decompress_struct* library)
 {
 	static const JOCTET END[] = {0xFF, JPEG_EOI};
 	JpgSource& source = SourceOf(library);
+	if (!HasFewSegments(*library))
+	{
+		source._guard->KeepError(JpgGuard::MakeError("There are too many segments"));
+		return FALSE;
+	}
 	const Int count = TryReadBuffer(source);
 	if (count < 0)
 		return FALSE;
@@ -137,7 +153,7 @@ Int JpgDecoder::GetBytesLeft() const
 	const Int left = reader.GetRemaining();
 	if (left == INT64_MAX)
 		return left;
-	return reader.GetPosition() + left - _source._position + static_cast<Int>(_source._manager.bytes_in_buffer);
+	return reader.GetPosition() + left - GetPosition();
 }
 
 Result<void> JpgDecoder::Start()

@@ -57,6 +57,8 @@ public:
 
 	/// What the header says, and after Start the output. `GetWidth` and so on are those of the rows.
 	const jpeg_decompress_struct& GetLibrary() const noexcept { return _library; }
+	/// In the stream, of what comes behind the part that was taken in.
+	Int GetPosition() const noexcept { return _source._position - static_cast<Int>(_source._manager.bytes_in_buffer); }
 	Int GetWidth() const noexcept { return _library.output_width; }
 	Int GetHeight() const noexcept { return _library.output_height; }
 	Int GetBytesPerPixel() const noexcept { return _library.output_components; }

@@ -452,6 +452,8 @@ Result<void> BmpImportImpl::ReadRunLengthRows(BinaryReader& reader, ImportRun& r
 	TORVI_CHECK(pictureBytes && CanHoldPicture(*pictureBytes, CountOf(block), bound),
 				MediaSessionWrongTypeError("Illegal RLE compression (cropped data)."));
 	BmpRleDecoder decoder(block, _header._bitCount == 8 ? BmpRleScheme::BYTES : BmpRleScheme::NIBBLES);
+	TORVI_CHECK(CanHoldPicture(_header.GetBytesPerRow(), CountOf(block), CompressionBound::PACKBITS),
+				MediaSessionWrongTypeError("Illegal RLE compression (cropped data)."));
 	TORVI_TRY(BeginSinks(run));
 	Array<Byte> bytes(static_cast<std::size_t>(_header.GetBytesPerRow()));
 	Int row = 0;

@@ -224,14 +224,20 @@ Result<void> JpgImportImpl::DescribeStreams(BinaryReader& reader, StreamTreeBuil
 }
 
 /// Pictures behind the first are looked at and left; their decoders are made again when they are wanted, so that a file that names
-/// thousands holds the memory of none. A picture that is not there, as in files that were edited, ends the list.
+/// thousands holds the memory of none. A picture that is not there, as in files that were edited, ends the list; so do headers that are
+/// longer together than the file, as the same one can be named again and again.
 Result<void> JpgImportImpl::DescribeFurtherPictures(BinaryReader& reader, Block<const Int> positions, StreamTreeBuilder& streams)
 {
+	constexpr Int ALWAYS_FINE = Int(16) << 20;
+	Int headerBytes = 0;
 	for (const Int position : positions.subspan(1))
 	{
 		TORVI_CHECK(!IsCurrentJobCancelled(), OperationCancelledError());
 		JpgPicture picture = MakePicture(reader, position);
 		Result<void> described = picture._decoder->ReadHeader();
+		headerBytes += picture._decoder->GetPosition() - position;
+		if (headerBytes - ALWAYS_FINE - reader.GetPosition() > reader.GetRemaining())
+			return OK;
 		if (described.IsOk())
 			described = DescribePicture(reader, std::move(picture), streams);
 		if (!described.IsOk())

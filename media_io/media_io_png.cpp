@@ -264,7 +264,7 @@ Result<void> CheckJob()
 
 Result<void> PngImportImpl::ReadRows(ImportRun& run, PngRowSink& sink, Int bytesPerRow)
 {
-	TORVI_TRY(_png.AddRow(bytesPerRow));
+	TORVI_TRY(_png.AddRows(1, bytesPerRow));
 	for (Int row = 0; row < _header._height; ++row)
 	{
 		TORVI_TRY(run.ReportProgress(_image, row, _header._height));
@@ -278,10 +278,12 @@ Result<void> PngImportImpl::ReadRows(ImportRun& run, PngRowSink& sink, Int bytes
 /// Each pass adds pixels to rows all over the picture, so that no row is whole before the last one.
 Result<void> PngImportImpl::ReadInterlacedRows(ImportRun& run, PngRowSink& sink, Int bytesPerRow)
 {
-	for (Int row = 0; row < _header._height; ++row)
+	constexpr Int BLOCK_BYTES = Int(1) << 20;
+	const Int step = std::max<Int>(1, BLOCK_BYTES / bytesPerRow);
+	for (Int row = 0; row < _header._height; row += step)
 	{
 		TORVI_TRY(CheckJob());
-		TORVI_TRY(_png.AddRow(bytesPerRow));
+		TORVI_TRY(_png.AddRows(std::min(step, _header._height - row), bytesPerRow));
 	}
 	TORVI_TRY(_png.ReadImage());
 	for (Int row = 0; row < _header._height; ++row)

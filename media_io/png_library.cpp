@@ -130,8 +130,9 @@ void PngReader::Close() noexcept
 
 void PngReader::FreeRows() noexcept
 {
-	for (png_byte* row : _rows)
-		png_free(_png, row);
+	for (png_byte* block : _rowBlocks)
+		png_free(_png, block);
+	_rowBlocks = {};
 	_rows = {};
 }
 
@@ -230,11 +231,15 @@ Result<Int> PngReader::GetBytesPerRow() noexcept
 	return static_cast<Int>(bytes);
 }
 
-Result<void> PngReader::AddRow(Int bytes)
+/// One block for many rows: a large one is fresh memory, which nobody has touched before a row is read.
+Result<void> PngReader::AddRows(Int count, Int bytes)
 {
-	_rows.push_back(nullptr);
-	png_byte*& row = _rows.back();
-	return Enter([&]() { row = static_cast<png_byte*>(png_malloc(_png, static_cast<png_alloc_size_t>(bytes))); });
+	_rowBlocks.push_back(nullptr);
+	png_byte*& block = _rowBlocks.back();
+	TORVI_TRY(Enter([&]() { block = static_cast<png_byte*>(png_malloc(_png, static_cast<png_alloc_size_t>(count * bytes))); }));
+	for (Int i = 0; i < count; ++i)
+		_rows.push_back(block + i * bytes);
+	return OK;
 }
 
 Result<void> PngReader::ReadRow() noexcept

@@ -92,8 +92,8 @@ public:
 	/// Everything in front of the picture. MediaSessionWrongTypeError "png_get_tRNS error.", "png_get_PLTE error.".
 	Result<PngHeader> ReadHeader() noexcept;
 	Result<Int> GetBytesPerRow() noexcept;
-	/// Memory of the library for one more row, until FreeRows or Close.
-	Result<void> AddRow(Int bytes);
+	/// Memory of the library for more rows, until FreeRows or Close.
+	Result<void> AddRows(Int count, Int bytes);
 	/// The rows that were added.
 	Block<png_byte* const> GetRows() const noexcept { return _rows; }
 	/// Reads the next row of a picture of one pass into the first added row.
@@ -113,7 +113,8 @@ private:
 	Result<void> ReadProfileAndResolution(PngHeader& header) noexcept;
 
 	BinaryReader* _stream = nullptr;
-	Array<png_byte*> _rows;
+	Array<png_byte*> _rowBlocks; ///< the library's memory
+	Array<png_byte*> _rows;      ///< in the blocks
 	Bool _areRowsRead = false;
 };
 

@@ -15,6 +15,7 @@ from tool import ERROR_LINE, PROGRAM, ToolTest, bmp24
 RUNNER = pathlib.Path(__file__).with_name("measured_run.py")
 LIMITS = os.environ["TORVI_LIMITS"].split()   # "memory" and "time", as far as the build can be held to them
 MEMORY_ROOM = 16 * MIB                        # beside the pictures that are delivered, and what the program needs for a pixel
+LAYER_SIZE = 5 << 10                          # of a layer in the structure of a document, beside its pixels
 SECONDS_FOR_A_MIB = 2.0                       # also for anything shorter
 KILLED_AFTER = 100
 ADDRESSES = 16 << 30
@@ -44,10 +45,11 @@ class LimitsTest(ToolTest):
 		own = {command: self.measure(command, pixel)[3] for command in ("info", "pixels")}
 		for case in hostile_files.CASES:
 			path = self.write(case.name, case.make())
+			room = MEMORY_ROOM + case.layers * LAYER_SIZE
 			with self.subTest(case.name, command="info"):
-				self.check(path, "info", case.outcome != hostile_files.REFUSED, own["info"] + MEMORY_ROOM)
+				self.check(path, "info", case.outcome != hostile_files.REFUSED, own["info"] + room)
 			with self.subTest(case.name, command="pixels"):
-				self.check(path, "pixels", case.outcome == hostile_files.LOADED, own["pixels"] + MEMORY_ROOM + case.holds * MIB)
+				self.check(path, "pixels", case.outcome == hostile_files.LOADED, own["pixels"] + room + case.holds * MIB)
 			path.unlink()
 
 
