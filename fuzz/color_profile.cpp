@@ -1,10 +1,7 @@
 // Colour profiles as files carry them: ICC data and OCIO blobs. What opens is asked everything, written, and linked with sRGB.
+#include "fuzz/target.h"
 #include "torvi/gfx_image_colorprofile_convert.h"
 #include "torvi/ids_formats.h"
-#include "torvi/module.h"
-
-#include <cstdlib>
-#include <optional>
 
 namespace torvi::fuzz
 {
@@ -49,20 +46,7 @@ Result<void> Use(const ColorProfile& profile)
 extern "C" int LLVMFuzzerTestOneInput(const torvi::Byte* data, std::size_t size)
 {
 	using namespace torvi;
-	constexpr int INPUTS_PER_MODULE = 1000; // conversions are kept until the module ends
-	static std::optional<ModuleScope> s_module;
-	static int s_inputs = 0;
-	struct EndAtExit
-	{
-		~EndAtExit() { s_module.reset(); }
-	};
-	if (s_inputs++ % INPUTS_PER_MODULE == 0)
-	{
-		s_module.reset();
-		if (!s_module.emplace().GetResult().IsOk())
-			std::abort();
-	}
-	static const EndAtExit s_end; // made behind what the module needs, and so destroyed before it
+	fuzz::PrepareModule();
 	const Result<ColorProfile> profile = ColorProfile::OpenProfileFromMemory({data, size});
 	if (profile.IsOk())
 		static_cast<void>(fuzz::Use(profile.GetValue()));
