@@ -59,6 +59,11 @@ UInt64 Cutter::CutNumber(std::size_t size)
 	return number;
 }
 
+void Joiner::Append(Block<const Byte> piece)
+{
+	_bytes.insert(_bytes.end(), piece.begin(), piece.end());
+}
+
 void Joiner::AppendNumber(UInt64 number, std::size_t size)
 {
 	for (std::size_t i = 0; i < size; ++i)

@@ -77,7 +77,7 @@ class Joiner
 public:
 	explicit Joiner(ByteOrder order = ByteOrder::BIGENDIAN) : _order(order) {}
 
-	void Append(Block<const Byte> piece) { _bytes.insert(_bytes.end(), piece.begin(), piece.end()); }
+	void Append(Block<const Byte> piece);
 	void AppendNumber(UInt64 number, std::size_t size);
 	void AppendBlock(Block<const Byte> block, std::size_t lengthSize);
 	/// Zeros up to a multiple of `size` behind `start`.
