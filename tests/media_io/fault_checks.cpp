@@ -23,8 +23,8 @@ namespace
 namespace fs = std::filesystem;
 
 /// Where streams are failed: at each of the first bytes, then at so many places of the rest.
-constexpr Int DENSE = 400;
-constexpr Int PLACES = 250;
+constexpr Int DENSE = 200;
+constexpr Int PLACES = 100;
 
 Int NextPlace(Int at, Int size)
 {

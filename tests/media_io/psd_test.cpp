@@ -277,8 +277,14 @@ TEST_F(PsdTest, LayersWithoutLinesBeginAndEnd)
 
 TEST_F(PsdTest, Faults)
 {
-	CheckLoadFaults("psd", ids::CLASS_PSDIMPORT, {"layers-8.psd", "rgb8-alphas.psd"});
-	CheckLoadFaults("psd", ids::CLASS_PSBIMPORT, {"layers-16.psb", "layers-32.psb"});
+	CheckLoadFaults("psd", ids::CLASS_PSDIMPORT, {"rgb8-alphas.psd"});
+	CheckLoadFaults("psd", ids::CLASS_PSBIMPORT, {"layers-16.psb"});
+}
+
+TEST_F(SlowPsdTest, MoreFaults)
+{
+	CheckLoadFaults("psd", ids::CLASS_PSDIMPORT, {"layers-8.psd", "groups-nested.psd"});
+	CheckLoadFaults("psd", ids::CLASS_PSBIMPORT, {"layers-32.psb"});
 }
 
 /// A grey picture with one resource, from its id on.
