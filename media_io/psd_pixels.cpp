@@ -172,6 +172,8 @@ public:
 		: _reader(reader), _run(run), _document(document), _position(layers._dataPosition), _end(layers._dataEnd)
 	{
 	}
+	/// Refuses layers that take far more memory together than an honest file of this size stands for.
+	Result<void> CheckLayers(const PsdLayers& layers) const;
 	Result<void> Read(const PsdLayerRecord& record);
 
 private:
@@ -190,6 +192,26 @@ private:
 	Int _position; ///< of the next channel
 	Int _end;
 };
+
+/// A layer is a picture of the document's size, and what counts of it are the lines that are written.
+Result<void> LayerReader::CheckLayers(const PsdLayers& layers) const
+{
+	constexpr Int ALWAYS_FINE = Int(4) << 30;
+	constexpr Int MOST_PER_BYTE = 1100; // as of a single picture
+	const Int fileBytes = GetPsdStreamEnd(_reader);
+	Int left = fileBytes > INT64_MAX / 2 / MOST_PER_BYTE ? INT64_MAX : ALWAYS_FINE + MOST_PER_BYTE * fileBytes;
+	for (const PsdLayerRecord& record : layers._records)
+	{
+		const PsdRect visible = Intersect(record._rect, PictureOf(_document));
+		const PixelFormat& format = record._hasTransparency ? _document._alphaFormat : _document._format;
+		if (!IsLayerWanted(record) || visible.IsEmpty() || !format)
+			continue;
+		const Int bytes = ImageBytes(_document._width, visible.GetHeight(), format->GetBitsPerPixel()).value_or(INT64_MAX);
+		TORVI_CHECK(bytes <= left, IoError("The layers of a file of @ bytes can not take so much memory.", fileBytes));
+		left -= bytes;
+	}
+	return OK;
+}
 
 Bool LayerReader::IsLayerWanted(const PsdLayerRecord& record) const
 {
@@ -435,6 +457,7 @@ Result<void> MergedReader::ReadGroup(StreamHandle stream, const PixelFormat& for
 Result<void> ReadPsdLayerPixels(BinaryReader& reader, ImportRun& run, const PsdDocument& document, const PsdLayers& layers)
 {
 	LayerReader layerReader(reader, run, document, layers);
+	TORVI_TRY(layerReader.CheckLayers(layers));
 	for (const PsdLayerRecord& record : layers._records)
 		TORVI_TRY(layerReader.Read(record));
 	return OK;

@@ -194,6 +194,13 @@ def zip_layer(width, height):
 	return psd(width, height, layers=layer_section([layer], channel * 3), picture=merged(PREDICTION))
 
 
+def columns(count):
+	"""Layers of one column, each of which is a picture of the document's size."""
+	channel = struct.pack(">H", PREDICTION) + zeros(16000)
+	layer = record((0, 0, 1, 16000), [(i, len(channel)) for i in range(3)])
+	return psd(1200, 16000, layers=layer_section([layer] * count, channel * 3 * count), picture=merged(PREDICTION))
+
+
 def wide_layer(width):
 	"""A row of which the document shows one pixel, packed to nothing."""
 	channel = struct.pack(">HH", PACKBITS, 2) + b"\x81\0"
@@ -266,6 +273,7 @@ CASES = [
 	Case("wide-row.psd", DESCRIBED, 0, lambda: psd(22000000, 1, picture=merged(PACKBITS, struct.pack(">HHH", 2, 2, 2) + b"\x81\0" * 3))),
 	Case("wide-layer.psd", DESCRIBED, 0, lambda: wide_layer(60000000)),
 	Case("zip-layer.psd", LOADED, 17, lambda: zip_layer(3000, 2000)),
+	Case("columns.psd", DESCRIBED, 0, lambda: columns(100)),
 	Case("channels.psd", REFUSED, 0, lambda: packed_channels(32767, 128)),
 	Case("channels-short.psd", REFUSED, 0, lambda: psd(300000, 300000, 32767, picture=merged(PACKBITS))),
 	Case("palette.psd", REFUSED, 0, lambda: psd(1, 1, 1, INDEXED_MODE, palette=section(bytes(768), MOST_INT32))),
