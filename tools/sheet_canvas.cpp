@@ -54,8 +54,11 @@ void Canvas::FillShape(const DrawRectInt& rect, const Colour& colour, IsInside i
 		if (isInside(x, y) && isInside(x + 1.0, y) && isInside(x, y + 1.0) && isInside(x + 1.0, y + 1.0))
 			return 255; // shapes are convex
 		int covered = 0;
-		for (int i = 0; i < STEPS * STEPS; ++i)
-			covered += isInside(x + (i % STEPS + 0.5) / STEPS, y + (i / STEPS + 0.5) / STEPS);
+		for (int row = 0; row < STEPS; ++row)
+		{
+			for (int column = 0; column < STEPS; ++column)
+				covered += isInside(x + (column + 0.5) / STEPS, y + (row + 0.5) / STEPS);
+		}
 		return covered * 255 / (STEPS * STEPS);
 	};
 	for (Int y = 0; y < rect.size.height; ++y)
